@@ -1,0 +1,202 @@
+/// Pixtola: captured pages prepared as documents.
+///
+/// How the library is meant to be used
+/// -----------------------------------
+/// Pixtola works at two heights. At the lower one an image is plain memory: a pointer to its top row,
+/// a width and a height in pixels and a stride, the distance in BYTES from one row to the next. The
+/// pixel (x, y) of an image with 8 or more bits a pixel stands at
+///
+///     first_row + y * stride + x * (bits_per_pixel / 8)
+///
+/// 24-bit pixels are stored blue, green, red; 32-bit pixels blue, green, red, alpha. A 1-bit row has
+/// eight pixels a byte, the leftmost in the most significant bit; a set bit is white. An image takes
+/// `height * stride` bytes; the library never reads or writes outside of them.
+///
+/// At the upper height an image is a `Gdiplus::Bitmap`: GDI+'s own class on Windows, the class of the
+/// same name from <pixtola/portable/gdiplus.h> on every other system. Call `Gdiplus::GdiplusStartup`
+/// before using bitmaps, as with GDI+ itself.
+///
+/// Results. Functions return 1 for success and 0 for failure unless their text says otherwise. There
+/// are no error codes; no exception leaves a function and nothing is ever printed. A platform call
+/// that fails on a bitmap leaves its status in that bitmap's `GetLastStatus()`.
+///
+/// Sizes. Functions that fill a byte buffer tell its size first: called with a null destination they
+/// report the bytes needed and the stride, and return 1. Called with too small a capacity they report
+/// the bytes needed and return 0.
+///
+/// Ownership. Buffers and bitmaps that you pass in stay yours and are never kept. Bitmaps that you
+/// get are yours: `delete` them. They own their pixels; nothing you passed in has to outlive them.
+///
+/// Threads. Every call runs wholly on the calling thread. Any number of threads may convert distinct
+/// buffers at once; one bitmap must not be used by two threads at once.
+///
+/// Null pointers for required arguments give 0 with nothing done.
+#ifndef PIXTOLA_H_
+#define PIXTOLA_H_
+
+#include <stdint.h>
+
+#if defined(_WIN32)
+#include <windows.h>
+
+#include <objidl.h>
+
+#include <gdiplus.h>
+#if defined(PIXTOLA_STATIC) || defined(PIXTOLA_BUILDING)
+#define PIXTOLA_API
+#else
+#define PIXTOLA_API __declspec(dllimport)
+#endif
+#else
+#include <pixtola/portable/gdiplus.h>
+#define PIXTOLA_API __attribute__((visibility("default")))
+#endif
+
+/// What a conversion makes of an image.
+enum PxtConversionMethod : uint32_t {
+  /// 8 bits a pixel, gray 0 to 255. White comes out as 254.
+  MethodGray8 = 0,
+  /// 1 bit a pixel, one threshold for the whole image, found in its histogram by Otsu's criterion.
+  MethodBilevelOtsu = 1,
+  /// 1 bit a pixel, a threshold of its own for each block of 16 x 16 pixels. Up to 15 rows at the
+  /// bottom that do not fill a block stay white.
+  MethodBilevelAdaptive = 2,
+  /// 1 bit a pixel, error diffusion around the Otsu threshold.
+  MethodBilevelDiffusion = 3
+};
+
+/// The files that can be written. On the way to the fax and run-length TIFF types images become 1-bit
+/// by themselves: by error diffusion (5, 6) or Otsu's threshold (8).
+enum PxtFileType : int {
+  PxtFileTypeBmp = 0,
+  PxtFileTypeGif = 1,          ///< where the platform has an encoder for it
+  PxtFileTypeJpeg = 2,         ///< quality 85, where the platform has an encoder for it
+  PxtFileTypePcx = 3,          ///< not written yet
+  PxtFileTypePng = 4,
+  PxtFileTypeTiffGroup3 = 5,   ///< CCITT group 3
+  PxtFileTypeTiffGroup4 = 6,   ///< CCITT group 4
+  PxtFileTypeTiffLzw = 7,
+  PxtFileTypeTiffRunLength = 8,  ///< PackBits
+  PxtFileTypeTiffNone = 9,       ///< no compression
+  PxtFileTypeJpegLow = 10,       ///< as PxtFileTypeJpeg, quality 35
+  PxtFileTypeJpegHigh = 11       ///< as PxtFileTypeJpeg, quality 97
+};
+
+extern "C" {
+
+// -------------------------------------------------------------------------- formats and conversion
+
+/// The row stride, in bytes, of `width` pixels in `format`: the bytes of a row rounded up to a
+/// multiple of 4. Computed in 32 bits, which wrap.
+PIXTOLA_API uint32_t PxtCalcStride(uint32_t width, Gdiplus::PixelFormat format);
+
+/// Converts a rectangle of an image in memory.
+///
+/// @param method      One of PxtConversionMethod; any other value gives 0.
+/// @param source      The top row; `height * source_stride` bytes are read at most.
+/// @param rect        In: the rectangle in pixels, right and bottom exclusive. Out: the same clipped
+///                    to the image. One whose right or bottom is 0 gives 0. One whose right or bottom
+///                    is negative is neither clipped nor refused: the arithmetic runs on as it is.
+///                    The pixels are taken from the byte offset left + top * (right - left), with
+///                    bytes past the image's end reading as 0; with left = top = 0 that is the
+///                    image's own corner.
+/// @param source_bits_per_pixel  1, 8, 24 or 32. A set bit of a 1-bit source is white.
+/// @param width,height           The whole source image, in pixels, at least 1.
+/// @param source_stride          In bytes, a multiple of 4, no less than a row needs.
+/// @param destination            Null asks for the size only.
+/// @param destination_size       In: capacity of `destination` in bytes. Out: the bytes needed, when
+///                               asked or when the capacity is too small; otherwise left as it is.
+/// @param destination_stride     Out: PxtCalcStride of the rectangle's width for 8 bits (gray) or
+///                               1 bit a pixel; also written when the capacity is too small.
+/// @param palette     Required for 8-bit sources, ignored for others. Bytes at or above its Count
+///                    become gray 0.
+///
+/// On failure the destination is untouched, except that MethodBilevelAdaptive may have filled it
+/// with 255.
+PIXTOLA_API int PxtBytesRectToBytes(PxtConversionMethod method, const uint8_t* source, RECT* rect,
+                                    uint32_t source_bits_per_pixel, uint32_t width, uint32_t height,
+                                    uint32_t source_stride, uint8_t* destination,
+                                    uint32_t* destination_size, uint32_t* destination_stride,
+                                    const Gdiplus::ColorPalette* palette);
+
+/// PxtBytesRectToBytes for the whole image.
+PIXTOLA_API int PxtBytesToBytes(PxtConversionMethod method, const uint8_t* source,
+                                uint32_t source_bits_per_pixel, uint32_t width, uint32_t height,
+                                uint32_t source_stride, uint8_t* destination,
+                                uint32_t* destination_size, uint32_t* destination_stride,
+                                const Gdiplus::ColorPalette* palette);
+
+/// PxtBytesRectToBytes with the pixels and the palette of a bitmap. Bitmaps with other than 1, 8, 24
+/// or 32 bits a pixel are read as 24-bit RGB. A size query does not lock the bitmap.
+PIXTOLA_API int PxtBitmapRectToBytes(PxtConversionMethod method, Gdiplus::Bitmap& bitmap,
+                                     RECT* rect, uint8_t* destination, uint32_t* destination_size,
+                                     uint32_t* destination_stride);
+
+/// PxtBitmapRectToBytes for the whole bitmap.
+PIXTOLA_API int PxtBitmapToBytes(PxtConversionMethod method, Gdiplus::Bitmap& bitmap,
+                                 uint8_t* destination, uint32_t* destination_size,
+                                 uint32_t* destination_stride);
+
+/// Converts a rectangle of a bitmap (exclusive, clipped in place as in PxtBytesRectToBytes) into a
+/// new 8-bit gray or 1-bit bitmap with the source's resolution. On failure `*result` is null once the
+/// conversion itself has succeeded, and untouched before.
+PIXTOLA_API int PxtBitmapRectToBitmap(PxtConversionMethod method, Gdiplus::Bitmap& bitmap,
+                                      RECT* rect, Gdiplus::Bitmap** result);
+
+/// PxtBitmapRectToBitmap for the whole bitmap.
+PIXTOLA_API int PxtBitmapToBitmap(PxtConversionMethod method, Gdiplus::Bitmap& bitmap,
+                                  Gdiplus::Bitmap** result);
+
+/// Makes a bitmap from a copy of pixels in memory.
+///
+/// @param bytes    The top row.
+/// @param stride   In bytes. Any value that rounds up to a valid multiple of 4; as a negative 32-bit
+///                 number it walks upwards in memory (a bottom-up image).
+/// @param horizontal_dpi,vertical_dpi  Dots per inch; values that are not positive leave 96.
+/// @param result   Out: the new bitmap; untouched on failure.
+/// @param palette  For indexed formats; null gives black and white to 1-bit images, a gray ramp to
+///                 8-bit ones and the platform's default to 4-bit ones.
+PIXTOLA_API int PxtInsertBytes(const uint8_t* bytes, Gdiplus::PixelFormat format, uint32_t width,
+                               uint32_t height, uint32_t stride, float horizontal_dpi,
+                               float vertical_dpi, Gdiplus::Bitmap** result,
+                               const Gdiplus::ColorPalette* palette);
+
+/// Makes a bitmap from a rectangle of an image in memory. Here `right` and `bottom` of the rectangle
+/// are INCLUSIVE. Rectangles that are one pixel wide or high after clipping give 0. `*result` is null
+/// on failure (untouched when `bytes` is null).
+PIXTOLA_API int PxtInsertBytesRect(const uint8_t* bytes, Gdiplus::PixelFormat format,
+                                   uint32_t width, uint32_t height, uint32_t stride,
+                                   const RECT* rect, float horizontal_dpi, float vertical_dpi,
+                                   Gdiplus::Bitmap** result);
+
+/// Copies a bitmap's pixels, in its own format, into memory.
+///
+/// @param destination  Null asks for the sizes only. Otherwise at least `*size` bytes as reported by
+///                     such a query: there is no capacity argument.
+/// @param size         Out: bytes, `*height * *stride`.
+/// @param stride       Out: bytes from row to row, top-down.
+/// Width, height and format are written even when the bitmap cannot be locked.
+PIXTOLA_API int PxtExtractBytes(Gdiplus::Bitmap& bitmap, uint8_t* destination, uint32_t* size,
+                                uint32_t* width, uint32_t* height, uint32_t* stride,
+                                Gdiplus::PixelFormat* format);
+
+// ------------------------------------------------------------------------------------------ bitmaps
+
+/// Makes a bitmap that owns its pixels from any bitmap, also from one that still reads from its file.
+/// Format, palette and resolution are kept. `*copy` is untouched when the source cannot be read and
+/// null when the copy cannot be made.
+PIXTOLA_API int PxtCopyBitmap(Gdiplus::Bitmap* source, Gdiplus::Bitmap** copy);
+
+// -------------------------------------------------------------------------------------------- files
+
+/// Opens an image file: any TIFF first, then whatever the platform decodes (BMP, JPEG, PNG ...).
+/// The name's extension does not matter. `*bitmap` is null on failure.
+PIXTOLA_API int PxtOpenImageFile(const wchar_t* path, Gdiplus::Bitmap** bitmap);
+
+/// Writes a bitmap to a file, replacing what was there. A write that fails half way may leave a
+/// partial file behind; a code that is not in PxtFileType touches nothing.
+PIXTOLA_API int PxtSaveBitmapToFile(Gdiplus::Bitmap* bitmap, PxtFileType type, const wchar_t* path);
+
+}  // extern "C"
+
+#endif  // PIXTOLA_H_

@@ -1,0 +1,27 @@
+#include "decode_limit.h"
+
+#include <atomic>
+
+namespace pixtola::platform {
+
+namespace {
+// Two atomics rather than one lock: the pair is set by tests and by programs at their start, not
+// while decoders run.
+std::atomic<std::uint64_t> pixel_limit{DecodeLimit{}.pixels};
+std::atomic<std::uint64_t> byte_limit{DecodeLimit{}.bytes};
+}  // namespace
+
+DecodeLimit GetDecodeLimit() { return {pixel_limit.load(), byte_limit.load()}; }
+
+void SetDecodeLimit(DecodeLimit limit) {
+  pixel_limit = limit.pixels;
+  byte_limit = limit.bytes;
+}
+
+bool IsDecodeAllowed(std::uint64_t width, std::uint64_t height, std::uint64_t bytes) {
+  const DecodeLimit limit = GetDecodeLimit();
+  const bool pixels_fit = width == 0 || height <= limit.pixels / width;
+  return pixels_fit && bytes <= limit.bytes;
+}
+
+}  // namespace pixtola::platform

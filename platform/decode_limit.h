@@ -1,0 +1,31 @@
+// The process-wide limit on what a file may make a decoder allocate: a header of a few bytes can
+// claim gigabytes. Bitmaps made from a caller's own buffer are never limited.
+#ifndef PIXTOLA_PLATFORM_DECODE_LIMIT_H_
+#define PIXTOLA_PLATFORM_DECODE_LIMIT_H_
+
+#include <cstdint>
+
+#if defined(_WIN32)
+#define PIXTOLA_DECODE_LIMIT_API
+#else
+#define PIXTOLA_DECODE_LIMIT_API __attribute__((visibility("default")))
+#endif
+
+namespace pixtola::platform {
+
+struct DecodeLimit {
+  std::uint64_t pixels = std::uint64_t{1} << 29;
+  std::uint64_t bytes = std::uint64_t{1} << 32;
+};
+
+PIXTOLA_DECODE_LIMIT_API DecodeLimit GetDecodeLimit();
+PIXTOLA_DECODE_LIMIT_API void SetDecodeLimit(DecodeLimit limit);
+
+/// Whether an image of `width` x `height` pixels that takes `bytes` bytes once decoded may be
+/// allocated. Ask before allocating; a refusal counts as a failed allocation.
+PIXTOLA_DECODE_LIMIT_API bool IsDecodeAllowed(std::uint64_t width, std::uint64_t height,
+                                              std::uint64_t bytes);
+
+}  // namespace pixtola::platform
+
+#endif  // PIXTOLA_PLATFORM_DECODE_LIMIT_H_

@@ -1,0 +1,340 @@
+// Reads BMP: core, info and V2 to V5 headers, OS/2 2.x headers of 64 bytes, RLE4 and RLE8.
+//
+// Every position is checked before it is read. JPEG, PNG, Huffman and RLE24 data inside a BMP,
+// colour profiles and the alpha channel of 32-bit files are left out.
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cstring>
+
+#include "codecs/codec.h"
+
+namespace pixtola::portable {
+
+namespace {
+
+using Gdiplus::ARGB;
+using Gdiplus::Status;
+
+constexpr std::uint64_t kFileHeaderSize = 14;
+constexpr std::uint32_t kCoreHeaderSize = 12;
+constexpr std::uint32_t kInfoHeaderSize = 40;
+constexpr std::uint32_t kV2HeaderSize = 52;
+constexpr std::uint32_t kOs2HeaderSize = 64;
+
+enum Compression : std::uint32_t {
+  kUncompressed = 0,
+  kRle8 = 1,
+  kRle4 = 2,
+  kBitFields = 3,
+  kAlphaBitFields = 6
+};
+
+/// The fourth byte of 32bppRGB has no meaning; 255 suits those who take it for alpha.
+constexpr ARGB kOpaque = 0xFF000000;
+
+/// Little-endian numbers; what lies beyond the end reads as 0.
+class Parser {
+ public:
+  explicit Parser(EncodedBytes bytes) : bytes_(bytes) {}
+
+  std::uint32_t Byte(std::uint64_t at) const { return at < bytes_.size() ? bytes_[at] : 0U; }
+  std::uint32_t U16(std::uint64_t at) const { return Byte(at) | Byte(at + 1) << 8; }
+  std::uint32_t U32(std::uint64_t at) const { return U16(at) | U16(at + 2) << 16; }
+
+ private:
+  EncodedBytes bytes_;
+};
+
+bool IsHeaderSize(std::uint32_t size) {
+  constexpr std::array<std::uint32_t, 7> kSizes = {
+      kCoreHeaderSize, kInfoHeaderSize, kV2HeaderSize, 56, kOs2HeaderSize, 108, 124};
+  return std::find(kSizes.begin(), kSizes.end(), size) != kSizes.end();
+}
+
+struct Header {
+  std::uint64_t width = 0;
+  std::uint64_t height = 0;
+  bool top_down = false;
+  std::uint32_t bits = 0;
+  std::uint32_t compression = kUncompressed;
+  std::int32_t pixels_per_metre_x = 0;
+  std::int32_t pixels_per_metre_y = 0;
+  std::array<std::uint32_t, 3> masks{};  ///< red, green, blue; used with 16 and 32 bits
+  std::uint64_t palette_at = 0;
+  std::uint32_t palette_entry_size = 4;
+  std::uint32_t palette_used = 0;  ///< 0: all
+  std::uint64_t pixels_at = 0;
+
+  bool is_rle() const { return compression == kRle4 || compression == kRle8; }
+  std::uint64_t row_bytes() const { return (width * bits + 7) / 8; }
+  std::uint64_t stride() const { return (width * bits + 31) / 32 * 4; }
+};
+
+/// A mask is usable when its bits are one run inside the pixel; 0 makes the channel 0.
+bool IsMask(std::uint32_t mask, std::uint32_t bits) {
+  if (mask == 0) return true;
+  if (bits < 32 && mask >> bits != 0) return false;
+  const std::uint32_t run = mask >> std::countr_zero(mask);
+  return (run & (run + 1)) == 0;
+}
+
+bool ReadMasks(const Parser& file, Header& header) {
+  if (header.compression == kUncompressed) {
+    header.masks = header.bits == 16 ? std::array<std::uint32_t, 3>{0x7C00, 0x03E0, 0x001F}
+                                     : std::array<std::uint32_t, 3>{0xFF0000, 0xFF00, 0xFF};
+    return true;
+  }
+  // The masks stand at one place whether they follow the 40-byte header or belong to a later one.
+  for (std::size_t i = 0; i < 3; ++i) {
+    header.masks[i] = file.U32(kFileHeaderSize + kInfoHeaderSize + 4 * i);
+    if (!IsMask(header.masks[i], header.bits)) return false;
+  }
+  return true;
+}
+
+/// Depth and compression as the header kind allows them.
+bool IsSupported(const Header& header, std::uint32_t header_size) {
+  switch (header.compression) {
+    case kUncompressed:
+      return header.bits == 1 || header.bits == 4 || header.bits == 8 || header.bits == 16 ||
+             header.bits == 24 || header.bits == 32;
+    case kRle8:
+      return header.bits == 8 && !header.top_down;
+    case kRle4:
+      return header.bits == 4 && !header.top_down;
+    case kBitFields:
+    case kAlphaBitFields:
+      // In an OS/2 header these numbers mean Huffman coding and RLE24.
+      return (header.bits == 16 || header.bits == 32) && header_size != kOs2HeaderSize;
+    default:
+      return false;
+  }
+}
+
+bool ReadHeader(EncodedBytes bytes, Header& header) {
+  const Parser file(bytes);
+  const std::uint32_t header_size = file.U32(kFileHeaderSize);
+  if (!IsBmp(bytes) || bytes.size() < kFileHeaderSize + header_size) return false;
+
+  header.pixels_at = file.U32(10);
+  header.palette_at = kFileHeaderSize + header_size;
+  if (header_size == kCoreHeaderSize) {
+    header.width = file.U16(18);
+    header.height = file.U16(20);
+    header.bits = file.U16(24);
+    header.palette_entry_size = 3;
+  } else {
+    const auto width = static_cast<std::int32_t>(file.U32(18));
+    const auto height = std::int64_t{static_cast<std::int32_t>(file.U32(22))};
+    if (width <= 0) return false;
+    header.width = static_cast<std::uint64_t>(width);
+    header.top_down = height < 0;
+    header.height = static_cast<std::uint64_t>(height < 0 ? -height : height);
+    header.bits = file.U16(28);
+    header.compression = file.U32(30);
+    header.pixels_per_metre_x = static_cast<std::int32_t>(file.U32(38));
+    header.pixels_per_metre_y = static_cast<std::int32_t>(file.U32(42));
+    header.palette_used = file.U32(46);
+  }
+  if (header.width == 0 || header.height == 0 || !IsSupported(header, header_size)) return false;
+  if (header_size == kInfoHeaderSize && header.compression == kBitFields) header.palette_at += 12;
+  if (header_size == kInfoHeaderSize && header.compression == kAlphaBitFields) {
+    header.palette_at += 16;
+  }
+  if (header.pixels_at < header.palette_at || header.pixels_at >= bytes.size()) return false;
+  return header.bits < 16 || header.bits == 24 || ReadMasks(file, header);
+}
+
+/// Always 2^bits entries, so that no pixel lies outside: what the file does not have is black.
+Palette ReadPalette(EncodedBytes bytes, const Header& header) {
+  Palette palette;
+  palette.entries.fill(kOpaque);
+  palette.count = 1U << header.bits;
+  // Many files with fewer colours say so by nothing but the place where the pixels begin.
+  const std::uint64_t in_file =
+      (header.pixels_at - header.palette_at) / header.palette_entry_size;
+  std::uint64_t used = std::min<std::uint64_t>(palette.count, in_file);
+  if (header.palette_used != 0) used = std::min<std::uint64_t>(used, header.palette_used);
+  const std::uint8_t* entry = bytes.data() + header.palette_at;
+  for (std::size_t i = 0; i < used; ++i, entry += header.palette_entry_size) {
+    palette.entries[i] = kOpaque | ARGB{entry[2]} << 16 | ARGB{entry[1]} << 8 | entry[0];
+  }
+  return palette;
+}
+
+/// One channel of a bit-field pixel, scaled to 8 bits: short ones by repeating their bits, long
+/// ones by dropping the low bits.
+class Channel {
+ public:
+  explicit Channel(std::uint32_t mask) : mask_(mask) {
+    const int width = std::popcount(mask);
+    // The shift leaves at most eight bits, the top ones.
+    shift_ = mask == 0 ? 0 : std::countr_zero(mask) + std::max(0, width - 8);
+    const int kept = std::min(width, 8);
+    for (std::uint32_t value = 0; kept > 0 && value < (1U << kept); ++value) {
+      std::uint32_t bits = value << (8 - kept);
+      for (int filled = kept; filled < 8; filled *= 2) bits |= bits >> filled;
+      scaled_[value] = static_cast<std::uint8_t>(bits);
+    }
+  }
+
+  std::uint8_t Of(std::uint32_t pixel) const { return scaled_[(pixel & mask_) >> shift_]; }
+
+ private:
+  std::uint32_t mask_;
+  int shift_;
+  std::array<std::uint8_t, 256> scaled_{};
+};
+
+void Put(BYTE* pixel, ARGB color) {
+  pixel[0] = static_cast<BYTE>(color);
+  pixel[1] = static_cast<BYTE>(color >> 8);
+  pixel[2] = static_cast<BYTE>(color >> 16);
+  pixel[3] = static_cast<BYTE>(color >> 24);
+}
+
+/// `rows` is known to hold every row that the header promises.
+void ReadRows(const std::uint8_t* rows, const Header& header, BitmapObject& bitmap) {
+  const bool has_masks = header.bits == 16 || header.bits == 32;
+  const Channel red(header.masks[0]);
+  const Channel green(header.masks[1]);
+  const Channel blue(header.masks[2]);
+  for (std::uint32_t y = 0; y < bitmap.height(); ++y) {
+    BYTE* destination = bitmap.Row(header.top_down ? y : bitmap.height() - 1 - y);
+    const std::uint8_t* source = rows + y * header.stride();
+    if (!has_masks) {
+      std::memcpy(destination, source, bitmap.row_bytes());
+      continue;
+    }
+    for (std::uint32_t x = 0; x < bitmap.width(); ++x, destination += 4) {
+      std::uint32_t pixel = source[0] | std::uint32_t{source[1]} << 8;
+      if (header.bits == 32) {
+        pixel |= std::uint32_t{source[2]} << 16 | std::uint32_t{source[3]} << 24;
+      }
+      source += header.bits / 8;
+      destination[0] = blue.Of(pixel);
+      destination[1] = green.Of(pixel);
+      destination[2] = red.Of(pixel);
+      destination[3] = 0xFF;
+    }
+  }
+}
+
+/// Writes run-length coded pixels at a position that runs bottom up; what falls outside is lost.
+class RlePainter {
+ public:
+  RlePainter(const Palette& palette, unsigned bits, BitmapObject& bitmap)
+      : palette_(palette), bits_(bits), bitmap_(bitmap) {
+    for (std::uint32_t y = 0; y < bitmap.height(); ++y) {
+      BYTE* row = bitmap.Row(y);
+      for (std::uint32_t x = 0; x < bitmap.width(); ++x) Put(row + std::size_t{4} * x, palette.entries[0]);
+    }
+  }
+
+  /// Decodes until the end mark, the top of the image or the end of the data.
+  void Paint(EncodedBytes data) {
+    std::size_t at = 0;
+    while (data.size() - at >= 2 && y_ < bitmap_.height()) {
+      const std::uint8_t count = data[at];
+      const std::uint8_t value = data[at + 1];
+      at += 2;
+      if (count != 0) {
+        for (unsigned i = 0; i < count; ++i) PutIndex(bits_ == 8 ? value : Nibble(value, i));
+      } else if (value == 0) {
+        x_ = 0;
+        ++y_;
+      } else if (value == 1) {
+        return;
+      } else if (value == 2) {
+        if (data.size() - at < 2) return;
+        x_ += data[at];
+        y_ += data[at + 1];
+        at += 2;
+      } else {
+        const std::size_t size = (std::size_t{value} * bits_ + 7) / 8;
+        for (unsigned i = 0; i < value; ++i) {
+          const std::size_t pixel_at = at + (bits_ == 8 ? i : i / 2);
+          if (pixel_at >= data.size()) return;
+          PutIndex(bits_ == 8 ? data[pixel_at] : Nibble(data[pixel_at], i));
+        }
+        at = std::min(at + size + size % 2, data.size());
+      }
+    }
+  }
+
+ private:
+  static unsigned Nibble(std::uint8_t pair, unsigned i) {
+    return i % 2 == 0 ? pair >> 4U : pair & 0x0FU;
+  }
+
+  void PutIndex(unsigned index) {
+    if (x_ < bitmap_.width()) {
+      BYTE* row = bitmap_.Row(static_cast<std::uint32_t>(bitmap_.height() - 1 - y_));
+      Put(row + 4 * x_, palette_.entries[index]);
+    }
+    ++x_;
+  }
+
+  const Palette& palette_;
+  unsigned bits_;
+  BitmapObject& bitmap_;
+  std::uint64_t x_ = 0;
+  std::uint64_t y_ = 0;  ///< 0 is the bottom row
+};
+
+Gdiplus::PixelFormat FormatOf(const Header& header) {
+  if (header.is_rle()) return PixelFormat32bppRGB;
+  switch (header.bits) {
+    case 1:
+      return PixelFormat1bppIndexed;
+    case 4:
+      return PixelFormat4bppIndexed;
+    case 8:
+      return PixelFormat8bppIndexed;
+    case 24:
+      return PixelFormat24bppRGB;
+    default:
+      return PixelFormat32bppRGB;
+  }
+}
+
+float DotsPerInch(std::int32_t pixels_per_metre) {
+  return pixels_per_metre > 0 ? static_cast<float>(pixels_per_metre * 0.0254) : 96.0F;
+}
+
+}  // namespace
+
+bool IsBmp(EncodedBytes bytes) {
+  return bytes.size() >= kFileHeaderSize + 4 && bytes[0] == 'B' && bytes[1] == 'M' &&
+         IsHeaderSize(Parser(bytes).U32(kFileHeaderSize));
+}
+
+Status DecodeBmp(EncodedBytes bytes, std::unique_ptr<BitmapObject>& bitmap) {
+  bitmap = nullptr;
+  Header header;
+  if (!ReadHeader(bytes, header)) return Gdiplus::GenericError;
+
+  auto decoded = BitmapObject::CreateForDecoder(header.width, header.height, FormatOf(header));
+  if (decoded == nullptr) return Gdiplus::OutOfMemory;
+  decoded->dpi_x = DotsPerInch(header.pixels_per_metre_x);
+  decoded->dpi_y = DotsPerInch(header.pixels_per_metre_y);
+
+  const EncodedBytes pixels = bytes.subspan(header.pixels_at);
+  if (header.is_rle()) {
+    const Palette palette = ReadPalette(bytes, header);
+    RlePainter(palette, header.bits, *decoded).Paint(pixels);
+  } else {
+    if (header.bits <= 8) decoded->palette = ReadPalette(bytes, header);
+    // Only the padding after the last row may be missing.
+    if (pixels.size() < header.row_bytes() ||
+        (pixels.size() - header.row_bytes()) / header.stride() < header.height - 1) {
+      return Gdiplus::GenericError;
+    }
+    ReadRows(pixels.data(), header, *decoded);
+  }
+  bitmap = std::move(decoded);
+  return Gdiplus::Ok;
+}
+
+}  // namespace pixtola::portable

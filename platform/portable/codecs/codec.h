@@ -1,0 +1,72 @@
+// The codecs of the stand-in: what each reader and writer must do, and the list of them.
+//
+// A reader gets the whole encoded image as bytes and makes a bitmap object; a writer sends bytes to a
+// ByteSink. Neither keeps state, prints or throws.
+#ifndef PIXTOLA_PORTABLE_CODEC_H_
+#define PIXTOLA_PORTABLE_CODEC_H_
+
+#include <cstdint>
+#include <memory>
+#include <span>
+
+#include "imaging/bitmap_object.h"
+
+namespace pixtola::portable {
+
+/// Where writers send their bytes: a position that can be moved back to patch what was written.
+class ByteSink {
+ public:
+  virtual ~ByteSink() = default;
+  /// False when not everything could be written.
+  virtual bool Write(const void* bytes, std::size_t size) = 0;
+  /// Moves to `position` bytes from the start.
+  virtual bool Seek(std::uint64_t position) = 0;
+  /// Bytes from the start to where the next write goes.
+  virtual std::uint64_t Position() const = 0;
+};
+
+using EncodedBytes = std::span<const std::uint8_t>;
+
+/// On Ok `bitmap` holds the image; on any other status it is null.
+/// OutOfMemory: no memory, or beyond the decode limit. GenericError: damaged or not supported.
+using DecodeFunction = Gdiplus::Status (*)(EncodedBytes bytes, std::unique_ptr<BitmapObject>& bitmap);
+
+/// `parameters` may be null. InvalidParameter: a pixel format or a parameter that the writer does not
+/// take. Win32Error: the sink failed.
+using EncodeFunction = Gdiplus::Status (*)(const BitmapObject& bitmap,
+                                           const Gdiplus::EncoderParameters* parameters,
+                                           ByteSink& sink);
+
+struct Codec {
+  Gdiplus::ImageCodecInfo info;
+  /// Whether the first bytes are this format's.
+  bool (*recognizes)(EncodedBytes bytes);
+  DecodeFunction decode;
+  EncodeFunction encode;  ///< null when the format can only be read
+};
+
+/// All codecs, in the order in which GDI+ lists them: BMP, JPEG, TIFF, PNG.
+std::span<const Codec> Codecs();
+
+// Each format's own functions, one file per format and direction.
+bool IsBmp(EncodedBytes bytes);
+Gdiplus::Status DecodeBmp(EncodedBytes bytes, std::unique_ptr<BitmapObject>& bitmap);
+Gdiplus::Status EncodeBmp(const BitmapObject& bitmap, const Gdiplus::EncoderParameters* parameters,
+                          ByteSink& sink);
+
+bool IsJpeg(EncodedBytes bytes);
+Gdiplus::Status DecodeJpeg(EncodedBytes bytes, std::unique_ptr<BitmapObject>& bitmap);
+
+bool IsTiff(EncodedBytes bytes);
+Gdiplus::Status DecodeTiff(EncodedBytes bytes, std::unique_ptr<BitmapObject>& bitmap);
+Gdiplus::Status EncodeTiff(const BitmapObject& bitmap, const Gdiplus::EncoderParameters* parameters,
+                           ByteSink& sink);
+
+bool IsPng(EncodedBytes bytes);
+Gdiplus::Status DecodePng(EncodedBytes bytes, std::unique_ptr<BitmapObject>& bitmap);
+Gdiplus::Status EncodePng(const BitmapObject& bitmap, const Gdiplus::EncoderParameters* parameters,
+                          ByteSink& sink);
+
+}  // namespace pixtola::portable
+
+#endif  // PIXTOLA_PORTABLE_CODEC_H_

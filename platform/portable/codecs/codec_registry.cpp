@@ -1,0 +1,67 @@
+// The list of codecs with what GDI+ tells about each: identifiers, names, extensions, signatures.
+//
+// Who looks a codec up, and by what, is left to the flat API.
+#include <array>
+
+#include "codecs/codec.h"
+
+namespace pixtola::portable {
+
+namespace {
+
+constexpr GUID FormatId(std::uint32_t first) {
+  return {first, 0x0728, 0x11D3, {0x9D, 0x7B, 0x00, 0x00, 0xF8, 0x1E, 0xF3, 0x2E}};
+}
+
+constexpr CLSID ClassId(std::uint32_t first) {
+  return {first, 0x1A04, 0x11D3, {0x9A, 0x73, 0x00, 0x00, 0xF8, 0x1E, 0xF3, 0x2E}};
+}
+
+// ImageCodecFlags of the real API.
+constexpr DWORD kEncoder = 0x00000001;
+constexpr DWORD kDecoder = 0x00000002;
+constexpr DWORD kSupportBitmap = 0x00000004;
+constexpr DWORD kBuiltin = 0x00010000;
+constexpr DWORD kReads = kDecoder | kSupportBitmap | kBuiltin;
+constexpr DWORD kReadsAndWrites = kReads | kEncoder;
+
+constexpr BYTE kExact[8] = {0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF};
+constexpr BYTE kBmpSignature[] = {'B', 'M'};
+constexpr BYTE kJpegSignature[] = {0xFF, 0xD8};
+constexpr BYTE kTiffSignatures[] = {'I', 'I', 'M', 'M'};
+constexpr BYTE kPngSignature[] = {0x89, 'P', 'N', 'G', 0x0D, 0x0A, 0x1A, 0x0A};
+
+constexpr DWORD kVersion = 1;
+
+constexpr std::array<Codec, 4> kCodecs = {{
+    {{ClassId(0x557CF400), FormatId(0xB96B3CAB), L"Built-in BMP Codec", nullptr, L"BMP",
+      L"*.BMP;*.DIB;*.RLE", L"image/bmp", kReadsAndWrites, kVersion, 1, sizeof(kBmpSignature),
+      kBmpSignature, kExact},
+     IsBmp,
+     DecodeBmp,
+     EncodeBmp},
+    {{ClassId(0x557CF401), FormatId(0xB96B3CAE), L"Built-in JPEG Codec", nullptr, L"JPEG",
+      L"*.JPG;*.JPEG;*.JPE;*.JFIF", L"image/jpeg", kReads, kVersion, 1, sizeof(kJpegSignature),
+      kJpegSignature, kExact},
+     IsJpeg,
+     DecodeJpeg,
+     nullptr},
+    {{ClassId(0x557CF405), FormatId(0xB96B3CB1), L"Built-in TIFF Codec", nullptr, L"TIFF",
+      L"*.TIF;*.TIFF", L"image/tiff", kReadsAndWrites, kVersion, 2, sizeof(kTiffSignatures) / 2,
+      kTiffSignatures, kExact},
+     IsTiff,
+     DecodeTiff,
+     EncodeTiff},
+    {{ClassId(0x557CF406), FormatId(0xB96B3CAF), L"Built-in PNG Codec", nullptr, L"PNG",
+      L"*.PNG", L"image/png", kReadsAndWrites, kVersion, 1, sizeof(kPngSignature), kPngSignature,
+      kExact},
+     IsPng,
+     DecodePng,
+     EncodePng},
+}};
+
+}  // namespace
+
+std::span<const Codec> Codecs() { return kCodecs; }
+
+}  // namespace pixtola::portable

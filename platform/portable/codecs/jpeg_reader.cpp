@@ -1,0 +1,164 @@
+// Reads JPEG with libjpeg-turbo, straight into the rows of the bitmap where the formats allow.
+//
+// Gray files become 8bppIndexed with a gray ramp, all others 24bppRGB. A file that ends too early
+// gives what was read, the rest gray, as libjpeg does. EXIF data (orientation included) and colour
+// profiles are left out.
+#include <algorithm>
+#include <csetjmp>
+
+#include "codecs/codec.h"
+#include "codecs/handles.h"
+#include "decode_limit.h"
+
+namespace pixtola::portable {
+
+namespace {
+
+using Gdiplus::Status;
+
+/// Files for use have a dozen scans; thousands of tiny ones keep a decoder busy for hours.
+constexpr std::uint64_t kMaxScans = 500;
+/// The same bound for large images: pixels times scans.
+constexpr std::uint64_t kMaxScannedPixels = std::uint64_t{1} << 33;
+constexpr std::uint64_t kAlwaysAllowedScans = 16;
+
+struct ErrorManager {
+  jpeg_error_mgr base;  ///< first: libjpeg knows the address of this member only
+  std::jmp_buf jump;
+};
+
+struct ProgressMonitor {
+  jpeg_progress_mgr base;  ///< first, as above
+  std::uint64_t max_scans;
+};
+
+// Called by libjpeg. Errors leave by longjmp, so nothing here needs a destructor.
+[[noreturn]] void FailSilently(j_common_ptr jpeg) {
+  std::longjmp(reinterpret_cast<ErrorManager*>(jpeg->err)->jump, 1);
+}
+
+void CountWarning(j_common_ptr jpeg, int level) {
+  if (level < 0) ++jpeg->err->num_warnings;
+}
+
+void PrintNothing(j_common_ptr) {}
+
+void LimitScans(j_common_ptr jpeg) {
+  const auto* monitor = reinterpret_cast<const ProgressMonitor*>(jpeg->progress);
+  const int scan = reinterpret_cast<j_decompress_ptr>(jpeg)->input_scan_number;
+  if (scan > 0 && static_cast<std::uint64_t>(scan) > monitor->max_scans) FailSilently(jpeg);
+}
+
+// The functions with setjmp. They hold nothing with a destructor and change no variable that is read
+// after the jump.
+
+bool ReadHeader(jpeg_decompress_struct& jpeg, ErrorManager& errors, EncodedBytes bytes) {
+  if (setjmp(errors.jump) != 0) return false;
+  jpeg_create_decompress(&jpeg);
+  jpeg_mem_src(&jpeg, bytes.data(), static_cast<unsigned long>(bytes.size()));
+  jpeg_read_header(&jpeg, TRUE);
+  switch (jpeg.jpeg_color_space) {
+    case JCS_GRAYSCALE:
+      jpeg.out_color_space = JCS_GRAYSCALE;
+      return true;
+    case JCS_YCbCr:
+    case JCS_RGB:
+      jpeg.out_color_space = JCS_EXT_BGR;
+      return true;
+    case JCS_CMYK:
+    case JCS_YCCK:
+      jpeg.out_color_space = JCS_CMYK;
+      return true;
+    default:
+      return false;
+  }
+}
+
+/// One row of inks to B, G, R. Adobe's files hold the inks inverted: 255 is no ink.
+void CmykToBgr(const JSAMPLE* cmyk, bool is_inverted, std::uint32_t width, BYTE* bgr) {
+  for (std::uint32_t x = 0; x < width; ++x, cmyk += 4, bgr += 3) {
+    const auto paper = [&](int i) -> unsigned { return is_inverted ? cmyk[i] : 255U - cmyk[i]; };
+    for (int i = 0; i < 3; ++i) bgr[2 - i] = static_cast<BYTE>((paper(i) * paper(3) + 127) / 255);
+  }
+}
+
+/// `cmyk` is room for one row of inks, null unless libjpeg gives them.
+bool ReadRows(jpeg_decompress_struct& jpeg, ErrorManager& errors, JSAMPLE* cmyk,
+              BitmapObject& bitmap) {
+  if (setjmp(errors.jump) != 0) return false;
+  jpeg_start_decompress(&jpeg);
+  const auto components = static_cast<unsigned>(jpeg.output_components);
+  const unsigned expected = cmyk != nullptr ? 4 : bitmap.bits_per_pixel() / 8;
+  if (components != expected || jpeg.output_width != bitmap.width() ||
+      jpeg.output_height != bitmap.height()) {
+    return false;
+  }
+  while (jpeg.output_scanline < jpeg.output_height) {
+    const JDIMENSION y = jpeg.output_scanline;
+    JSAMPROW row = cmyk != nullptr ? cmyk : bitmap.Row(y);
+    if (jpeg_read_scanlines(&jpeg, &row, 1) != 1) return false;
+    if (cmyk != nullptr) {
+      CmykToBgr(cmyk, jpeg.saw_Adobe_marker != FALSE, bitmap.width(), bitmap.Row(y));
+    }
+  }
+  jpeg_finish_decompress(&jpeg);
+  return true;
+}
+
+float DotsPerInch(const jpeg_decompress_struct& jpeg, UINT16 density) {
+  if (density == 0) return 96.0F;
+  if (jpeg.density_unit == 1) return density;
+  if (jpeg.density_unit == 2) return static_cast<float>(density * 2.54);
+  return 96.0F;
+}
+
+}  // namespace
+
+bool IsJpeg(EncodedBytes bytes) {
+  return bytes.size() >= 3 && bytes[0] == 0xFF && bytes[1] == 0xD8 && bytes[2] == 0xFF;
+}
+
+Status DecodeJpeg(EncodedBytes bytes, std::unique_ptr<BitmapObject>& bitmap) {
+  bitmap = nullptr;
+  ErrorManager errors{};
+  JpegReadHandle handle;
+  jpeg_decompress_struct& jpeg = handle.jpeg;
+  jpeg.err = jpeg_std_error(&errors.base);
+  errors.base.error_exit = FailSilently;
+  errors.base.emit_message = CountWarning;
+  errors.base.output_message = PrintNothing;
+  if (!ReadHeader(jpeg, errors, bytes)) return Gdiplus::GenericError;
+
+  // Files of several scans are collected as coefficients of two bytes before any row is made.
+  const std::uint64_t pixels = std::uint64_t{jpeg.image_width} * jpeg.image_height;
+  const auto components = static_cast<std::uint64_t>(jpeg.num_components);
+  if (jpeg_has_multiple_scans(&jpeg) != FALSE &&
+      !platform::IsDecodeAllowed(jpeg.image_width, jpeg.image_height, 2 * pixels * components)) {
+    return Gdiplus::OutOfMemory;
+  }
+  ProgressMonitor monitor{};
+  monitor.base.progress_monitor = LimitScans;
+  monitor.max_scans = std::clamp(kMaxScannedPixels / std::max<std::uint64_t>(pixels, 1),
+                                 kAlwaysAllowedScans, kMaxScans);
+  jpeg.progress = &monitor.base;
+
+  const bool is_gray = jpeg.out_color_space == JCS_GRAYSCALE;
+  auto decoded = BitmapObject::CreateForDecoder(
+      jpeg.image_width, jpeg.image_height,
+      is_gray ? PixelFormat8bppIndexed : PixelFormat24bppRGB);
+  if (decoded == nullptr) return Gdiplus::OutOfMemory;
+  if (is_gray) decoded->palette = GrayPalette(8);
+  decoded->dpi_x = DotsPerInch(jpeg, jpeg.X_density);
+  decoded->dpi_y = DotsPerInch(jpeg, jpeg.Y_density);
+
+  HeapBytes cmyk;
+  if (jpeg.out_color_space == JCS_CMYK) {
+    cmyk = AllocateBytes(std::uint64_t{jpeg.image_width} * 4);
+    if (cmyk == nullptr) return Gdiplus::OutOfMemory;
+  }
+  if (!ReadRows(jpeg, errors, cmyk.get(), *decoded)) return Gdiplus::GenericError;
+  bitmap = std::move(decoded);
+  return Gdiplus::Ok;
+}
+
+}  // namespace pixtola::portable

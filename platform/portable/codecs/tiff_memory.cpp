@@ -1,0 +1,134 @@
+// The procedures through which libtiff reads and writes, and the options of a handle.
+//
+// Sources are not given as mapped memory: libtiff then copies each strip into a buffer of its own, and
+// no decoder can read past the end of the file.
+#include "codecs/tiff_memory.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+#include <limits>
+
+#include "decode_limit.h"
+
+namespace pixtola::portable {
+
+namespace {
+
+constexpr std::uint64_t kSeekFailed = std::numeric_limits<std::uint64_t>::max();
+
+/// Where a seek leads; `offset` holds a negative number's bits when it leads backwards.
+std::uint64_t Target(std::uint64_t offset, int origin, std::uint64_t position,
+                     std::uint64_t end) {
+  switch (origin) {
+    case SEEK_SET:
+      return offset;
+    case SEEK_CUR:
+      return position + offset;
+    case SEEK_END:
+      return end + offset;
+    default:
+      return kSeekFailed;
+  }
+}
+
+tmsize_t ReadSource(thandle_t handle, void* destination, tmsize_t size) {
+  auto* source = static_cast<TiffSource*>(handle);
+  const std::uint64_t end = source->bytes.size();
+  if (size <= 0 || source->position >= end) return 0;
+  const auto read = std::min<std::uint64_t>(static_cast<std::uint64_t>(size),
+                                            end - source->position);
+  std::memcpy(destination, source->bytes.data() + source->position, read);
+  source->position += read;
+  return static_cast<tmsize_t>(read);
+}
+
+std::uint64_t SeekSource(thandle_t handle, std::uint64_t offset, int origin) {
+  auto* source = static_cast<TiffSource*>(handle);
+  const std::uint64_t target = Target(offset, origin, source->position, source->bytes.size());
+  if (target != kSeekFailed) source->position = target;
+  return target;
+}
+
+std::uint64_t SourceSize(thandle_t handle) {
+  return static_cast<TiffSource*>(handle)->bytes.size();
+}
+
+tmsize_t RefuseToWrite(thandle_t, void*, tmsize_t) { return -1; }
+tmsize_t RefuseToRead(thandle_t, void*, tmsize_t) { return -1; }
+
+tmsize_t WriteDestination(thandle_t handle, void* bytes, tmsize_t size) {
+  auto* destination = static_cast<TiffDestination*>(handle);
+  if (size < 0 || destination->failed ||
+      !destination->sink->Write(bytes, static_cast<std::size_t>(size))) {
+    destination->failed = true;
+    return -1;
+  }
+  destination->end = std::max(destination->end, destination->sink->Position());
+  return size;
+}
+
+std::uint64_t SeekDestination(thandle_t handle, std::uint64_t offset, int origin) {
+  auto* destination = static_cast<TiffDestination*>(handle);
+  const std::uint64_t target =
+      Target(offset, origin, destination->sink->Position(), destination->end);
+  const std::uint64_t inside = std::min(target, destination->end);
+  if (target == kSeekFailed || !destination->sink->Seek(inside)) {
+    destination->failed = true;
+    return kSeekFailed;
+  }
+  // libtiff leaves room for a directory and writes the values behind it first. The room is filled, so
+  // that a sink need not know gaps.
+  std::array<std::uint8_t, 256> zeros{};
+  for (std::uint64_t gap = target - inside; gap > 0;) {
+    const std::uint64_t size = std::min<std::uint64_t>(gap, zeros.size());
+    if (WriteDestination(handle, zeros.data(), static_cast<tmsize_t>(size)) < 0) {
+      return kSeekFailed;
+    }
+    gap -= size;
+  }
+  return target;
+}
+
+std::uint64_t DestinationSize(thandle_t handle) {
+  return static_cast<TiffDestination*>(handle)->end;
+}
+
+int CloseNothing(thandle_t) { return 0; }
+
+/// 1: the message has been dealt with, the process-wide handler is not called.
+int DropMessage(TIFF*, void*, const char*, const char*, std::va_list) { return 1; }
+
+TiffOptionsHandle SilentOptions() {
+  TiffOptionsHandle options(TIFFOpenOptionsAlloc());
+  if (options == nullptr) return options;
+  TIFFOpenOptionsSetErrorHandlerExtR(options.get(), DropMessage, nullptr);
+  TIFFOpenOptionsSetWarningHandlerExtR(options.get(), DropMessage, nullptr);
+  // 0 would mean no limit.
+  const std::uint64_t limit = std::clamp<std::uint64_t>(
+      platform::GetDecodeLimit().bytes, 1, std::numeric_limits<tmsize_t>::max());
+  TIFFOpenOptionsSetMaxSingleMemAlloc(options.get(), static_cast<tmsize_t>(limit));
+  return options;
+}
+
+}  // namespace
+
+TiffHandle OpenTiffForReading(TiffSource& source) {
+  const TiffOptionsHandle options = SilentOptions();
+  if (options == nullptr) return nullptr;
+  // "m": no mapping.
+  return TiffHandle(TIFFClientOpenExt("", "rm", &source, ReadSource, RefuseToWrite, SeekSource,
+                                      CloseNothing, SourceSize, nullptr, nullptr, options.get()));
+}
+
+TiffHandle OpenTiffForWriting(TiffDestination& destination) {
+  const TiffOptionsHandle options = SilentOptions();
+  if (options == nullptr) return nullptr;
+  return TiffHandle(TIFFClientOpenExt("", "w", &destination, RefuseToRead, WriteDestination,
+                                      SeekDestination, CloseNothing, DestinationSize, nullptr,
+                                      nullptr, options.get()));
+}
+
+}  // namespace pixtola::portable

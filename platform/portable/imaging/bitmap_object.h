@@ -1,0 +1,95 @@
+// What a native bitmap handle points to: size, format, rows, palette, resolution and the lock.
+//
+// The object holds data and keeps it consistent; what the flat API accepts and refuses is decided in
+// bitmap_api.cpp, locking in lock_bits.cpp.
+#ifndef PIXTOLA_PORTABLE_BITMAP_OBJECT_H_
+#define PIXTOLA_PORTABLE_BITMAP_OBJECT_H_
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <optional>
+
+#include "imaging/heap_bytes.h"
+#include "pixtola/portable/gdiplus.h"
+
+namespace pixtola::portable {
+
+struct Palette {
+  UINT flags = 0;
+  UINT count = 0;  ///< 0 for formats without a palette, at most 256
+  std::array<Gdiplus::ARGB, 256> entries{};
+};
+
+/// The palette of a new bitmap in `format`; empty for formats that have none.
+Palette DefaultPalette(Gdiplus::PixelFormat format);
+
+/// An opaque gray ramp with 2^bits entries, flags PaletteFlagsGrayScale.
+Palette GrayPalette(unsigned bits);
+
+/// One lock of a rectangle, from LockBits to UnlockBits.
+struct BitmapLock {
+  Gdiplus::Rect rect;
+  UINT flags = 0;
+  Gdiplus::PixelFormat format = PixelFormatUndefined;
+  bool direct = false;      ///< the caller works on the bitmap's own rows: nothing to write back
+  HeapBytes temporary;      ///< the rows handed out when neither the bitmap's nor the caller's
+  BYTE* rows = nullptr;     ///< top row of what the caller works on
+  std::ptrdiff_t stride = 0;
+};
+
+class BitmapObject final : public Gdiplus::GpBitmap {
+ public:
+  /// A bitmap with zeroed rows of its own; null when memory lacks or a size does not fit.
+  /// `width` and `height` are 1 to 2^31 - 1, `format` is one that IsBitmapFormat accepts.
+  static std::unique_ptr<BitmapObject> Create(std::uint32_t width, std::uint32_t height,
+                                              Gdiplus::PixelFormat format);
+
+  /// As Create, for decoders: sizes of 0 and beyond 2^31 - 1 give null, and so does an image beyond
+  /// the decode limit.
+  static std::unique_ptr<BitmapObject> CreateForDecoder(std::uint64_t width, std::uint64_t height,
+                                                        Gdiplus::PixelFormat format);
+
+  /// A bitmap over the caller's rows. `stride` is negative when rows run upwards from `scan0`.
+  static std::unique_ptr<BitmapObject> CreateOver(std::uint32_t width, std::uint32_t height,
+                                                  std::int32_t stride,
+                                                  Gdiplus::PixelFormat format, BYTE* scan0);
+
+  static BitmapObject& From(Gdiplus::GpImage& image) { return static_cast<BitmapObject&>(image); }
+  static const BitmapObject& From(const Gdiplus::GpImage& image) {
+    return static_cast<const BitmapObject&>(image);
+  }
+
+  std::uint32_t width() const { return width_; }
+  std::uint32_t height() const { return height_; }
+  /// Bytes from one row to the next.
+  std::int32_t stride() const { return stride_; }
+  Gdiplus::PixelFormat format() const { return format_; }
+  unsigned bits_per_pixel() const { return (static_cast<unsigned>(format_) >> 8) & 0xFF; }
+  bool is_indexed() const { return (format_ & PixelFormatIndexed) != 0; }
+  /// Bytes of a row that hold pixels, padding excluded.
+  std::size_t row_bytes() const { return (std::size_t{width_} * bits_per_pixel() + 7) / 8; }
+
+  BYTE* Row(std::uint32_t y) { return scan0_ + std::ptrdiff_t{stride_} * y; }
+  const BYTE* Row(std::uint32_t y) const { return scan0_ + std::ptrdiff_t{stride_} * y; }
+
+  Palette palette;
+  /// Dots per inch.
+  float dpi_x = 96.0F;
+  float dpi_y = 96.0F;
+  std::optional<BitmapLock> lock;
+
+ private:
+  BitmapObject() = default;
+
+  std::uint32_t width_ = 0;
+  std::uint32_t height_ = 0;
+  std::int32_t stride_ = 0;
+  Gdiplus::PixelFormat format_ = PixelFormatUndefined;
+  BYTE* scan0_ = nullptr;
+  HeapBytes own_rows_;  ///< empty over a caller's rows
+};
+
+}  // namespace pixtola::portable
+
+#endif  // PIXTOLA_PORTABLE_BITMAP_OBJECT_H_

@@ -1,0 +1,25 @@
+// Objects of the platform's bitmap classes, made where the platform makes its own: deleting them
+// gives their memory back to GDI+.
+#ifndef PIXTOLA_BASE_PLATFORM_OBJECT_H_
+#define PIXTOLA_BASE_PLATFORM_OBJECT_H_
+
+#include <memory>
+#include <new>
+#include <utility>
+
+#include "platform.h"
+
+namespace pixtola {
+
+/// Null when there is no memory. The classes' own `new` cannot tell: it passes GdipAlloc's null on to
+/// the constructor.
+template <typename T, typename... Arguments>
+std::unique_ptr<T> MakePlatformObject(Arguments&&... arguments) {
+  void* memory = Gdiplus::DllExports::GdipAlloc(sizeof(T));
+  if (memory == nullptr) return nullptr;
+  return std::unique_ptr<T>(::new (memory) T(std::forward<Arguments>(arguments)...));
+}
+
+}  // namespace pixtola
+
+#endif  // PIXTOLA_BASE_PLATFORM_OBJECT_H_

@@ -1,0 +1,20 @@
+#include "bitmap/bitmap_access.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+namespace pixtola {
+
+PalettePointer CopyPalette(Gdiplus::Bitmap& bitmap) {
+  const INT size = bitmap.GetPaletteSize();
+  if (size <= 0) return nullptr;
+  // Zeroed: when the palette cannot be fetched it counts as having no entries.
+  const std::size_t block_size =
+      std::max(sizeof(Gdiplus::ColorPalette), static_cast<std::size_t>(size));
+  PalettePointer palette(static_cast<Gdiplus::ColorPalette*>(std::calloc(block_size, 1)));
+  if (palette == nullptr) return nullptr;
+  bitmap.GetPalette(palette.get(), size);
+  return palette->Count != 0 ? std::move(palette) : nullptr;
+}
+
+}  // namespace pixtola

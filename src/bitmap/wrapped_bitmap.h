@@ -1,0 +1,32 @@
+// A Gdiplus::Bitmap that owns what a generator made: the class of every bitmap that the library hands
+// out.
+#ifndef PIXTOLA_BITMAP_WRAPPED_BITMAP_H_
+#define PIXTOLA_BITMAP_WRAPPED_BITMAP_H_
+
+#include <cstdint>
+#include <memory>
+
+#include "bitmap/bitmap_generator.h"
+#include "platform.h"
+
+namespace pixtola {
+
+/// The order of the bases is needed: the image is disposed before the stream that backs it.
+class CWrappedBitmap : CBitmapGenerator, public Gdiplus::Bitmap {
+ public:
+  /// Arguments as for CBitmapGenerator, whose status becomes the object's last status.
+  CWrappedBitmap(const std::uint8_t* data, Gdiplus::PixelFormat format, std::uint32_t width,
+                 std::uint32_t height, std::uint32_t stride, float dpi_x, float dpi_y,
+                 const Gdiplus::ColorPalette* palette);
+};
+
+/// Makes a bitmap from rows of pixels; null when it could not be made.
+std::unique_ptr<Gdiplus::Bitmap> MakeWrappedBitmap(const std::uint8_t* data,
+                                                   Gdiplus::PixelFormat format,
+                                                   std::uint32_t width, std::uint32_t height,
+                                                   std::uint32_t stride, float dpi_x, float dpi_y,
+                                                   const Gdiplus::ColorPalette* palette);
+
+}  // namespace pixtola
+
+#endif  // PIXTOLA_BITMAP_WRAPPED_BITMAP_H_

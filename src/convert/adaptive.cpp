@@ -1,0 +1,268 @@
+#include "convert/adaptive.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstring>
+
+#include "convert/gray.h"
+#include "convert/otsu.h"
+#include "convert/source_image.h"
+
+namespace pixtola {
+
+namespace {
+
+constexpr std::uint32_t kWindowSize = 128;
+constexpr std::uint32_t kWindowSamples = kWindowSize * kWindowSize;
+/// The window's deviation is measured anew after this many cells, across and down.
+constexpr std::uint32_t kWindowRefreshPeriod = 8;
+constexpr std::uint32_t kNeighbourhoodRadius = 5;
+
+struct Statistics {
+  std::uint8_t mean;
+  double deviation;
+};
+
+/// The large window: 128 x 128 samples from an anchor on. Samples that lie past the image's end keep
+/// what the window before had there.
+class LargeWindow {
+ public:
+  LargeWindow(const std::uint8_t* gray, std::uint32_t width, std::uint32_t height)
+      : gray_(gray), width_(width), size_(std::uint64_t{width} * height) {}
+
+  Statistics Measure(std::uint64_t anchor) {
+    // Kept on purpose: only the first two rows of samples are forgotten.
+    std::fill_n(samples_.begin(), 256, std::uint8_t{0});
+    std::uint32_t sum = 0;  // of the samples taken now, not of all
+    for (std::uint32_t row = 0; row < kWindowSize; ++row) {
+      // A window row runs on into the next image row at the right edge.
+      const std::uint64_t start = anchor + std::uint64_t{row} * width_;
+      if (start >= size_) break;
+      const std::uint64_t count = std::min<std::uint64_t>(kWindowSize, size_ - start);
+      std::uint8_t* samples = samples_.data() + std::size_t{row} * kWindowSize;
+      std::memcpy(samples, gray_ + start, count);
+      for (std::uint64_t i = 0; i < count; ++i) sum += samples[i];
+    }
+    const auto mean = static_cast<std::uint8_t>(sum / kWindowSamples);
+    std::uint64_t squares = 0;
+    for (const std::uint8_t sample : samples_) {
+      const int difference = sample - mean;
+      squares += static_cast<std::uint64_t>(difference * difference);
+    }
+    return {mean, std::sqrt(static_cast<double>(squares) / kWindowSamples)};
+  }
+
+ private:
+  const std::uint8_t* gray_;
+  std::uint32_t width_;
+  std::uint64_t size_;
+  std::array<std::uint8_t, kWindowSamples> samples_{};
+};
+
+/// Decides when the large window's deviation is measured again: after eight cells of a row, and after
+/// eight rows of cells. In between it is carried on, from one cell row into the next as well.
+class RefreshRule {
+ public:
+  bool is_due() const { return due_; }
+  void Refreshed() { due_ = false; }
+  void StartRow() { cells_ = 0; }
+  void EndCell() { Count(cells_); }
+  void EndRow() { Count(rows_); }
+
+ private:
+  void Count(std::uint32_t& counter) {
+    if (++counter < kWindowRefreshPeriod) return;
+    counter = 0;
+    due_ = true;
+  }
+
+  std::uint32_t cells_ = 0;
+  std::uint32_t rows_ = 0;
+  bool due_ = true;
+};
+
+struct CellLevels {
+  Statistics statistics;
+  std::uint8_t minimum;
+};
+
+CellLevels MeasureCell(const std::uint8_t* cell, std::uint32_t width) {
+  constexpr std::uint32_t kSamples = kCellSize * kCellSize;
+  std::uint32_t sum = 0;
+  std::uint8_t minimum = 255;
+  for (std::uint32_t y = 0; y < kCellSize; ++y) {
+    for (std::uint32_t x = 0; x < kCellSize; ++x) {
+      const std::uint8_t value = cell[std::size_t{y} * width + x];
+      sum += value;
+      minimum = std::min(minimum, value);
+    }
+  }
+  const auto mean = static_cast<std::uint8_t>(sum / kSamples);
+  std::uint32_t squares = 0;
+  for (std::uint32_t y = 0; y < kCellSize; ++y) {
+    for (std::uint32_t x = 0; x < kCellSize; ++x) {
+      const int difference = cell[std::size_t{y} * width + x] - mean;
+      squares += static_cast<std::uint32_t>(difference * difference);
+    }
+  }
+  return {{mean, std::sqrt(static_cast<double>(squares) / kSamples)}, minimum};
+}
+
+/// Truncates; what is no number or beyond 32 bits gives 0. The low 8 bits are the cell's value.
+std::uint8_t TruncateToCellValue(double value) {
+  constexpr double kLimit = 2147483648.0;
+  if (!(value > -kLimit - 1 && value < kLimit)) return 0;
+  return static_cast<std::uint8_t>(static_cast<std::int32_t>(value));
+}
+
+std::uint8_t CellValue(const CellLevels& cell, const Statistics& window) {
+  const double mean = cell.statistics.mean;
+  const double minimum = cell.minimum;
+  // A flat window or a black cell divides by zero; the result is then no usable number.
+  const double k = cell.statistics.deviation / window.deviation;
+  return TruncateToCellValue(k * k * k * 0.05 * (mean - minimum) + mean * 0.6 +
+                             k * k * 0.02 * minimum + window.mean * 0.1 / mean);
+}
+
+int AbsoluteDifference(std::uint32_t a, std::uint32_t b) {
+  return static_cast<int>(a > b ? a - b : b - a);
+}
+
+std::uint8_t NeighbourhoodAverage(const CellGrid& grid, std::uint32_t row, std::uint32_t column) {
+  const std::uint32_t first_row = row - std::min(row, kNeighbourhoodRadius);
+  const std::uint32_t last_row = std::min(row + kNeighbourhoodRadius, grid.rows - 1);
+  const std::uint32_t first_column = column - std::min(column, kNeighbourhoodRadius);
+  const std::uint32_t last_column = std::min(column + kNeighbourhoodRadius, grid.columns - 1);
+  int weighted = 0;
+  int weights = 0;
+  for (std::uint32_t r = first_row; r <= last_row; ++r) {
+    for (std::uint32_t c = first_column; c <= last_column; ++c) {
+      const int weight = 10 - AbsoluteDifference(row, r) - AbsoluteDifference(column, c);
+      weighted += weight * grid.At(r, c);
+      weights += weight;
+    }
+  }
+  return static_cast<std::uint8_t>(weighted / weights);
+}
+
+/// Clears the bits of `count` pixels that are below or, with `inclusive`, at the threshold.
+void ClearDarkBits(const std::uint8_t* gray, std::uint32_t count, std::uint8_t threshold,
+                   bool inclusive, std::uint8_t* destination) {
+  const int first_white = threshold + (inclusive ? 1 : 0);
+  for (std::uint32_t x = 0; x < count; ++x) {
+    if (gray[x] < first_white) {
+      destination[x / 8] = static_cast<std::uint8_t>(destination[x / 8] & ~(0x80 >> (x % 8)));
+    }
+  }
+}
+
+/// One row of cells, with the strip to the right of its last whole cell.
+class CellRowBinarizer {
+ public:
+  CellRowBinarizer(const CellGrid& grid, std::uint8_t global_threshold, const std::uint8_t* gray,
+                   std::uint32_t width, std::uint8_t* destination,
+                   std::uint32_t destination_stride)
+      : grid_(grid),
+        global_threshold_(global_threshold),
+        gray_(gray),
+        width_(width),
+        destination_(destination),
+        destination_stride_(destination_stride) {}
+
+  void Binarize(std::uint32_t row) {
+    for (std::uint32_t column = 0; column < grid_.columns; ++column) {
+      threshold_ = CellThreshold(grid_, row, column, global_threshold_);
+      ClearBlock(row, column, kCellSize, true);
+    }
+    // Kept on purpose: the strip has as many rows as columns are left over, is always 16 pixels wide
+    // (its rows run on into the next gray row), takes the last cell's threshold, and compares
+    // strictly where the cells do not.
+    ClearBlock(row, grid_.columns, width_ % kCellSize, false);
+  }
+
+ private:
+  void ClearBlock(std::uint32_t row, std::uint32_t column, std::uint32_t block_rows,
+                  bool inclusive) const {
+    for (std::uint32_t i = 0; i < block_rows; ++i) {
+      const std::size_t y = std::size_t{row} * kCellSize + i;
+      ClearDarkBits(gray_ + y * width_ + std::size_t{column} * kCellSize, kCellSize, threshold_,
+                    inclusive, destination_ + y * destination_stride_ + std::size_t{column} * 2);
+    }
+  }
+
+  const CellGrid& grid_;
+  std::uint8_t global_threshold_;
+  const std::uint8_t* gray_;
+  std::uint32_t width_;
+  std::uint8_t* destination_;
+  std::uint32_t destination_stride_;
+  std::uint8_t threshold_ = 255;  ///< of the last cell; images narrower than a cell never set it
+};
+
+}  // namespace
+
+CellGrid ComputeCellThresholds(const std::uint8_t* gray, std::uint32_t width,
+                               std::uint32_t height) {
+  CellGrid grid{width / kCellSize, height / kCellSize, nullptr};
+  grid.values = Allocate<std::uint8_t>(std::uint64_t{grid.columns} * grid.rows);
+  if (grid.values == nullptr) return grid;
+
+  LargeWindow window(gray, width, height);
+  Statistics window_statistics{};
+  RefreshRule refresh;
+  std::uint8_t* value = grid.values.get();
+  for (std::uint32_t row = 0; row < grid.rows; ++row) {
+    refresh.StartRow();
+    for (std::uint32_t column = 0; column < grid.columns; ++column) {
+      const std::uint64_t anchor = (std::uint64_t{row} * width + column) * kCellSize;
+      if (refresh.is_due()) {
+        window_statistics = window.Measure(anchor);
+        refresh.Refreshed();
+      }
+      *value++ = CellValue(MeasureCell(gray + anchor, width), window_statistics);
+      refresh.EndCell();
+    }
+    refresh.EndRow();
+  }
+  return grid;
+}
+
+std::uint8_t CellThreshold(const CellGrid& grid, std::uint32_t row, std::uint32_t column,
+                           std::uint8_t global_threshold) {
+  const int local = NeighbourhoodAverage(grid, row, column);
+  const int global = global_threshold;
+  if (global >= local) {
+    const int pull = static_cast<int>((global - local) * 0.75);
+    return static_cast<std::uint8_t>(pull + local < 255 ? local + pull : local);
+  }
+  const int pull = static_cast<int>((local - global) * 0.25);
+  return static_cast<std::uint8_t>(local > pull ? local - pull : local);
+}
+
+int BinarizeAdaptive(const std::uint8_t* source, std::uint32_t width, std::uint32_t height,
+                     std::uint32_t source_stride, std::uint32_t source_bits_per_pixel,
+                     std::uint8_t* destination, std::uint32_t destination_stride,
+                     const Gdiplus::ColorPalette* palette) {
+  if (!AreConversionArgumentsValid(source, width, height, source_stride, source_bits_per_pixel,
+                                   destination, destination_stride, 1)) {
+    return 0;
+  }
+  std::memset(destination, 255, std::size_t{height} * destination_stride);
+  if (source_bits_per_pixel == 1) {
+    CopyBilevelRows(source, height, source_stride, destination, destination_stride);
+    return 1;
+  }
+  const GrayImage gray =
+      MakeGrayImage(source, width, height, source_stride, source_bits_per_pixel, palette);
+  if (gray.pixels == nullptr) return 0;
+  const CellGrid grid = ComputeCellThresholds(gray.pixels.get(), width, height);
+  if (grid.values == nullptr) return 0;
+
+  CellRowBinarizer binarizer(grid, OtsuThreshold(&gray.histogram), gray.pixels.get(), width,
+                             destination, destination_stride);
+  for (std::uint32_t row = 0; row < grid.rows; ++row) binarizer.Binarize(row);
+  return 1;
+}
+
+}  // namespace pixtola

@@ -1,0 +1,210 @@
+// Between bitmaps and bytes: conversions of a bitmap's pixels, bitmaps from pixels in memory, and a
+// bitmap's pixels out into memory.
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+
+#include "base/memory.h"
+#include "bitmap/bitmap_access.h"
+#include "bitmap/wrapped_bitmap.h"
+#include "format/pixel_format.h"
+#include "platform.h"
+
+namespace pixtola {
+
+namespace {
+
+/// The format in which a bitmap is read for conversion: its own where conversions take it.
+Gdiplus::PixelFormat ConvertibleFormat(Gdiplus::PixelFormat format) {
+  switch (BitsPerPixel(format)) {
+    case 1:
+    case 8:
+    case 24:
+    case 32:
+      return format;
+    default:
+      return PixelFormat24bppRGB;
+  }
+}
+
+/// right - left or bottom - top; wraps for the unclipped rectangles that conversions let through.
+std::uint32_t Extent(LONG low, LONG high) {
+  return static_cast<std::uint32_t>(high) - static_cast<std::uint32_t>(low);
+}
+
+/// A bitmap's size as a rectangle that covers it.
+RECT WholeBitmap(Gdiplus::Bitmap& bitmap) {
+  const UINT width = bitmap.GetWidth();
+  const UINT height = bitmap.GetHeight();
+  return {0, 0, static_cast<LONG>(width), static_cast<LONG>(height)};
+}
+
+/// Rows in top-down order: the locked ones, or a copy when the bitmap holds them bottom-up.
+class TopDownRows {
+ public:
+  explicit TopDownRows(const Gdiplus::BitmapData& data)
+      : first_(static_cast<const std::uint8_t*>(data.Scan0)),
+        stride_(static_cast<std::uint32_t>(std::abs(std::int64_t{data.Stride}))) {
+    if (data.Stride >= 0) return;
+    copy_ = Allocate<std::uint8_t>(std::uint64_t{data.Height} * stride_);
+    for (UINT y = 0; copy_ != nullptr && y < data.Height; ++y) {
+      std::memcpy(copy_.get() + std::size_t{y} * stride_,
+                  first_ + std::ptrdiff_t{data.Stride} * y, stride_);
+    }
+    first_ = copy_.get();
+  }
+
+  /// Null when there was no memory for the copy.
+  const std::uint8_t* first() const { return first_; }
+  std::uint32_t stride() const { return stride_; }
+
+ private:
+  const std::uint8_t* first_;
+  std::uint32_t stride_;
+  Block<std::uint8_t> copy_;
+};
+
+/// One axis of an inclusive rectangle, clipped to `size` pixels; false when fewer than two are left.
+bool ClipInclusive(LONG& first, LONG& last, std::uint32_t size) {
+  const auto signed_size = static_cast<LONG>(size);
+  first = std::max<LONG>(first, 0);
+  if (last >= signed_size) last = signed_size - 1;
+  // Kept on purpose: strict, so that a single column or row is refused.
+  return first < last;
+}
+
+}  // namespace
+
+}  // namespace pixtola
+
+int PxtBitmapRectToBytes(PxtConversionMethod method, Gdiplus::Bitmap& bitmap, RECT* rect,
+                         uint8_t* destination, uint32_t* destination_size,
+                         uint32_t* destination_stride) {
+  using namespace pixtola;
+  if (rect == nullptr || destination_size == nullptr || destination_stride == nullptr) return 0;
+  const Gdiplus::PixelFormat own_format = bitmap.GetPixelFormat();
+  const Gdiplus::PixelFormat format = ConvertibleFormat(own_format);
+  const std::uint32_t bits = BitsPerPixel(format);
+  const UINT width = bitmap.GetWidth();
+  const UINT height = bitmap.GetHeight();
+  if (destination == nullptr) {
+    const std::uint8_t never_read = 0;
+    return PxtBytesRectToBytes(method, &never_read, rect, bits, width, height,
+                               CalcStrideFromBits(bits, width), nullptr, destination_size,
+                               destination_stride, nullptr);
+  }
+
+  const PalettePointer palette = IsIndexed(own_format) ? CopyPalette(bitmap) : nullptr;
+  const ReadLock lock(bitmap, width, height, format);
+  if (!lock.is_locked()) return 0;
+  const TopDownRows rows(lock.data());
+  return PxtBytesRectToBytes(method, rows.first(), rect, bits, lock.data().Width,
+                             lock.data().Height, rows.stride(), destination, destination_size,
+                             destination_stride, palette.get());
+}
+
+int PxtBitmapToBytes(PxtConversionMethod method, Gdiplus::Bitmap& bitmap, uint8_t* destination,
+                     uint32_t* destination_size, uint32_t* destination_stride) {
+  RECT whole = pixtola::WholeBitmap(bitmap);
+  return PxtBitmapRectToBytes(method, bitmap, &whole, destination, destination_size,
+                              destination_stride);
+}
+
+int PxtBitmapRectToBitmap(PxtConversionMethod method, Gdiplus::Bitmap& bitmap, RECT* rect,
+                          Gdiplus::Bitmap** result) {
+  using namespace pixtola;
+  if (rect == nullptr || result == nullptr) return 0;
+  uint32_t size = 0;
+  uint32_t stride = 0;
+  if (PxtBitmapRectToBytes(method, bitmap, rect, nullptr, &size, &stride) == 0 || size == 0) {
+    return 0;
+  }
+  const auto bytes = Allocate<std::uint8_t>(size);
+  if (bytes == nullptr ||
+      PxtBitmapRectToBytes(method, bitmap, rect, bytes.get(), &size, &stride) == 0) {
+    return 0;
+  }
+  *result = nullptr;
+  const float dpi_y = bitmap.GetVerticalResolution();
+  const float dpi_x = bitmap.GetHorizontalResolution();
+  const Gdiplus::PixelFormat format =
+      method == MethodGray8 ? PixelFormat8bppIndexed : PixelFormat1bppIndexed;
+  return PxtInsertBytes(bytes.get(), format, Extent(rect->left, rect->right),
+                        Extent(rect->top, rect->bottom), stride, dpi_x, dpi_y, result, nullptr);
+}
+
+int PxtBitmapToBitmap(PxtConversionMethod method, Gdiplus::Bitmap& bitmap,
+                      Gdiplus::Bitmap** result) {
+  RECT whole = pixtola::WholeBitmap(bitmap);
+  return PxtBitmapRectToBitmap(method, bitmap, &whole, result);
+}
+
+int PxtInsertBytes(const uint8_t* bytes, Gdiplus::PixelFormat format, uint32_t width,
+                   uint32_t height, uint32_t stride, float horizontal_dpi, float vertical_dpi,
+                   Gdiplus::Bitmap** result, const Gdiplus::ColorPalette* palette) {
+  if (bytes == nullptr || result == nullptr) return 0;
+  std::unique_ptr<Gdiplus::Bitmap> bitmap = pixtola::MakeWrappedBitmap(
+      bytes, format, width, height, stride, horizontal_dpi, vertical_dpi, palette);
+  if (bitmap == nullptr) return 0;
+  *result = bitmap.release();
+  return 1;
+}
+
+int PxtInsertBytesRect(const uint8_t* bytes, Gdiplus::PixelFormat format, uint32_t width,
+                       uint32_t height, uint32_t stride, const RECT* rect, float horizontal_dpi,
+                       float vertical_dpi, Gdiplus::Bitmap** result) {
+  using namespace pixtola;
+  if (bytes == nullptr || rect == nullptr || result == nullptr) return 0;
+  *result = nullptr;
+  RECT clipped = *rect;
+  if (!ClipInclusive(clipped.left, clipped.right, width) ||
+      !ClipInclusive(clipped.top, clipped.bottom, height)) {
+    return 0;
+  }
+  Gdiplus::Bitmap* made = nullptr;
+  if (PxtInsertBytes(bytes, format, width, height, stride, horizontal_dpi, vertical_dpi, &made,
+                     nullptr) == 0) {
+    return 0;
+  }
+  std::unique_ptr<Gdiplus::Bitmap> whole(made);
+  const Gdiplus::Rect part(clipped.left, clipped.top, clipped.right - clipped.left + 1,
+                           clipped.bottom - clipped.top + 1);
+  if (static_cast<uint32_t>(part.Width) == width && static_cast<uint32_t>(part.Height) == height) {
+    *result = whole.release();
+    return 1;
+  }
+  Gdiplus::BitmapData data{};
+  if (whole->LockBits(&part, Gdiplus::ImageLockModeRead, format, &data) != Gdiplus::Ok) return 0;
+  *result = MakeWrappedBitmap(static_cast<const std::uint8_t*>(data.Scan0), format, data.Width,
+                              data.Height, static_cast<std::uint32_t>(data.Stride), horizontal_dpi,
+                              vertical_dpi, nullptr)
+                .release();
+  // The temporary bitmap goes while it is locked; the new one has its own pixels.
+  return *result != nullptr ? 1 : 0;
+}
+
+int PxtExtractBytes(Gdiplus::Bitmap& bitmap, uint8_t* destination, uint32_t* size, uint32_t* width,
+                    uint32_t* height, uint32_t* stride, Gdiplus::PixelFormat* format) {
+  if (size == nullptr || width == nullptr || height == nullptr || stride == nullptr ||
+      format == nullptr) {
+    return 0;
+  }
+  *width = bitmap.GetWidth();
+  *height = bitmap.GetHeight();
+  *format = bitmap.GetPixelFormat();
+  const Gdiplus::Rect whole(0, 0, static_cast<INT>(*width), static_cast<INT>(*height));
+  Gdiplus::BitmapData data{};
+  if (bitmap.LockBits(&whole, Gdiplus::ImageLockModeRead, *format, &data) != Gdiplus::Ok) return 0;
+  bitmap.UnlockBits(&data);
+  *stride = static_cast<uint32_t>(std::abs(std::int64_t{data.Stride}));
+  *size = data.Height * *stride;
+  if (destination == nullptr) return 1;
+
+  data.Scan0 = destination;
+  data.Stride = static_cast<INT>(*stride);
+  const UINT mode = Gdiplus::ImageLockModeRead | Gdiplus::ImageLockModeUserInputBuf;
+  if (bitmap.LockBits(&whole, mode, *format, &data) != Gdiplus::Ok) return 0;
+  bitmap.UnlockBits(&data);
+  return 1;
+}

@@ -1,0 +1,183 @@
+// The frame around the conversion methods: argument checks, clipping, the size query, where the
+// source starts, and the choice of the method.
+
+#include <algorithm>
+#include <cstring>
+
+#include "base/memory.h"
+#include "convert/adaptive.h"
+#include "convert/diffusion.h"
+#include "convert/gray.h"
+#include "convert/otsu.h"
+#include "format/pixel_format.h"
+#include "platform.h"
+
+namespace pixtola {
+
+namespace {
+
+using Worker = int (*)(const std::uint8_t* source, std::uint32_t width, std::uint32_t height,
+                       std::uint32_t source_stride, std::uint32_t source_bits_per_pixel,
+                       std::uint8_t* destination, std::uint32_t destination_stride,
+                       const Gdiplus::ColorPalette* palette);
+
+struct Method {
+  Gdiplus::PixelFormat output_format;
+  Worker worker;
+};
+
+constexpr Method kMethods[] = {
+    {PixelFormat8bppIndexed, ConvertToGray},
+    {PixelFormat1bppIndexed, BinarizeOtsu},
+    {PixelFormat1bppIndexed, BinarizeAdaptive},
+    {PixelFormat1bppIndexed, BinarizeDiffusion},
+};
+
+/// A caller's image: `height * stride` bytes.
+struct SourceImage {
+  const std::uint8_t* bytes;
+  std::uint32_t bits_per_pixel;
+  std::uint32_t width;
+  std::uint32_t height;
+  std::uint32_t stride;
+
+  std::uint64_t size() const { return std::uint64_t{height} * stride; }
+};
+
+/// The part of an image that a method works on: rows that start at a byte offset, some of which may
+/// reach past the image's end.
+struct Window {
+  std::uint32_t offset;
+  std::uint32_t width;
+  std::uint32_t height;
+};
+
+/// Clips both edges of one axis, compared as signed.
+void ClipAxis(LONG& low, LONG& high, std::uint32_t size) {
+  high = std::min(high, static_cast<LONG>(size));
+  low = std::max<LONG>(std::min(low, high), 0);
+}
+
+bool IsConvertible(const SourceImage& source) {
+  switch (source.bits_per_pixel) {
+    case 1:
+    case 8:
+    case 24:
+    case 32:
+      break;
+    default:
+      return false;
+  }
+  return source.bytes != nullptr && source.width != 0 && source.height != 0 &&
+         source.stride != 0 && IsValidStride(source.width, source.bits_per_pixel, source.stride);
+}
+
+/// The most bytes that any method reads from the start of a row on: the row's pixels, and with 1 and 8
+/// bits whatever of the padding lands in the destination row.
+std::uint64_t BytesReadPerRow(const SourceImage& source, std::uint32_t width,
+                              std::uint32_t destination_stride) {
+  const std::uint64_t pixels = PackedRowBytes(source.bits_per_pixel, width);
+  if (source.bits_per_pixel > 8) return pixels;
+  return std::max<std::uint64_t>(pixels, std::min(source.stride, destination_stride));
+}
+
+/// A copy of a window, with zeros where it reaches past the image's end. Its rows lie closer together
+/// than the image's where a method reads only the beginning of each; what the methods derive from
+/// the two strides stays the same. Rows wholly past the end are never touched, so they cost nothing.
+struct ZeroExtendedCopy {
+  Block<std::uint8_t> bytes;  ///< null when it could not be made
+  std::uint32_t stride;
+};
+
+ZeroExtendedCopy CopyZeroExtended(const SourceImage& source, const Window& window,
+                                  std::uint64_t row_bytes) {
+  const std::uint64_t wanted_stride = (row_bytes + 3) / 4 * 4;
+  if (wanted_stride > UINT32_MAX) return {nullptr, 0};
+  const auto stride = static_cast<std::uint32_t>(wanted_stride);
+  Block<std::uint8_t> bytes =
+      AllocateZeroed<std::uint8_t>(std::uint64_t{window.height} * stride);
+  if (bytes == nullptr) return {nullptr, 0};
+  for (std::uint32_t y = 0; y < window.height; ++y) {
+    const std::uint64_t start = window.offset + std::uint64_t{y} * source.stride;
+    if (start >= source.size()) break;
+    std::memcpy(bytes.get() + std::size_t{y} * stride, source.bytes + start,
+                std::min(row_bytes, source.size() - start));
+  }
+  return {std::move(bytes), stride};
+}
+
+int RunMethod(const Method& method, const SourceImage& source, const Window& window,
+              std::uint8_t* destination, std::uint32_t destination_stride,
+              const Gdiplus::ColorPalette* palette) {
+  if (window.width == 0 || window.height == 0) return 0;
+  // The size is reported in 32 bits; a buffer of that size would be too small for such an image.
+  if (std::uint64_t{window.height} * destination_stride > UINT32_MAX) return 0;
+
+  const std::uint64_t row_bytes = BytesReadPerRow(source, window.width, destination_stride);
+  const std::uint64_t end =
+      window.offset + std::uint64_t{window.height - 1} * source.stride + row_bytes;
+  if (end <= source.size()) {
+    return method.worker(source.bytes + window.offset, window.width, window.height, source.stride,
+                         source.bits_per_pixel, destination, destination_stride, palette);
+  }
+  // The method's own checks see the caller's stride first: a copy must not make good what they refuse.
+  if (!IsValidStride(window.width, source.bits_per_pixel, source.stride)) return 0;
+  const ZeroExtendedCopy copy = CopyZeroExtended(source, window, row_bytes);
+  if (copy.bytes == nullptr) return 0;
+  return method.worker(copy.bytes.get(), window.width, window.height, copy.stride,
+                       source.bits_per_pixel, destination, destination_stride, palette);
+}
+
+}  // namespace
+
+}  // namespace pixtola
+
+int PxtBytesRectToBytes(PxtConversionMethod method, const uint8_t* source, RECT* rect,
+                        uint32_t source_bits_per_pixel, uint32_t width, uint32_t height,
+                        uint32_t source_stride, uint8_t* destination, uint32_t* destination_size,
+                        uint32_t* destination_stride, const Gdiplus::ColorPalette* palette) {
+  using namespace pixtola;
+  if (rect == nullptr || destination_size == nullptr || destination_stride == nullptr) return 0;
+  if (method >= std::size(kMethods)) return 0;
+  const SourceImage image{source, source_bits_per_pixel, width, height, source_stride};
+  if (!IsConvertible(image)) return 0;
+
+  // Kept on purpose: a rectangle with a negative right or bottom is neither clipped nor refused.
+  if (rect->right > 0 && rect->bottom > 0) {
+    ClipAxis(rect->left, rect->right, width);
+    ClipAxis(rect->top, rect->bottom, height);
+  }
+  if (rect->right == 0 || rect->bottom == 0) return 0;
+
+  const auto rect_width =
+      static_cast<std::uint32_t>(rect->right) - static_cast<std::uint32_t>(rect->left);
+  const auto rect_height =
+      static_cast<std::uint32_t>(rect->bottom) - static_cast<std::uint32_t>(rect->top);
+  const Method& chosen = kMethods[method];
+  *destination_stride = PxtCalcStride(rect_width, chosen.output_format);
+  const std::uint32_t needed_size = rect_height * *destination_stride;
+  if (destination == nullptr) {
+    *destination_size = needed_size;
+    return 1;
+  }
+  if (*destination_size < needed_size) {
+    *destination_size = needed_size;
+    return 0;
+  }
+  // Kept on purpose: the offset counts rows of the rectangle's width and pixels of one byte, whatever
+  // the source's stride and depth.
+  const std::uint32_t offset = static_cast<std::uint32_t>(rect->left) +
+                               static_cast<std::uint32_t>(rect->top) * rect_width;
+  return RunMethod(chosen, image, {offset, rect_width, rect_height}, destination,
+                   *destination_stride, palette);
+}
+
+int PxtBytesToBytes(PxtConversionMethod method, const uint8_t* source,
+                    uint32_t source_bits_per_pixel, uint32_t width, uint32_t height,
+                    uint32_t source_stride, uint8_t* destination, uint32_t* destination_size,
+                    uint32_t* destination_stride, const Gdiplus::ColorPalette* palette) {
+  RECT rect{0, 0, static_cast<LONG>(width), static_cast<LONG>(height)};
+  return PxtBytesRectToBytes(method, source, &rect, source_bits_per_pixel, width, height,
+                             source_stride, destination, destination_size, destination_stride,
+                             palette);
+}

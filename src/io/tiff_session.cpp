@@ -1,0 +1,25 @@
+#include "io/tiff_session.h"
+
+#include <cstdarg>
+
+namespace pixtola {
+
+namespace {
+
+void IgnoreMessage(const char* /*module*/, const char* /*format*/, va_list /*arguments*/) {}
+
+void IgnoreMessageOfClient(thandle_t /*client*/, const char* /*module*/, const char* /*format*/,
+                           va_list /*arguments*/) {}
+
+}  // namespace
+
+std::recursive_mutex TiffLock;
+
+TiffSession::TiffSession() : lock_(TiffLock) {
+  TIFFSetErrorHandler(IgnoreMessage);
+  TIFFSetErrorHandlerExt(IgnoreMessageOfClient);
+  TIFFSetWarningHandler(IgnoreMessage);
+  TIFFSetWarningHandlerExt(IgnoreMessageOfClient);
+}
+
+}  // namespace pixtola

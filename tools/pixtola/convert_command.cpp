@@ -1,0 +1,126 @@
+#include "convert_command.h"
+
+#include <algorithm>
+#include <cctype>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "Pixtola.h"
+#include "failure.h"
+#include "input_file.h"
+#include "output_file.h"
+#include "text.h"
+
+namespace pixtola::tool {
+
+namespace {
+
+using BitmapPointer = std::unique_ptr<Gdiplus::Bitmap>;
+
+const std::map<std::string, PxtConversionMethod> kMethods = {
+    {"gray", MethodGray8},
+    {"otsu", MethodBilevelOtsu},
+    {"adaptive", MethodBilevelAdaptive},
+    {"diffusion", MethodBilevelDiffusion}};
+
+const std::map<std::string, PxtFileType> kTypes = {
+    {"tiff-g3", PxtFileTypeTiffGroup3},        {"tiff-g4", PxtFileTypeTiffGroup4},
+    {"tiff-lzw", PxtFileTypeTiffLzw},          {"tiff-packbits", PxtFileTypeTiffRunLength},
+    {"tiff-none", PxtFileTypeTiffNone},        {"png", PxtFileTypePng},
+    {"bmp", PxtFileTypeBmp}};
+
+/// What the user asked for; methods and types by the names above, empty when not given.
+struct Request {
+  std::string input;
+  std::string output;
+  std::string method;
+  std::string type;
+};
+
+std::string LowerCaseExtension(const std::string& path) {
+  std::string extension = std::filesystem::path(path).extension().string();
+  std::transform(extension.begin(), extension.end(), extension.begin(),
+                 [](unsigned char character) { return std::tolower(character); });
+  return extension;
+}
+
+bool IsTiffName(const std::string& extension) {
+  return extension == ".tif" || extension == ".tiff";
+}
+
+/// The type that the output's name stands for; TIFF files of 1-bit images and of others differ.
+std::optional<PxtFileType> TypeOfName(const std::string& path, bool is_bilevel) {
+  const std::string extension = LowerCaseExtension(path);
+  if (extension == ".png") return PxtFileTypePng;
+  if (extension == ".bmp") return PxtFileTypeBmp;
+  if (IsTiffName(extension)) return is_bilevel ? PxtFileTypeTiffGroup4 : PxtFileTypeTiffLzw;
+  return std::nullopt;
+}
+
+/// Checked before any file is touched.
+void RequireKnownType(const Request& request) {
+  if (request.type.empty() && !TypeOfName(request.output, false).has_value()) {
+    throw CLI::ValidationError("OUTPUT", "The name '" + request.output +
+                                             "' does not tell a file type that can be written "
+                                             "(.tif, .png, .bmp); give one with --type.");
+  }
+}
+
+BitmapPointer Convert(Gdiplus::Bitmap& page, const Request& request) {
+  Gdiplus::Bitmap* converted = nullptr;
+  if (PxtBitmapToBitmap(kMethods.at(request.method), page, &converted) == 0) {
+    throw Failure("Cannot convert '" + request.input + "': not enough memory for its size.");
+  }
+  return BitmapPointer(converted);
+}
+
+/// Whether the file holds an image of the page's size: the library does not report every failed write.
+bool ReadsBack(const OutputFile& output, Gdiplus::Bitmap& page) {
+  Gdiplus::Bitmap* opened = nullptr;
+  if (PxtOpenImageFile(output.wide_temporary_path().c_str(), &opened) == 0) return false;
+  const BitmapPointer written(opened);
+  return written->GetWidth() == page.GetWidth() && written->GetHeight() == page.GetHeight();
+}
+
+void Run(const Request& request) {
+  RequireKnownType(request);
+  BitmapPointer page = OpenInput(request.input);
+  if (!request.method.empty()) page = Convert(*page, request);
+  const bool is_bilevel = page->GetPixelFormat() == PixelFormat1bppIndexed;
+  const PxtFileType type = request.type.empty() ? *TypeOfName(request.output, is_bilevel)
+                                                : kTypes.at(request.type);
+  OutputFile output(request.output);
+  if (PxtSaveBitmapToFile(page.get(), type, output.wide_temporary_path().c_str()) == 0 ||
+      !ReadsBack(output, *page)) {
+    throw Failure("Cannot write '" + request.output + "'" + output.ExplainWriteFailure() + ".");
+  }
+  output.Commit();
+}
+
+}  // namespace
+
+void AddConvertCommand(CLI::App& app) {
+  CLI::App* command = app.add_subcommand("convert", "Convert an image file into another");
+  const auto request = std::make_shared<Request>();
+  command->add_option("INPUT", request->input, "A BMP, JPEG, PNG or TIFF file (its first page)")
+      ->required();
+  command->add_option("OUTPUT", request->output, "The file to write; replaced if it exists")
+      ->required();
+  command
+      ->add_option("--method", request->method,
+                   "gray: 8-bit gray; otsu: black and white by one threshold; adaptive: by a "
+                   "threshold for each part of the page; diffusion: by error diffusion. Without "
+                   "it the page is saved as it is; fax types dither it")
+      ->check(CLI::IsMember(kMethods));
+  command
+      ->add_option("--type", request->type,
+                   "The file's type. Without it OUTPUT's extension decides: .png, .bmp, .tif "
+                   "(tiff-g4 for black-and-white pages, tiff-lzw for others)")
+      ->check(CLI::IsMember(kTypes));
+  command->callback([request] { Run(*request); });
+}
+
+}  // namespace pixtola::tool

@@ -1,0 +1,67 @@
+#include "input_file.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <string_view>
+
+#include "failure.h"
+#include "text.h"
+
+namespace pixtola::tool {
+
+namespace {
+
+/// The format whose signature the bytes start with, empty when there is none that is read.
+std::string_view FormatOf(std::string_view start) {
+  using namespace std::string_view_literals;
+  struct Signature {
+    std::string_view bytes;
+    std::string_view format;
+  };
+  static constexpr Signature kSignatures[] = {
+      {"\x89PNG\r\n\x1A\n"sv, "PNG"}, {"\xFF\xD8\xFF"sv, "JPEG"}, {"BM"sv, "BMP"},
+      {"II*\0"sv, "TIFF"},            {"MM\0*"sv, "TIFF"},        {"II+\0"sv, "TIFF"},
+      {"MM\0+"sv, "TIFF"}};
+  for (const Signature& signature : kSignatures) {
+    if (start.starts_with(signature.bytes)) return signature.format;
+  }
+  return {};
+}
+
+/// Why the library could not open the file, as a sentence.
+std::string ExplainUnreadable(const std::string& path) {
+  const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+  if (descriptor < 0) return "Cannot open '" + path + "': " + std::strerror(errno) + ".";
+  struct stat status {};
+  const bool has_status = ::fstat(descriptor, &status) == 0;
+  std::array<char, 8> bytes{};
+  const ssize_t count = ::read(descriptor, bytes.data(), bytes.size());
+  ::close(descriptor);
+  if (has_status && S_ISDIR(status.st_mode)) return "'" + path + "' is a folder, not an image.";
+  if (has_status && !S_ISREG(status.st_mode)) return "'" + path + "' is not a regular file.";
+  if (count < 0) return "Cannot read '" + path + "'.";
+  if (count == 0) return "'" + path + "' is empty.";
+  const std::string_view format = FormatOf({bytes.data(), static_cast<std::size_t>(count)});
+  if (format.empty()) {
+    return "'" + path + "' is not an image that can be read (BMP, JPEG, PNG, TIFF).";
+  }
+  return "'" + path + "' is a " + std::string(format) +
+         " file that cannot be decoded: it is damaged, too large, or of a kind that is not read.";
+}
+
+}  // namespace
+
+std::unique_ptr<Gdiplus::Bitmap> OpenInput(const std::string& path) {
+  const std::optional<std::wstring> wide_path = WideFromUtf8(path);
+  if (!wide_path.has_value()) throw Failure("The name '" + path + "' is not valid UTF-8.");
+  Gdiplus::Bitmap* bitmap = nullptr;
+  if (PxtOpenImageFile(wide_path->c_str(), &bitmap) == 0) throw Failure(ExplainUnreadable(path));
+  return std::unique_ptr<Gdiplus::Bitmap>(bitmap);
+}
+
+}  // namespace pixtola::tool

@@ -1,0 +1,55 @@
+// pixtola: the library's jobs on files, from the command line.
+//
+// Exit status: 0 done, 1 something failed (one sentence on stderr says what), 2 wrong usage.
+
+#include <CLI/CLI.hpp>
+#include <csignal>
+#include <exception>
+#include <iostream>
+
+#include "Pixtola.h"
+#include "convert_command.h"
+#include "failure.h"
+
+namespace {
+
+constexpr int kFailed = 1;
+constexpr int kWrongUsage = 2;
+
+int Fail(const char* sentence) {
+  std::cerr << "pixtola: " << sentence << '\n';
+  return kFailed;
+}
+
+int Run(int argument_count, char** arguments) {
+  CLI::App app("Prepares captured pages as documents.", "pixtola");
+  app.set_version_flag("--version", "pixtola " PIXTOLA_VERSION);
+  app.require_subcommand(1);
+  pixtola::tool::AddConvertCommand(app);
+  try {
+    app.parse(argument_count, arguments);
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error) == 0 ? 0 : kWrongUsage;
+  }
+  return 0;
+}
+
+}  // namespace
+
+int main(int argument_count, char** arguments) {
+  // A file that may not grow is a failed write, told like any other.
+  std::signal(SIGXFSZ, SIG_IGN);
+  ULONG_PTR token = 0;
+  const Gdiplus::GdiplusStartupInput input;
+  Gdiplus::GdiplusStartup(&token, &input, nullptr);
+  int status = kFailed;
+  try {
+    status = Run(argument_count, arguments);
+  } catch (const pixtola::tool::Failure& failure) {
+    status = Fail(failure.what());
+  } catch (const std::exception& error) {
+    status = Fail(error.what());
+  }
+  Gdiplus::GdiplusShutdown(token);
+  return status;
+}

@@ -1,0 +1,38 @@
+// The output: written under a temporary name beside its place and moved there when it is whole, so
+// that a failed run leaves what was there and nothing half-written.
+#ifndef PIXTOLA_TOOL_OUTPUT_FILE_H_
+#define PIXTOLA_TOOL_OUTPUT_FILE_H_
+
+#include <string>
+
+namespace pixtola::tool {
+
+class OutputFile {
+ public:
+  /// Creates the temporary file. Throws Failure.
+  explicit OutputFile(const std::string& path);
+  OutputFile(const OutputFile&) = delete;
+  OutputFile& operator=(const OutputFile&) = delete;
+  /// Removes the temporary file unless it was moved.
+  ~OutputFile();
+
+  const std::string& temporary_path() const { return temporary_path_; }
+  const std::wstring& wide_temporary_path() const { return wide_temporary_path_; }
+
+  /// Moves the temporary file to its place. Throws Failure.
+  void Commit();
+
+  /// Why writing may have failed (such as a full disk), as the end of a sentence with its leading
+  /// colon; empty when the file can be written.
+  std::string ExplainWriteFailure() const;
+
+ private:
+  std::string path_;         ///< as the user gave it, for messages
+  std::string target_path_;  ///< symbolic links followed
+  std::string temporary_path_;
+  std::wstring wide_temporary_path_;
+};
+
+}  // namespace pixtola::tool
+
+#endif  // PIXTOLA_TOOL_OUTPUT_FILE_H_
