@@ -2,33 +2,33 @@
 ///
 /// How the library is meant to be used
 /// -----------------------------------
-/// Pixtola works at two heights. At the lower one an image is plain memory: a pointer to its top row,
-/// a width and a height in pixels and a stride, the distance in BYTES from one row to the next. The
-/// pixel (x, y) of an image with 8 or more bits a pixel stands at
+/// Pixtola works at two heights. At the lower one an image is plain memory: a pointer to its top
+/// row, a width and a height in pixels and a stride, the distance in BYTES from one row to the
+/// next. The pixel (x, y) of an image with 8 or more bits a pixel stands at
 ///
 ///     first_row + y * stride + x * (bits_per_pixel / 8)
 ///
-/// 24-bit pixels are stored blue, green, red; 32-bit pixels blue, green, red, alpha. A 1-bit row has
-/// eight pixels a byte, the leftmost in the most significant bit; a set bit is white. An image takes
-/// `height * stride` bytes; the library never reads or writes outside of them.
+/// 24-bit pixels are stored blue, green, red; 32-bit pixels blue, green, red, alpha. A 1-bit row
+/// has eight pixels a byte, the leftmost in the most significant bit; a set bit is white. An image
+/// takes `height * stride` bytes; the library never reads or writes outside of them.
 ///
-/// At the upper height an image is a `Gdiplus::Bitmap`: GDI+'s own class on Windows, the class of the
-/// same name from <pixtola/portable/gdiplus.h> on every other system. Call `Gdiplus::GdiplusStartup`
-/// before using bitmaps, as with GDI+ itself.
+/// At the upper height an image is a `Gdiplus::Bitmap`: GDI+'s own class on Windows, the class of
+/// the same name from <pixtola/portable/gdiplus.h> on every other system. Call
+/// `Gdiplus::GdiplusStartup` before using bitmaps, as with GDI+ itself.
 ///
-/// Results. Functions return 1 for success and 0 for failure unless their text says otherwise. There
-/// are no error codes; no exception leaves a function and nothing is ever printed. A platform call
-/// that fails on a bitmap leaves its status in that bitmap's `GetLastStatus()`.
+/// Results. Functions return 1 for success and 0 for failure unless their text says otherwise.
+/// There are no error codes; no exception leaves a function and nothing is ever printed. A platform
+/// call that fails on a bitmap leaves its status in that bitmap's `GetLastStatus()`.
 ///
-/// Sizes. Functions that fill a byte buffer tell its size first: called with a null destination they
-/// report the bytes needed and the stride, and return 1. Called with too small a capacity they report
-/// the bytes needed and return 0.
+/// Sizes. Functions that fill a byte buffer tell its size first: called with a null destination
+/// they report the bytes needed and the stride, and return 1. Called with too small a capacity they
+/// report the bytes needed and return 0.
 ///
 /// Ownership. Buffers and bitmaps that you pass in stay yours and are never kept. Bitmaps that you
 /// get are yours: `delete` them. They own their pixels; nothing you passed in has to outlive them.
 ///
-/// Threads. Every call runs wholly on the calling thread. Any number of threads may convert distinct
-/// buffers at once; one bitmap must not be used by two threads at once.
+/// Threads. Every call runs wholly on the calling thread. Any number of threads may convert
+/// distinct buffers at once; one bitmap must not be used by two threads at once.
 ///
 /// Null pointers for required arguments give 0 with nothing done.
 #ifndef PIXTOLA_H_
@@ -65,16 +65,16 @@ enum PxtConversionMethod : uint32_t {
   MethodBilevelDiffusion = 3
 };
 
-/// The files that can be written. On the way to the fax and run-length TIFF types images become 1-bit
-/// by themselves: by error diffusion (5, 6) or Otsu's threshold (8).
+/// The files that can be written. On the way to the fax and run-length TIFF types images become
+/// 1-bit by themselves: by error diffusion (5, 6) or Otsu's threshold (8).
 enum PxtFileType : int {
   PxtFileTypeBmp = 0,
-  PxtFileTypeGif = 1,          ///< where the platform has an encoder for it
-  PxtFileTypeJpeg = 2,         ///< quality 85, where the platform has an encoder for it
-  PxtFileTypePcx = 3,          ///< not written yet
+  PxtFileTypeGif = 1,   ///< where the platform has an encoder for it
+  PxtFileTypeJpeg = 2,  ///< quality 85, where the platform has an encoder for it
+  PxtFileTypePcx = 3,   ///< not written yet
   PxtFileTypePng = 4,
-  PxtFileTypeTiffGroup3 = 5,   ///< CCITT group 3
-  PxtFileTypeTiffGroup4 = 6,   ///< CCITT group 4
+  PxtFileTypeTiffGroup3 = 5,  ///< CCITT group 3
+  PxtFileTypeTiffGroup4 = 6,  ///< CCITT group 4
   PxtFileTypeTiffLzw = 7,
   PxtFileTypeTiffRunLength = 8,  ///< PackBits
   PxtFileTypeTiffNone = 9,       ///< no compression
@@ -94,17 +94,19 @@ PIXTOLA_API uint32_t PxtCalcStride(uint32_t width, Gdiplus::PixelFormat format);
 ///
 /// @param method      One of PxtConversionMethod; any other value gives 0.
 /// @param source      The top row; `height * source_stride` bytes are read at most.
-/// @param rect        In: the rectangle in pixels, right and bottom exclusive. Out: the same clipped
-///                    to the image. One whose right or bottom is 0 gives 0. One whose right or bottom
-///                    is negative is neither clipped nor refused: the arithmetic runs on as it is.
-///                    The pixels are taken from the byte offset left + top * (right - left), with
-///                    bytes past the image's end reading as 0; with left = top = 0 that is the
+/// @param rect        In: the rectangle in pixels, right and bottom exclusive. Out: the same
+/// clipped
+///                    to the image. One whose right or bottom is 0 gives 0. One whose right or
+///                    bottom is negative is neither clipped nor refused: the arithmetic runs on as
+///                    it is. The pixels are taken from the byte offset left + top * (right - left),
+///                    with bytes past the image's end reading as 0; with left = top = 0 that is the
 ///                    image's own corner.
 /// @param source_bits_per_pixel  1, 8, 24 or 32. A set bit of a 1-bit source is white.
 /// @param width,height           The whole source image, in pixels, at least 1.
 /// @param source_stride          In bytes, a multiple of 4, no less than a row needs.
 /// @param destination            Null asks for the size only.
-/// @param destination_size       In: capacity of `destination` in bytes. Out: the bytes needed, when
+/// @param destination_size       In: capacity of `destination` in bytes. Out: the bytes needed,
+/// when
 ///                               asked or when the capacity is too small; otherwise left as it is.
 /// @param destination_stride     Out: PxtCalcStride of the rectangle's width for 8 bits (gray) or
 ///                               1 bit a pixel; also written when the capacity is too small.
@@ -126,8 +128,8 @@ PIXTOLA_API int PxtBytesToBytes(PxtConversionMethod method, const uint8_t* sourc
                                 uint32_t* destination_size, uint32_t* destination_stride,
                                 const Gdiplus::ColorPalette* palette);
 
-/// PxtBytesRectToBytes with the pixels and the palette of a bitmap. Bitmaps with other than 1, 8, 24
-/// or 32 bits a pixel are read as 24-bit RGB. A size query does not lock the bitmap.
+/// PxtBytesRectToBytes with the pixels and the palette of a bitmap. Bitmaps with other than 1, 8,
+/// 24 or 32 bits a pixel are read as 24-bit RGB. A size query does not lock the bitmap.
 PIXTOLA_API int PxtBitmapRectToBytes(PxtConversionMethod method, Gdiplus::Bitmap& bitmap,
                                      RECT* rect, uint8_t* destination, uint32_t* destination_size,
                                      uint32_t* destination_stride);
@@ -138,8 +140,8 @@ PIXTOLA_API int PxtBitmapToBytes(PxtConversionMethod method, Gdiplus::Bitmap& bi
                                  uint32_t* destination_stride);
 
 /// Converts a rectangle of a bitmap (exclusive, clipped in place as in PxtBytesRectToBytes) into a
-/// new 8-bit gray or 1-bit bitmap with the source's resolution. On failure `*result` is null once the
-/// conversion itself has succeeded, and untouched before.
+/// new 8-bit gray or 1-bit bitmap with the source's resolution. On failure `*result` is null once
+/// the conversion itself has succeeded, and untouched before.
 PIXTOLA_API int PxtBitmapRectToBitmap(PxtConversionMethod method, Gdiplus::Bitmap& bitmap,
                                       RECT* rect, Gdiplus::Bitmap** result);
 
@@ -150,7 +152,8 @@ PIXTOLA_API int PxtBitmapToBitmap(PxtConversionMethod method, Gdiplus::Bitmap& b
 /// Makes a bitmap from a copy of pixels in memory.
 ///
 /// @param bytes    The top row.
-/// @param stride   In bytes. Any value that rounds up to a valid multiple of 4; as a negative 32-bit
+/// @param stride   In bytes. Any value that rounds up to a valid multiple of 4; as a negative
+/// 32-bit
 ///                 number it walks upwards in memory (a bottom-up image).
 /// @param horizontal_dpi,vertical_dpi  Dots per inch; values that are not positive leave 96.
 /// @param result   Out: the new bitmap; untouched on failure.
@@ -161,9 +164,9 @@ PIXTOLA_API int PxtInsertBytes(const uint8_t* bytes, Gdiplus::PixelFormat format
                                float vertical_dpi, Gdiplus::Bitmap** result,
                                const Gdiplus::ColorPalette* palette);
 
-/// Makes a bitmap from a rectangle of an image in memory. Here `right` and `bottom` of the rectangle
-/// are INCLUSIVE. Rectangles that are one pixel wide or high after clipping give 0. `*result` is null
-/// on failure (untouched when `bytes` is null).
+/// Makes a bitmap from a rectangle of an image in memory. Here `right` and `bottom` of the
+/// rectangle are INCLUSIVE. Rectangles that are one pixel wide or high after clipping give 0.
+/// `*result` is null on failure (untouched when `bytes` is null).
 PIXTOLA_API int PxtInsertBytesRect(const uint8_t* bytes, Gdiplus::PixelFormat format,
                                    uint32_t width, uint32_t height, uint32_t stride,
                                    const RECT* rect, float horizontal_dpi, float vertical_dpi,
@@ -171,7 +174,8 @@ PIXTOLA_API int PxtInsertBytesRect(const uint8_t* bytes, Gdiplus::PixelFormat fo
 
 /// Copies a bitmap's pixels, in its own format, into memory.
 ///
-/// @param destination  Null asks for the sizes only. Otherwise at least `*size` bytes as reported by
+/// @param destination  Null asks for the sizes only. Otherwise at least `*size` bytes as reported
+/// by
 ///                     such a query: there is no capacity argument.
 /// @param size         Out: bytes, `*height * *stride`.
 /// @param stride       Out: bytes from row to row, top-down.
@@ -180,14 +184,16 @@ PIXTOLA_API int PxtExtractBytes(Gdiplus::Bitmap& bitmap, uint8_t* destination, u
                                 uint32_t* width, uint32_t* height, uint32_t* stride,
                                 Gdiplus::PixelFormat* format);
 
-// ------------------------------------------------------------------------------------------ bitmaps
+// ------------------------------------------------------------------------------------------
+// bitmaps
 
-/// Makes a bitmap that owns its pixels from any bitmap, also from one that still reads from its file.
-/// Format, palette and resolution are kept. `*copy` is untouched when the source cannot be read and
-/// null when the copy cannot be made.
+/// Makes a bitmap that owns its pixels from any bitmap, also from one that still reads from its
+/// file. Format, palette and resolution are kept. `*copy` is untouched when the source cannot be
+/// read and null when the copy cannot be made.
 PIXTOLA_API int PxtCopyBitmap(Gdiplus::Bitmap* source, Gdiplus::Bitmap** copy);
 
-// -------------------------------------------------------------------------------------------- files
+// --------------------------------------------------------------------------------------------
+// files
 
 /// Opens an image file: any TIFF first, then whatever the platform decodes (BMP, JPEG, PNG ...).
 /// The name's extension does not matter. `*bitmap` is null on failure.

@@ -1,6 +1,6 @@
 // Access to the handle and the last status inside Gdiplus::Image, for a bitmap class of the library
-// that takes over handles which it made itself. The wrapper classes offer no public way, and the two
-// sets of headers hide the members differently.
+// that takes over handles which it made itself. The wrapper classes offer no public way, and the
+// two sets of headers hide the members differently.
 #ifndef PIXTOLA_WINDOWS_IMAGE_ACCESS_H_
 #define PIXTOLA_WINDOWS_IMAGE_ACCESS_H_
 

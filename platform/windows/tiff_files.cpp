@@ -1,4 +1,5 @@
-// How the library opens TIFF files on Windows: by wide-character name, libtiff's allocations limited.
+// How the library opens TIFF files on Windows: by wide-character name, libtiff's allocations
+// limited.
 
 #include <tiffio.h>
 

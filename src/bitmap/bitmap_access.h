@@ -1,6 +1,7 @@
 // Reading a bitmap: a lock that ends with its scope, and a copy of the palette.
 //
-// Platform calls go through the bitmap object, so that it records their failures as its last status.
+// Platform calls go through the bitmap object, so that it records their failures as its last
+// status.
 #ifndef PIXTOLA_BITMAP_BITMAP_ACCESS_H_
 #define PIXTOLA_BITMAP_BITMAP_ACCESS_H_
 
@@ -18,8 +19,7 @@ class ReadLock {
   ReadLock(Gdiplus::Bitmap& bitmap, UINT width, UINT height, Gdiplus::PixelFormat format)
       : bitmap_(bitmap) {
     const Gdiplus::Rect whole(0, 0, static_cast<INT>(width), static_cast<INT>(height));
-    is_locked_ =
-        bitmap.LockBits(&whole, Gdiplus::ImageLockModeRead, format, &data_) == Gdiplus::Ok;
+    is_locked_ = bitmap.LockBits(&whole, Gdiplus::ImageLockModeRead, format, &data_) == Gdiplus::Ok;
   }
   ReadLock(const ReadLock&) = delete;
   ReadLock& operator=(const ReadLock&) = delete;

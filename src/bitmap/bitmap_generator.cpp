@@ -32,8 +32,8 @@ Gdiplus::Status PrepareRows(const std::uint8_t* data, Gdiplus::PixelFormat forma
   if (data == nullptr || !IsValidStride(width, BitsPerPixel(format), rows.stride)) {
     return Gdiplus::InvalidParameter;
   }
-  // The stride check lets through rows that are longer than their stride (4-bit ones, and sizes that
-  // wrap). Their last row would reach past the caller's image; a copy has room for it.
+  // The stride check lets through rows that are longer than their stride (4-bit ones, and sizes
+  // that wrap). Their last row would reach past the caller's image; a copy has room for it.
   const std::uint64_t longest_row =
       std::max<std::uint64_t>(rows.stride, PackedRowBytes(BitsPerPixel(format), width));
   if (!is_bottom_up && rows.stride == stride && longest_row == stride) {
@@ -64,8 +64,8 @@ const Gdiplus::ColorPalette* ChoosePalette(Gdiplus::PixelFormat format,
 Gdiplus::Status CopyRows(Gdiplus::Bitmap& source, Gdiplus::GpBitmap* destination,
                          const Gdiplus::Rect& whole, Gdiplus::PixelFormat format) {
   Gdiplus::BitmapData data{};
-  Gdiplus::Status status = source.LockBits(&whole, Gdiplus::ImageLockModeRead,
-                                           source.GetPixelFormat(), &data);
+  Gdiplus::Status status =
+      source.LockBits(&whole, Gdiplus::ImageLockModeRead, source.GetPixelFormat(), &data);
   if (status != Gdiplus::Ok) return status;
   // The source's locked rows serve as the buffer from which the destination is written.
   status = Flat::GdipBitmapLockBits(
@@ -80,8 +80,7 @@ Gdiplus::Status CopyRows(Gdiplus::Bitmap& source, Gdiplus::GpBitmap* destination
 
 CBitmapGenerator::CBitmapGenerator(const std::uint8_t* data, Gdiplus::PixelFormat format,
                                    std::uint32_t width, std::uint32_t height, std::uint32_t stride,
-                                   float dpi_x, float dpi_y,
-                                   const Gdiplus::ColorPalette* palette) {
+                                   float dpi_x, float dpi_y, const Gdiplus::ColorPalette* palette) {
   Rows rows;
   status = PrepareRows(data, format, width, height, stride, rows);
   if (status != Gdiplus::Ok) return;

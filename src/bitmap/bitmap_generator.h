@@ -10,8 +10,8 @@ namespace pixtola {
 
 class CBitmapGenerator {
  public:
-  /// `data` points to the top row; `stride` is in bytes and, read as a negative 32-bit number, walks
-  /// upwards in memory. The outcome is in `status`.
+  /// `data` points to the top row; `stride` is in bytes and, read as a negative 32-bit number,
+  /// walks upwards in memory. The outcome is in `status`.
   CBitmapGenerator(const std::uint8_t* data, Gdiplus::PixelFormat format, std::uint32_t width,
                    std::uint32_t height, std::uint32_t stride, float dpi_x, float dpi_y,
                    const Gdiplus::ColorPalette* palette);
@@ -24,7 +24,7 @@ class CBitmapGenerator {
 
   Gdiplus::Status status = Gdiplus::Ok;
   Gdiplus::GpBitmap* bitmap = nullptr;  ///< owned until detached; never there unless status is Ok
-  IStream* stream = nullptr;            ///< what an encoded copy is decoded from; outlives the bitmap
+  IStream* stream = nullptr;  ///< what an encoded copy is decoded from; outlives the bitmap
 };
 
 }  // namespace pixtola

@@ -1,5 +1,5 @@
-// A Gdiplus::Bitmap that owns what a generator made: the class of every bitmap that the library hands
-// out.
+// A Gdiplus::Bitmap that owns what a generator made: the class of every bitmap that the library
+// hands out.
 #ifndef PIXTOLA_BITMAP_WRAPPED_BITMAP_H_
 #define PIXTOLA_BITMAP_WRAPPED_BITMAP_H_
 
@@ -22,9 +22,9 @@ class CWrappedBitmap : CBitmapGenerator, public Gdiplus::Bitmap {
 
 /// Makes a bitmap from rows of pixels; null when it could not be made.
 std::unique_ptr<Gdiplus::Bitmap> MakeWrappedBitmap(const std::uint8_t* data,
-                                                   Gdiplus::PixelFormat format,
-                                                   std::uint32_t width, std::uint32_t height,
-                                                   std::uint32_t stride, float dpi_x, float dpi_y,
+                                                   Gdiplus::PixelFormat format, std::uint32_t width,
+                                                   std::uint32_t height, std::uint32_t stride,
+                                                   float dpi_x, float dpi_y,
                                                    const Gdiplus::ColorPalette* palette);
 
 }  // namespace pixtola

@@ -24,8 +24,8 @@ struct Statistics {
   double deviation;
 };
 
-/// The large window: 128 x 128 samples from an anchor on. Samples that lie past the image's end keep
-/// what the window before had there.
+/// The large window: 128 x 128 samples from an anchor on. Samples that lie past the image's end
+/// keep what the window before had there.
 class LargeWindow {
  public:
   LargeWindow(const std::uint8_t* gray, std::uint32_t width, std::uint32_t height)
@@ -60,8 +60,8 @@ class LargeWindow {
   std::array<std::uint8_t, kWindowSamples> samples_{};
 };
 
-/// Decides when the large window's deviation is measured again: after eight cells of a row, and after
-/// eight rows of cells. In between it is carried on, from one cell row into the next as well.
+/// Decides when the large window's deviation is measured again: after eight cells of a row, and
+/// after eight rows of cells. In between it is carried on, from one cell row into the next as well.
 class RefreshRule {
  public:
   bool is_due() const { return due_; }
@@ -161,8 +161,7 @@ void ClearDarkBits(const std::uint8_t* gray, std::uint32_t count, std::uint8_t t
 class CellRowBinarizer {
  public:
   CellRowBinarizer(const CellGrid& grid, std::uint8_t global_threshold, const std::uint8_t* gray,
-                   std::uint32_t width, std::uint8_t* destination,
-                   std::uint32_t destination_stride)
+                   std::uint32_t width, std::uint8_t* destination, std::uint32_t destination_stride)
       : grid_(grid),
         global_threshold_(global_threshold),
         gray_(gray),
@@ -175,8 +174,8 @@ class CellRowBinarizer {
       threshold_ = CellThreshold(grid_, row, column, global_threshold_);
       ClearBlock(row, column, kCellSize, true);
     }
-    // Kept on purpose: the strip has as many rows as columns are left over, is always 16 pixels wide
-    // (its rows run on into the next gray row), takes the last cell's threshold, and compares
+    // Kept on purpose: the strip has as many rows as columns are left over, is always 16 pixels
+    // wide (its rows run on into the next gray row), takes the last cell's threshold, and compares
     // strictly where the cells do not.
     ClearBlock(row, grid_.columns, width_ % kCellSize, false);
   }

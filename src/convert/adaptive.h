@@ -25,11 +25,10 @@ struct CellGrid {
 
 /// A value for each whole cell from its own levels and those of a large window around there. `gray`
 /// is a packed image.
-CellGrid ComputeCellThresholds(const std::uint8_t* gray, std::uint32_t width,
-                               std::uint32_t height);
+CellGrid ComputeCellThresholds(const std::uint8_t* gray, std::uint32_t width, std::uint32_t height);
 
-/// The threshold of one cell: the average of the cells around it, pulled toward the threshold of the
-/// whole image.
+/// The threshold of one cell: the average of the cells around it, pulled toward the threshold of
+/// the whole image.
 std::uint8_t CellThreshold(const CellGrid& grid, std::uint32_t row, std::uint32_t column,
                            std::uint8_t global_threshold);
 

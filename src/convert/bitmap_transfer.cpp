@@ -49,8 +49,8 @@ class TopDownRows {
     if (data.Stride >= 0) return;
     copy_ = Allocate<std::uint8_t>(std::uint64_t{data.Height} * stride_);
     for (UINT y = 0; copy_ != nullptr && y < data.Height; ++y) {
-      std::memcpy(copy_.get() + std::size_t{y} * stride_,
-                  first_ + std::ptrdiff_t{data.Stride} * y, stride_);
+      std::memcpy(copy_.get() + std::size_t{y} * stride_, first_ + std::ptrdiff_t{data.Stride} * y,
+                  stride_);
     }
     first_ = copy_.get();
   }
@@ -65,7 +65,8 @@ class TopDownRows {
   Block<std::uint8_t> copy_;
 };
 
-/// One axis of an inclusive rectangle, clipped to `size` pixels; false when fewer than two are left.
+/// One axis of an inclusive rectangle, clipped to `size` pixels; false when fewer than two are
+/// left.
 bool ClipInclusive(LONG& first, LONG& last, std::uint32_t size) {
   const auto signed_size = static_cast<LONG>(size);
   first = std::max<LONG>(first, 0);

@@ -68,12 +68,12 @@ bool IsConvertible(const SourceImage& source) {
     default:
       return false;
   }
-  return source.bytes != nullptr && source.width != 0 && source.height != 0 &&
-         source.stride != 0 && IsValidStride(source.width, source.bits_per_pixel, source.stride);
+  return source.bytes != nullptr && source.width != 0 && source.height != 0 && source.stride != 0 &&
+         IsValidStride(source.width, source.bits_per_pixel, source.stride);
 }
 
-/// The most bytes that any method reads from the start of a row on: the row's pixels, and with 1 and 8
-/// bits whatever of the padding lands in the destination row.
+/// The most bytes that any method reads from the start of a row on: the row's pixels, and with 1
+/// and 8 bits whatever of the padding lands in the destination row.
 std::uint64_t BytesReadPerRow(const SourceImage& source, std::uint32_t width,
                               std::uint32_t destination_stride) {
   const std::uint64_t pixels = PackedRowBytes(source.bits_per_pixel, width);
@@ -81,9 +81,10 @@ std::uint64_t BytesReadPerRow(const SourceImage& source, std::uint32_t width,
   return std::max<std::uint64_t>(pixels, std::min(source.stride, destination_stride));
 }
 
-/// A copy of a window, with zeros where it reaches past the image's end. Its rows lie closer together
-/// than the image's where a method reads only the beginning of each; what the methods derive from
-/// the two strides stays the same. Rows wholly past the end are never touched, so they cost nothing.
+/// A copy of a window, with zeros where it reaches past the image's end. Its rows lie closer
+/// together than the image's where a method reads only the beginning of each; what the methods
+/// derive from the two strides stays the same. Rows wholly past the end are never touched, so they
+/// cost nothing.
 struct ZeroExtendedCopy {
   Block<std::uint8_t> bytes;  ///< null when it could not be made
   std::uint32_t stride;
@@ -94,8 +95,7 @@ ZeroExtendedCopy CopyZeroExtended(const SourceImage& source, const Window& windo
   const std::uint64_t wanted_stride = (row_bytes + 3) / 4 * 4;
   if (wanted_stride > UINT32_MAX) return {nullptr, 0};
   const auto stride = static_cast<std::uint32_t>(wanted_stride);
-  Block<std::uint8_t> bytes =
-      AllocateZeroed<std::uint8_t>(std::uint64_t{window.height} * stride);
+  Block<std::uint8_t> bytes = AllocateZeroed<std::uint8_t>(std::uint64_t{window.height} * stride);
   if (bytes == nullptr) return {nullptr, 0};
   for (std::uint32_t y = 0; y < window.height; ++y) {
     const std::uint64_t start = window.offset + std::uint64_t{y} * source.stride;
@@ -120,7 +120,8 @@ int RunMethod(const Method& method, const SourceImage& source, const Window& win
     return method.worker(source.bytes + window.offset, window.width, window.height, source.stride,
                          source.bits_per_pixel, destination, destination_stride, palette);
   }
-  // The method's own checks see the caller's stride first: a copy must not make good what they refuse.
+  // The method's own checks see the caller's stride first: a copy must not make good what they
+  // refuse.
   if (!IsValidStride(window.width, source.bits_per_pixel, source.stride)) return 0;
   const ZeroExtendedCopy copy = CopyZeroExtended(source, window, row_bytes);
   if (copy.bytes == nullptr) return 0;
@@ -164,10 +165,10 @@ int PxtBytesRectToBytes(PxtConversionMethod method, const uint8_t* source, RECT*
     *destination_size = needed_size;
     return 0;
   }
-  // Kept on purpose: the offset counts rows of the rectangle's width and pixels of one byte, whatever
-  // the source's stride and depth.
-  const std::uint32_t offset = static_cast<std::uint32_t>(rect->left) +
-                               static_cast<std::uint32_t>(rect->top) * rect_width;
+  // Kept on purpose: the offset counts rows of the rectangle's width and pixels of one byte,
+  // whatever the source's stride and depth.
+  const std::uint32_t offset =
+      static_cast<std::uint32_t>(rect->left) + static_cast<std::uint32_t>(rect->top) * rect_width;
   return RunMethod(chosen, image, {offset, rect_width, rect_height}, destination,
                    *destination_stride, palette);
 }

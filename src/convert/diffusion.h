@@ -18,8 +18,8 @@ struct DiffusionLevels {
 
 DiffusionLevels FindDiffusionLevels(const Histogram& histogram);
 
-/// Diffuses a packed gray image into 1-bit rows; all `height * destination_stride` bytes are written.
-/// Returns 1, or 0 for null pointers, too small a stride or lack of memory.
+/// Diffuses a packed gray image into 1-bit rows; all `height * destination_stride` bytes are
+/// written. Returns 1, or 0 for null pointers, too small a stride or lack of memory.
 int DiffuseErrors(const DiffusionLevels& levels, const std::uint8_t* gray, std::uint32_t width,
                   std::uint32_t height, std::uint8_t* destination,
                   std::uint32_t destination_stride);

@@ -39,8 +39,7 @@ void GrayRow(const std::uint8_t* source, std::uint32_t count, std::uint32_t sour
 }
 
 bool IsConvertibleDepth(std::uint32_t bits_per_pixel) {
-  return bits_per_pixel == 1 || bits_per_pixel == 8 || bits_per_pixel == 24 ||
-         bits_per_pixel == 32;
+  return bits_per_pixel == 1 || bits_per_pixel == 8 || bits_per_pixel == 24 || bits_per_pixel == 32;
 }
 
 /// Whether the palette that the depth needs is there; fills the lookup from it.

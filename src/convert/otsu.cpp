@@ -12,8 +12,8 @@ namespace {
 
 constexpr std::uint8_t kThresholdWithoutPixels = 128;
 
-/// Otsu's criterion: the level that separates the two classes best. Ties keep the lower level; level
-/// 255 is never chosen, since nothing would lie above it.
+/// Otsu's criterion: the level that separates the two classes best. Ties keep the lower level;
+/// level 255 is never chosen, since nothing would lie above it.
 std::uint8_t BestSeparation(const Histogram& histogram, std::uint64_t total, double weighted) {
   double best_score = -1.0;
   std::uint8_t best_level = 0;

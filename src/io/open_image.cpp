@@ -10,8 +10,9 @@ namespace pixtola {
 
 namespace {
 
-/// A copy that no longer needs the file, or the file-backed bitmap where it cannot be copied: the file
-/// then stays open for as long as the bitmap lives. Null when the platform cannot open the file.
+/// A copy that no longer needs the file, or the file-backed bitmap where it cannot be copied: the
+/// file then stays open for as long as the bitmap lives. Null when the platform cannot open the
+/// file.
 std::unique_ptr<Gdiplus::Bitmap> OpenWithPlatform(const wchar_t* path) {
   auto file_bitmap = MakePlatformObject<Gdiplus::Bitmap>(path);
   if (file_bitmap == nullptr || file_bitmap->GetLastStatus() != Gdiplus::Ok) return nullptr;

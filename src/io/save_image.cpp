@@ -87,8 +87,8 @@ std::optional<CLSID> FindEncoder(const GUID& container) {
   return {};
 }
 
-Gdiplus::Status SaveWithPlatform(Gdiplus::Bitmap& bitmap, const wchar_t* path,
-                                 const CLSID& encoder, const FileTypeRule& rule) {
+Gdiplus::Status SaveWithPlatform(Gdiplus::Bitmap& bitmap, const wchar_t* path, const CLSID& encoder,
+                                 const FileTypeRule& rule) {
   if (!rule.parameter.has_value()) return bitmap.Save(path, &encoder, nullptr);
   ULONG value = rule.parameter_value;
   const Gdiplus::EncoderParameters parameters{

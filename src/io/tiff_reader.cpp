@@ -80,16 +80,16 @@ bool ReadColorMap(TIFF* tiff, const Page& page, PaletteOf256& palette) {
   }
   // libtiff's arrays follow the bits of one sample, which may be fewer than those of a pixel.
   const std::uint32_t mapped = 1U << page.bits_per_sample;
-  // Kept on purpose: the low byte of the 16-bit values. It is right for maps whose values repeat one
-  // byte in both halves, which is how they are written here.
+  // Kept on purpose: the low byte of the 16-bit values. It is right for maps whose values repeat
+  // one byte in both halves, which is how they are written here.
   const auto low_byte = [mapped](const std::uint16_t* values, std::uint32_t i) -> std::uint32_t {
     return values != nullptr && i < mapped ? values[i] & 0xFFU : 0U;
   };
   palette.Flags = Gdiplus::PaletteFlagsHasAlpha;
   palette.Count = 1U << page.depth();
   for (std::uint32_t i = 0; i < palette.Count; ++i) {
-    palette.SetEntry(i, 0xFF000000U | low_byte(red, i) << 16 | low_byte(green, i) << 8 |
-                            low_byte(blue, i));
+    palette.SetEntry(
+        i, 0xFF000000U | low_byte(red, i) << 16 | low_byte(green, i) << 8 | low_byte(blue, i));
   }
   return true;
 }
@@ -167,8 +167,7 @@ BitmapPointer ReadIndexedPage(TIFF* tiff, const Page& page) {
 int ReadTiffPage(TIFF* tiff, std::uint32_t page_index, Gdiplus::Bitmap** bitmap) {
   if (!SelectPage(tiff, page_index)) return 0;
   const Page page = ReadTags(tiff);
-  BitmapPointer made =
-      page.depth() > 8 ? ReadDeepPage(tiff, page) : ReadIndexedPage(tiff, page);
+  BitmapPointer made = page.depth() > 8 ? ReadDeepPage(tiff, page) : ReadIndexedPage(tiff, page);
   if (made == nullptr) return 0;
   *bitmap = made.release();
   return 1;

@@ -13,8 +13,8 @@ namespace pixtola {
 /// libtiff reads through may itself be written with this library.
 extern std::recursive_mutex TiffLock;
 
-/// Holds TiffLock and keeps libtiff from printing. One per operation, from before the file is opened
-/// until after it is closed.
+/// Holds TiffLock and keeps libtiff from printing. One per operation, from before the file is
+/// opened until after it is closed.
 class TiffSession {
  public:
   TiffSession();

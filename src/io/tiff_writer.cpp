@@ -92,8 +92,9 @@ bool WriteStrips(TIFF* tiff, std::uint32_t height, const Gdiplus::BitmapData& da
   // An image lower than one strip has a strip of its own height.
   rows_per_strip = std::min(rows_per_strip, height);
   if (rows_per_strip == 0) return false;
-  const auto row_bytes = std::min<std::uint64_t>(static_cast<std::uint64_t>(strip_size) / rows_per_strip,
-                                                 static_cast<std::uint64_t>(std::abs(std::int64_t{data.Stride})));
+  const auto row_bytes =
+      std::min<std::uint64_t>(static_cast<std::uint64_t>(strip_size) / rows_per_strip,
+                              static_cast<std::uint64_t>(std::abs(std::int64_t{data.Stride})));
   const auto strip = AllocateZeroed<std::uint8_t>(static_cast<std::uint64_t>(strip_size));
   if (strip == nullptr) return false;
 

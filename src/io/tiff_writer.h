@@ -6,8 +6,8 @@
 
 namespace pixtola {
 
-/// Writes a bitmap as the only page of a TIFF file, compressed as `type` (5 to 9) says. Returns 1 or
-/// 0; a write that fails half way leaves what it wrote.
+/// Writes a bitmap as the only page of a TIFF file, compressed as `type` (5 to 9) says. Returns 1
+/// or 0; a write that fails half way leaves what it wrote.
 int WriteTiffFile(Gdiplus::Bitmap* bitmap, PxtFileType type, const wchar_t* path);
 
 }  // namespace pixtola

@@ -1,5 +1,5 @@
-// Readers and writers of the stand-in: what is written comes back, files made by hand give the pixels
-// worked out by hand, damaged files give a status.
+// Readers and writers of the stand-in: what is written comes back, files made by hand give the
+// pixels worked out by hand, damaged files give a status.
 //
 // Finding a codec by file name or signature is the flat API's affair and tested there.
 #include <gtest/gtest.h>
@@ -292,21 +292,22 @@ TEST(BmpReader, ReadsEveryHeaderKind) {
   for (const std::uint32_t size : {12U, 40U, 52U, 56U, 64U, 108U, 124U}) {
     SCOPED_TRACE("header size " + std::to_string(size));
     const Bytes palette = size == 12 ? Little({0xFF0000, 0xFFFFFF}, 3) : RedWhitePalette();
-    const BitmapPtr bitmap = Decode(
-        DecodeBmp,
-        MakeBmp({.header_size = size, .width = 3, .bits = 1, .after_header = palette,
-                 .pixels = pixels}));
+    const BitmapPtr bitmap = Decode(DecodeBmp, MakeBmp({.header_size = size,
+                                                        .width = 3,
+                                                        .bits = 1,
+                                                        .after_header = palette,
+                                                        .pixels = pixels}));
     ASSERT_EQ(bitmap->format(), PixelFormat1bppIndexed);
-    EXPECT_EQ(Pixels(*bitmap),
-              (std::vector<ARGB>{kRed, kWhite, kRed, kWhite, kRed, kWhite}));
+    EXPECT_EQ(Pixels(*bitmap), (std::vector<ARGB>{kRed, kWhite, kRed, kWhite, kRed, kWhite}));
     EXPECT_EQ(bitmap->dpi_x, 96.0F);
   }
 }
 
 TEST(BmpReader, ReadsTopDownRowsAndResolution) {
-  const BitmapPtr bitmap = Decode(
-      DecodeBmp, MakeBmp({.width = 1, .height = -2, .pixels_per_metre = 11811,
-                          .pixels = {0xFF, 0, 0, 0, 0, 0xFF, 0, 0}}));
+  const BitmapPtr bitmap = Decode(DecodeBmp, MakeBmp({.width = 1,
+                                                      .height = -2,
+                                                      .pixels_per_metre = 11811,
+                                                      .pixels = {0xFF, 0, 0, 0, 0, 0xFF, 0, 0}}));
   ASSERT_EQ(bitmap->format(), PixelFormat24bppRGB);
   EXPECT_EQ(Pixels(*bitmap), (std::vector<ARGB>{kBlue, kGreen}));
   EXPECT_EQ(bitmap->dpi_x, 299.9994F);
@@ -319,27 +320,35 @@ TEST(BmpReader, FillsShortPalettesWithBlack) {
   // Three colours in the file of which two are used, and two colours although none are announced.
   for (const auto& [used, palette] :
        {std::pair{2U, Little({0xFF0000, 0xFFFFFF, 0x00FF00}, 4)}, {0U, RedWhitePalette()}}) {
-    const BitmapPtr bitmap = Decode(
-        DecodeBmp, MakeBmp({.width = 4, .height = 1, .bits = 4, .colors_used = used,
-                            .after_header = palette, .pixels = pixels}));
+    const BitmapPtr bitmap = Decode(DecodeBmp, MakeBmp({.width = 4,
+                                                        .height = 1,
+                                                        .bits = 4,
+                                                        .colors_used = used,
+                                                        .after_header = palette,
+                                                        .pixels = pixels}));
     EXPECT_EQ(Pixels(*bitmap), expected);
     EXPECT_EQ(bitmap->palette.count, 16U);
   }
 }
 
 TEST(BmpReader, IgnoresColorsBeyondTheDepth) {
-  const BitmapPtr bitmap = Decode(
-      DecodeBmp, MakeBmp({.width = 2, .height = 1, .bits = 1, .colors_used = 3,
-                          .after_header = Little({0xFF0000, 0xFFFFFF, 0x00FF00}, 4),
-                          .pixels = {0x40, 0, 0, 0}}));
+  const BitmapPtr bitmap =
+      Decode(DecodeBmp, MakeBmp({.width = 2,
+                                 .height = 1,
+                                 .bits = 1,
+                                 .colors_used = 3,
+                                 .after_header = Little({0xFF0000, 0xFFFFFF, 0x00FF00}, 4),
+                                 .pixels = {0x40, 0, 0, 0}}));
   EXPECT_EQ(Pixels(*bitmap), (std::vector<ARGB>{kRed, kWhite}));
 }
 
 TEST(BmpReader, ScalesFiveBitsByRepeatingThem) {
   // 555: 10000b in red is 10000100b, 00001b in blue is 00001000b.
-  const BitmapPtr bitmap = Decode(
-      DecodeBmp, MakeBmp({.width = 4, .height = 1, .bits = 16,
-                          .pixels = Little({0x7FFF, 0x4000, 0x0001, 0x83E0}, 2)}));
+  const BitmapPtr bitmap =
+      Decode(DecodeBmp, MakeBmp({.width = 4,
+                                 .height = 1,
+                                 .bits = 16,
+                                 .pixels = Little({0x7FFF, 0x4000, 0x0001, 0x83E0}, 2)}));
   ASSERT_EQ(bitmap->format(), PixelFormat32bppRGB);
   EXPECT_EQ(Pixels(*bitmap), (std::vector<ARGB>{kWhite, 0xFF840000, 0xFF000008, kGreen}));
 }
@@ -351,7 +360,11 @@ TEST(BmpReader, ReadsBitFieldsBehindAndInsideTheHeader) {
   const std::vector<ARGB> expected = {kRed, 0xFF008200, kBlue, kBlack};
   for (const std::uint32_t size : {40U, 52U, 56U, 108U, 124U}) {
     SCOPED_TRACE("header size " + std::to_string(size));
-    BmpParts parts{.header_size = size, .width = 4, .height = 1, .bits = 16, .compression = 3,
+    BmpParts parts{.header_size = size,
+                   .width = 4,
+                   .height = 1,
+                   .bits = 16,
+                   .compression = 3,
                    .pixels = pixels};
     if (size == 40) {
       parts.after_header = Little({0xF800, 0x07E0, 0x001F}, 4);
@@ -364,26 +377,35 @@ TEST(BmpReader, ReadsBitFieldsBehindAndInsideTheHeader) {
 
 TEST(BmpReader, ReadsAnyMasksOf32Bits) {
   // Ten bits each of red and green, one of blue at the top: 2AAh >> 2 is AAh.
-  const BitmapPtr bitmap = Decode(
-      DecodeBmp,
-      MakeBmp({.width = 2, .height = 1, .bits = 32, .compression = 3,
-               .after_header = Little({0x000003FF, 0x000FFC00, 0x80000000}, 4),
-               .pixels = Little({0x800002AA, 0x000FFC03}, 4)}));
+  const BitmapPtr bitmap =
+      Decode(DecodeBmp, MakeBmp({.width = 2,
+                                 .height = 1,
+                                 .bits = 32,
+                                 .compression = 3,
+                                 .after_header = Little({0x000003FF, 0x000FFC00, 0x80000000}, 4),
+                                 .pixels = Little({0x800002AA, 0x000FFC03}, 4)}));
   EXPECT_EQ(Pixels(*bitmap), (std::vector<ARGB>{0xFFAA00FF, 0xFF00FF00}));
   // A mask of no bits makes the channel 0; a 40-byte header may have an alpha mask behind it.
-  const BitmapPtr red_only = Decode(
-      DecodeBmp, MakeBmp({.width = 1, .height = 1, .bits = 32, .compression = 6,
-                          .after_header = Little({0xFF, 0, 0, 0xFF000000}, 4),
-                          .pixels = Little({0x12345678}, 4)}));
+  const BitmapPtr red_only =
+      Decode(DecodeBmp, MakeBmp({.width = 1,
+                                 .height = 1,
+                                 .bits = 32,
+                                 .compression = 6,
+                                 .after_header = Little({0xFF, 0, 0, 0xFF000000}, 4),
+                                 .pixels = Little({0x12345678}, 4)}));
   EXPECT_EQ(Pixels(*red_only), (std::vector<ARGB>{0xFF780000}));
 }
 
 TEST(BmpReader, RefusesMasksThatAreNoRunOrLieOutside) {
-  for (const auto& masks : {Little({0xF0F0, 0x0F00, 0x000F}, 4),
-                            Little({0x1F0000, 0x07E0, 0x001F}, 4)}) {
+  for (const auto& masks :
+       {Little({0xF0F0, 0x0F00, 0x000F}, 4), Little({0x1F0000, 0x07E0, 0x001F}, 4)}) {
     ExpectFails(DecodeBmp,
-                MakeBmp({.width = 2, .height = 1, .bits = 16, .compression = 3,
-                         .after_header = masks, .pixels = Little({1, 2}, 2)}),
+                MakeBmp({.width = 2,
+                         .height = 1,
+                         .bits = 16,
+                         .compression = 3,
+                         .after_header = masks,
+                         .pixels = Little({1, 2}, 2)}),
                 Gdiplus::GenericError);
   }
 }
@@ -392,8 +414,13 @@ TEST(BmpReader, RefusesMasksThatAreNoRunOrLieOutside) {
 Bytes FourColors() { return Little({0xFF0000, 0xFFFFFF, 0x00FF00, 0x0000FF}, 4); }
 
 BmpParts Rle(std::uint32_t bits, Bytes pixels) {
-  return {.width = 4, .height = 3, .bits = bits, .compression = bits == 8 ? 1U : 2U,
-          .colors_used = 4, .after_header = FourColors(), .pixels = std::move(pixels)};
+  return {.width = 4,
+          .height = 3,
+          .bits = bits,
+          .compression = bits == 8 ? 1U : 2U,
+          .colors_used = 4,
+          .after_header = FourColors(),
+          .pixels = std::move(pixels)};
 }
 
 TEST(BmpReader, DecodesRle8) {
@@ -402,20 +429,19 @@ TEST(BmpReader, DecodesRle8) {
   const BitmapPtr bitmap = Decode(
       DecodeBmp, MakeBmp(Rle(8, {2, 1, 3, 2, 0, 0, 0, 3, 3, 0, 1, 0, 0, 2, 0, 1, 1, 3, 0, 1})));
   ASSERT_EQ(bitmap->format(), PixelFormat32bppRGB);
-  EXPECT_EQ(Pixels(*bitmap), (std::vector<ARGB>{kRed, kRed, kRed, kBlue,          //
-                                                kBlue, kRed, kWhite, kRed,        //
+  EXPECT_EQ(Pixels(*bitmap), (std::vector<ARGB>{kRed, kRed, kRed, kBlue,    //
+                                                kBlue, kRed, kWhite, kRed,  //
                                                 kWhite, kWhite, kGreen, kGreen}));
 }
 
 TEST(BmpReader, DecodesRle4) {
   // Bottom row: three pixels that alternate 1 and 2. End of row. Middle row: 3 pixels as they are,
   // 3, 0, 1: two bytes, no padding. End of row, one pixel of 3 in the top row, end.
-  const BitmapPtr bitmap = Decode(
-      DecodeBmp,
-      MakeBmp(Rle(4, {3, 0x12, 0, 0, 0, 3, 0x30, 0x10, 0, 0, 1, 0x30, 0, 1})));
+  const BitmapPtr bitmap =
+      Decode(DecodeBmp, MakeBmp(Rle(4, {3, 0x12, 0, 0, 0, 3, 0x30, 0x10, 0, 0, 1, 0x30, 0, 1})));
   ASSERT_EQ(bitmap->format(), PixelFormat32bppRGB);
-  EXPECT_EQ(Pixels(*bitmap), (std::vector<ARGB>{kBlue, kRed, kRed, kRed,      //
-                                                kBlue, kRed, kWhite, kRed,    //
+  EXPECT_EQ(Pixels(*bitmap), (std::vector<ARGB>{kBlue, kRed, kRed, kRed,    //
+                                                kBlue, kRed, kWhite, kRed,  //
                                                 kWhite, kGreen, kWhite, kRed}));
 }
 
@@ -485,16 +511,15 @@ Bytes MakePng(PngParts parts) {
         out->insert(out->end(), data, data + size);
       },
       nullptr);
-  const int samples = parts.type == PNG_COLOR_TYPE_RGB         ? 3
-                      : parts.type == PNG_COLOR_TYPE_RGBA      ? 4
+  const int samples = parts.type == PNG_COLOR_TYPE_RGB          ? 3
+                      : parts.type == PNG_COLOR_TYPE_RGBA       ? 4
                       : parts.type == PNG_COLOR_TYPE_GRAY_ALPHA ? 2
-                                                               : 1;
+                                                                : 1;
   const std::size_t row_bytes =
       (parts.width * static_cast<unsigned>(samples * parts.depth) + 7) / 8;
   const std::size_t height = parts.rows.size() / row_bytes;
   png_set_IHDR(handle.png, handle.info, parts.width, static_cast<png_uint_32>(height), parts.depth,
-               parts.type, parts.interlace, PNG_COMPRESSION_TYPE_DEFAULT,
-               PNG_FILTER_TYPE_DEFAULT);
+               parts.type, parts.interlace, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
   if (!parts.palette.empty()) {
     png_set_PLTE(handle.png, handle.info, parts.palette.data(),
                  static_cast<int>(parts.palette.size()));
@@ -559,8 +584,10 @@ TEST(PngReader, MarksThePaletteOfGrayFiles) {
 }
 
 TEST(PngReader, ReadsInterlacedFiles) {
-  for (const auto& [type, depth] : {std::pair{PNG_COLOR_TYPE_RGB, 8}, {PNG_COLOR_TYPE_GRAY, 1},
-                                    {PNG_COLOR_TYPE_GRAY, 4}, {PNG_COLOR_TYPE_RGBA, 16}}) {
+  for (const auto& [type, depth] : {std::pair{PNG_COLOR_TYPE_RGB, 8},
+                                    {PNG_COLOR_TYPE_GRAY, 1},
+                                    {PNG_COLOR_TYPE_GRAY, 4},
+                                    {PNG_COLOR_TYPE_RGBA, 16}}) {
     for (std::uint32_t width = 1; width < 20; ++width) {
       PngParts parts{type, depth, width, {}};
       const unsigned samples = type == PNG_COLOR_TYPE_RGB ? 3 : type == PNG_COLOR_TYPE_RGBA ? 4 : 1;
@@ -576,8 +603,7 @@ TEST(PngReader, ReadsInterlacedFiles) {
 
 TEST(PngReader, GivesPixelsBeyondThePaletteBlackEntries) {
   const std::vector<png_color> two = {{255, 0, 0}, {255, 255, 255}};
-  const BitmapPtr inside =
-      Decode(DecodePng, MakePng({PNG_COLOR_TYPE_PALETTE, 8, 2, {0, 1}, two}));
+  const BitmapPtr inside = Decode(DecodePng, MakePng({PNG_COLOR_TYPE_PALETTE, 8, 2, {0, 1}, two}));
   EXPECT_EQ(inside->palette.count, 2U);
   const BitmapPtr beyond =
       Decode(DecodePng, MakePng({PNG_COLOR_TYPE_PALETTE, 8, 2, {1, 200}, two}));
@@ -674,8 +700,8 @@ void ExpectFlat(const BitmapObject& bitmap, ARGB color, int tolerance) {
 
 TEST(JpegReader, GivesGrayFilesARampAndOthers24Bits) {
   for (const bool is_progressive : {false, true}) {
-    const BitmapPtr gray = Decode(
-        DecodeJpeg, MakeJpeg({1, JCS_GRAYSCALE, JCS_GRAYSCALE, {77}, 0, is_progressive}));
+    const BitmapPtr gray =
+        Decode(DecodeJpeg, MakeJpeg({1, JCS_GRAYSCALE, JCS_GRAYSCALE, {77}, 0, is_progressive}));
     EXPECT_EQ(gray->format(), PixelFormat8bppIndexed);
     EXPECT_EQ(gray->palette.count, 256U);
     EXPECT_EQ(gray->palette.flags, UINT{Gdiplus::PaletteFlagsGrayScale});
@@ -692,8 +718,7 @@ TEST(JpegReader, GivesGrayFilesARampAndOthers24Bits) {
 TEST(JpegReader, ReadsInvertedInks) {
   // libjpeg marks four inks as Adobe's, whose files hold 255 for no ink: 200 x 128 / 255 = 100.
   for (const J_COLOR_SPACE file : {JCS_CMYK, JCS_YCCK}) {
-    const BitmapPtr bitmap =
-        Decode(DecodeJpeg, MakeJpeg({4, JCS_CMYK, file, {200, 255, 0, 128}}));
+    const BitmapPtr bitmap = Decode(DecodeJpeg, MakeJpeg({4, JCS_CMYK, file, {200, 255, 0, 128}}));
     EXPECT_EQ(bitmap->format(), PixelFormat24bppRGB);
     ExpectFlat(*bitmap, 0xFF648000, 2);
   }
@@ -831,8 +856,16 @@ TEST(TiffReader, GivesStraightAlpha) {
   const auto rgba = [](std::uint32_t extra_sample) {
     // ImageWidth 2, ImageLength 1, no compression, RGB, one strip at 8, four samples. One count of
     // BitsPerSample serves all samples.
-    return MakeTiff({{256, 4, 2}, {257, 4, 1}, {258, 3, 8}, {259, 3, 1}, {262, 3, 2}, {273, 4, 8},
-                     {277, 3, 4}, {278, 4, 1}, {279, 4, 8}, {338, 3, extra_sample}},
+    return MakeTiff({{256, 4, 2},
+                     {257, 4, 1},
+                     {258, 3, 8},
+                     {259, 3, 1},
+                     {262, 3, 2},
+                     {273, 4, 8},
+                     {277, 3, 4},
+                     {278, 4, 1},
+                     {279, 4, 8},
+                     {338, 3, extra_sample}},
                     {64, 128, 0, 128, 10, 20, 30, 255});
   };
   // Multiplied by 128: 64 x 255 / 128 = 127.5.
@@ -852,19 +885,21 @@ std::vector<std::pair<DecodeFunction, Bytes>> SmallFiles() {
   std::vector<std::pair<DecodeFunction, Bytes>> files;
   for (const Codec& codec : Codecs()) {
     if (codec.encode == nullptr) continue;
-    for (const Gdiplus::PixelFormat format :
-         {PixelFormat1bppIndexed, PixelFormat4bppIndexed, PixelFormat24bppRGB,
-          PixelFormat32bppARGB}) {
+    for (const Gdiplus::PixelFormat format : {PixelFormat1bppIndexed, PixelFormat4bppIndexed,
+                                              PixelFormat24bppRGB, PixelFormat32bppARGB}) {
       files.emplace_back(codec.decode, Encode(codec.encode, *Noise(5, 4, format)));
     }
   }
   files.emplace_back(DecodeBmp, MakeBmp(Rle(8, {2, 1, 3, 2, 0, 0, 0, 3, 3, 0, 1, 0, 0, 2, 0, 1})));
   files.emplace_back(DecodeBmp, MakeBmp(Rle(4, {3, 0x12, 0, 0, 0, 3, 0x30, 0x10, 0, 0, 1, 0x30})));
-  files.emplace_back(DecodeBmp, MakeBmp({.header_size = 124, .bits = 16, .compression = 3,
+  files.emplace_back(DecodeBmp, MakeBmp({.header_size = 124,
+                                         .bits = 16,
+                                         .compression = 3,
                                          .pixels = Bytes(8, 0x55),
                                          .masks = {0xF800, 0x07E0, 0x001F}}));
-  files.emplace_back(DecodePng, MakePng({PNG_COLOR_TYPE_RGBA, 8, 2, Bytes(24, 3), {}, false,
-                                         PNG_INTERLACE_ADAM7}));
+  files.emplace_back(
+      DecodePng,
+      MakePng({PNG_COLOR_TYPE_RGBA, 8, 2, Bytes(24, 3), {}, false, PNG_INTERLACE_ADAM7}));
   files.emplace_back(DecodeJpeg, MakeJpeg({1, JCS_GRAYSCALE, JCS_GRAYSCALE, {9}, 1}));
   files.emplace_back(DecodeJpeg, MakeJpeg({3, JCS_RGB, JCS_YCbCr, {200, 100, 30}, 1, true}));
   files.emplace_back(DecodeJpeg, MakeJpeg({4, JCS_CMYK, JCS_YCCK, {1, 2, 3, 4}}));
@@ -946,10 +981,16 @@ std::vector<std::pair<DecodeFunction, Bytes>> HugeClaims() {
   }
   files.emplace_back(DecodeJpeg, jpeg);
 
-  files.emplace_back(DecodeTiff,
-                     MakeTiff({{256, 4, 40000}, {257, 4, 40000}, {258, 3, 8}, {259, 3, 1},
-                               {262, 3, 1}, {273, 4, 8}, {277, 3, 1}, {278, 4, 40000}, {279, 4, 8}},
-                              Bytes(8, 0)));
+  files.emplace_back(DecodeTiff, MakeTiff({{256, 4, 40000},
+                                           {257, 4, 40000},
+                                           {258, 3, 8},
+                                           {259, 3, 1},
+                                           {262, 3, 1},
+                                           {273, 4, 8},
+                                           {277, 3, 1},
+                                           {278, 4, 40000},
+                                           {279, 4, 8}},
+                                          Bytes(8, 0)));
   return files;
 }
 

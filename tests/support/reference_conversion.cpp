@@ -380,8 +380,8 @@ std::uint8_t OtsuThreshold(const std::array<std::uint32_t, 256>& histogram) {
   return result;
 }
 
-std::vector<std::uint8_t> CellThresholds(const std::vector<std::uint8_t>& gray,
-                                         std::uint32_t width, std::uint32_t height) {
+std::vector<std::uint8_t> CellThresholds(const std::vector<std::uint8_t>& gray, std::uint32_t width,
+                                         std::uint32_t height) {
   const std::uint32_t columns = width / kCell;
   const std::uint32_t rows = height / kCell;
   constexpr std::size_t kSlots = std::size_t{kWindow} * kWindow;
@@ -389,7 +389,7 @@ std::vector<std::uint8_t> CellThresholds(const std::vector<std::uint8_t>& gray,
 
   std::vector<std::uint8_t> cells;
   std::vector<std::uint8_t> work(kSlots, 0);  // slots that a window does not reach keep their value
-  bool large_is_known = false;  // of the large window that the cells at hand share
+  bool large_is_known = false;                // of the large window that the cells at hand share
   std::uint8_t large_mean = 0;
   double large_deviation = 0;
   std::uint32_t row_counter = 0;

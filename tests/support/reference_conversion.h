@@ -20,8 +20,8 @@ struct Palette {
   std::vector<std::uint32_t> entries;
 };
 
-// The image is the first height * stride bytes of `bytes`. No bytes at all stand for a null pointer,
-// an absent palette for a null palette.
+// The image is the first height * stride bytes of `bytes`. No bytes at all stand for a null
+// pointer, an absent palette for a null palette.
 struct Source {
   std::vector<std::uint8_t> bytes;
   std::uint32_t bits_per_pixel, width, height, stride;
@@ -53,7 +53,7 @@ std::uint8_t OtsuThreshold(const std::array<std::uint32_t, 256>& histogram);
 
 // One threshold for every whole 16 x 16 cell of a gray image whose rows follow each other without
 // padding, in rows of width / 16 cells.
-std::vector<std::uint8_t> CellThresholds(const std::vector<std::uint8_t>& gray,
-                                         std::uint32_t width, std::uint32_t height);
+std::vector<std::uint8_t> CellThresholds(const std::vector<std::uint8_t>& gray, std::uint32_t width,
+                                         std::uint32_t height);
 
 }  // namespace reference

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -41,6 +42,13 @@ Source GraySource(std::uint32_t width, std::uint32_t height, const Bytes& levels
 
 Source FlatSource(std::uint32_t width, std::uint32_t height, std::uint8_t level) {
   return GraySource(width, height, Bytes(std::size_t{width} * height, level));
+}
+
+// Eight rows of 100 above eight rows of 200, 16 wide.
+Bytes TwoLevelCell() {
+  Bytes levels(256, 200);
+  std::fill_n(levels.begin(), 128, std::uint8_t{100});
+  return levels;
 }
 
 Rect Whole(const Source& source) {
@@ -105,8 +113,8 @@ TEST(ReferenceGray, TruncatesEachWeightedChannelAndThenTheSum) {
   EXPECT_EQ(GrayOf(0, 255, 0), 150);  // 38515 / 256 = 150.4
   EXPECT_EQ(GrayOf(0, 0, 255), 28);   // 7180 / 256 = 28.05
   EXPECT_EQ(GrayOf(100, 100, 100), 100);
-  EXPECT_EQ(GrayOf(1, 1, 1), 0);       // 76 + 151 + 28 = 255
-  EXPECT_EQ(GrayOf(3, 5, 7), 4);       // 230 + 755 + 197 = 1182
+  EXPECT_EQ(GrayOf(1, 1, 1), 0);        // 76 + 151 + 28 = 255
+  EXPECT_EQ(GrayOf(3, 5, 7), 4);        // 230 + 755 + 197 = 1182
   EXPECT_EQ(GrayOf(10, 200, 30), 124);  // 768 + 30208 + 844 = 31820
 }
 
@@ -296,10 +304,10 @@ TEST(ReferenceOtsu, KeepsTheLowerLevelOfATie) {
 
 TEST(ReferenceOtsu, WrapsOnlyTheWeightedProducts) {
   std::array<std::uint32_t, 256> histogram{};
-  histogram[255] = 0x01000000;               // 256 * 2^24 wraps to 0
-  EXPECT_EQ(OtsuThreshold(histogram), 1);    // mean 0, plus 1
-  histogram[0] = 0xFFFFFFFF;                 // the sum of the counts does not wrap
-  EXPECT_EQ(OtsuThreshold(histogram), 0);    // (2^32 - 1) / (2^32 - 1 + 2^24) = 0.996
+  histogram[255] = 0x01000000;             // 256 * 2^24 wraps to 0
+  EXPECT_EQ(OtsuThreshold(histogram), 1);  // mean 0, plus 1
+  histogram[0] = 0xFFFFFFFF;               // the sum of the counts does not wrap
+  EXPECT_EQ(OtsuThreshold(histogram), 0);  // (2^32 - 1) / (2^32 - 1 + 2^24) = 0.996
   // Levels + 1 of 128, 141 and 151, each U = 2^25 pixels: weighted products 0, 13 U and 23 U.
   //   level 127: U | 2U, means 128   | (36 - 128) / 2 = -46, distance 174,   score 2 U^2 * 30276
   //   level 140: 2U | U, means 134.5 | 36 - 269 = -233,      distance 367.5, score 2 U^2 * 135056
@@ -318,11 +326,10 @@ TEST(ReferenceBinarizeOtsu, MakesUniformImagesWhiteOrBlackAndLeavesTheRowEnds) {
 }
 
 TEST(ReferenceBinarize, CopiesOneBitSources) {
-  Source source{{0x12, 0x34, 0x56, 0x78, 1, 2, 3, 4, 0x9A, 0xBC, 0xDE, 0xF0, 5, 6, 7, 8},
-                1, 20, 2, 8, {}};
+  Source source{
+      {0x12, 0x34, 0x56, 0x78, 1, 2, 3, 4, 0x9A, 0xBC, 0xDE, 0xF0, 5, 6, 7, 8}, 1, 20, 2, 8, {}};
   for (const std::uint32_t method : {kOtsu, kAdaptive, kDiffusion}) {
-    EXPECT_EQ(Convert(method, source),
-              (Bytes{0x12, 0x34, 0x56, 0x78, 0x9A, 0xBC, 0xDE, 0xF0}));
+    EXPECT_EQ(Convert(method, source), (Bytes{0x12, 0x34, 0x56, 0x78, 0x9A, 0xBC, 0xDE, 0xF0}));
   }
 }
 
@@ -342,8 +349,8 @@ TEST(ReferenceDiffusion, EqualsAnImageWorkedByHand) {
 }
 
 TEST(ReferenceCellThresholds, EqualsACellWorkedByHand) {
-  // Eight rows of 100 above eight rows of 200, 16 wide. The cell: mean 150, smallest 100,
-  // deviation 50. A window row takes 128 bytes from byte 16 * y on, up to byte 256; these are
+  // The cell: mean 150, smallest 100, deviation 50. A window row takes 128 bytes from byte 16 * y
+  // on, up to byte 256; these are
   //   rows 0 to 8:  128 - 16y times 100 and 16y times 200, together 576 and 576,
   //   rows 9 to 15: 112, 96, ... 16 times 200, together 448; all other slots are 0.
   // Mean (576 * 100 + 1024 * 200) / 16384 = 16.02, so 16; deviation
@@ -351,9 +358,7 @@ TEST(ReferenceCellThresholds, EqualsACellWorkedByHand) {
   // k = 50 / 50.942 = 0.98152; the cell value is
   //   0.94556 * 0.05 * 50 + 150 * 0.6 + 0.96337 * 0.02 * 100 + 16 * 0.1 / 150
   //   = 2.3639 + 90 + 1.9267 + 0.0107 = 94.30
-  Bytes gray(128, 100);
-  gray.insert(gray.end(), 128, 200);
-  EXPECT_EQ(CellThresholds(gray, 16, 16), Bytes{94});
+  EXPECT_EQ(CellThresholds(TwoLevelCell(), 16, 16), Bytes{94});
 }
 
 TEST(ReferenceCellThresholds, StoresZeroForUndefinedValues) {
@@ -369,9 +374,7 @@ TEST(ReferenceCellThresholds, StoresZeroForUndefinedValues) {
 
 TEST(ReferenceAdaptive, BinarizesACellBetweenItsOwnAndTheGlobalThreshold) {
   // The cell above: local threshold 94, global 151 (two levels, mean + 1), so 94 + 42 = 136.
-  Bytes levels(128, 100);
-  levels.insert(levels.end(), 128, 200);
-  const Bytes output = Convert(kAdaptive, GraySource(16, 16, levels));
+  const Bytes output = Convert(kAdaptive, GraySource(16, 16, TwoLevelCell()));
   for (std::size_t y = 0; y < 16; ++y) {
     const std::uint8_t expected = y < 8 ? 0x00 : 0xFF;
     EXPECT_EQ(output.at(4 * y), expected) << y;

@@ -20,17 +20,18 @@ namespace {
 
 using BitmapPointer = std::unique_ptr<Gdiplus::Bitmap>;
 
-const std::map<std::string, PxtConversionMethod> kMethods = {
-    {"gray", MethodGray8},
-    {"otsu", MethodBilevelOtsu},
-    {"adaptive", MethodBilevelAdaptive},
-    {"diffusion", MethodBilevelDiffusion}};
+const std::map<std::string, PxtConversionMethod> kMethods = {{"gray", MethodGray8},
+                                                             {"otsu", MethodBilevelOtsu},
+                                                             {"adaptive", MethodBilevelAdaptive},
+                                                             {"diffusion", MethodBilevelDiffusion}};
 
-const std::map<std::string, PxtFileType> kTypes = {
-    {"tiff-g3", PxtFileTypeTiffGroup3},        {"tiff-g4", PxtFileTypeTiffGroup4},
-    {"tiff-lzw", PxtFileTypeTiffLzw},          {"tiff-packbits", PxtFileTypeTiffRunLength},
-    {"tiff-none", PxtFileTypeTiffNone},        {"png", PxtFileTypePng},
-    {"bmp", PxtFileTypeBmp}};
+const std::map<std::string, PxtFileType> kTypes = {{"tiff-g3", PxtFileTypeTiffGroup3},
+                                                   {"tiff-g4", PxtFileTypeTiffGroup4},
+                                                   {"tiff-lzw", PxtFileTypeTiffLzw},
+                                                   {"tiff-packbits", PxtFileTypeTiffRunLength},
+                                                   {"tiff-none", PxtFileTypeTiffNone},
+                                                   {"png", PxtFileTypePng},
+                                                   {"bmp", PxtFileTypeBmp}};
 
 /// What the user asked for; methods and types by the names above, empty when not given.
 struct Request {
@@ -77,7 +78,8 @@ BitmapPointer Convert(Gdiplus::Bitmap& page, const Request& request) {
   return BitmapPointer(converted);
 }
 
-/// Whether the file holds an image of the page's size: the library does not report every failed write.
+/// Whether the file holds an image of the page's size: the library does not report every failed
+/// write.
 bool ReadsBack(const OutputFile& output, Gdiplus::Bitmap& page) {
   Gdiplus::Bitmap* opened = nullptr;
   if (PxtOpenImageFile(output.wide_temporary_path().c_str(), &opened) == 0) return false;
@@ -90,8 +92,8 @@ void Run(const Request& request) {
   BitmapPointer page = OpenInput(request.input);
   if (!request.method.empty()) page = Convert(*page, request);
   const bool is_bilevel = page->GetPixelFormat() == PixelFormat1bppIndexed;
-  const PxtFileType type = request.type.empty() ? *TypeOfName(request.output, is_bilevel)
-                                                : kTypes.at(request.type);
+  const PxtFileType type =
+      request.type.empty() ? *TypeOfName(request.output, is_bilevel) : kTypes.at(request.type);
   OutputFile output(request.output);
   if (PxtSaveBitmapToFile(page.get(), type, output.wide_temporary_path().c_str()) == 0 ||
       !ReadsBack(output, *page)) {

@@ -6,8 +6,8 @@
 
 namespace pixtola::tool {
 
-/// Adds the subcommand to the tool. It throws Failure for what goes wrong and CLI::ValidationError for
-/// what was asked wrongly.
+/// Adds the subcommand to the tool. It throws Failure for what goes wrong and CLI::ValidationError
+/// for what was asked wrongly.
 void AddConvertCommand(CLI::App& app);
 
 }  // namespace pixtola::tool

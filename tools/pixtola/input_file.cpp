@@ -23,10 +23,13 @@ std::string_view FormatOf(std::string_view start) {
     std::string_view bytes;
     std::string_view format;
   };
-  static constexpr Signature kSignatures[] = {
-      {"\x89PNG\r\n\x1A\n"sv, "PNG"}, {"\xFF\xD8\xFF"sv, "JPEG"}, {"BM"sv, "BMP"},
-      {"II*\0"sv, "TIFF"},            {"MM\0*"sv, "TIFF"},        {"II+\0"sv, "TIFF"},
-      {"MM\0+"sv, "TIFF"}};
+  static constexpr Signature kSignatures[] = {{"\x89PNG\r\n\x1A\n"sv, "PNG"},
+                                              {"\xFF\xD8\xFF"sv, "JPEG"},
+                                              {"BM"sv, "BMP"},
+                                              {"II*\0"sv, "TIFF"},
+                                              {"MM\0*"sv, "TIFF"},
+                                              {"II+\0"sv, "TIFF"},
+                                              {"MM\0+"sv, "TIFF"}};
   for (const Signature& signature : kSignatures) {
     if (start.starts_with(signature.bytes)) return signature.format;
   }

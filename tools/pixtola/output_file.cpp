@@ -21,8 +21,8 @@ namespace pixtola::tool {
 
 namespace {
 
-/// The temporary file that a signal must remove; empty when there is none. A signal handler can read
-/// no std::string.
+/// The temporary file that a signal must remove; empty when there is none. A signal handler can
+/// read no std::string.
 std::array<char, PATH_MAX> path_to_remove{};
 
 void RemoveTemporaryAndDie(int signal) {

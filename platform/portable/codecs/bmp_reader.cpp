@@ -152,8 +152,7 @@ Palette ReadPalette(EncodedBytes bytes, const Header& header) {
   palette.entries.fill(kOpaque);
   palette.count = 1U << header.bits;
   // Many files with fewer colours say so by nothing but the place where the pixels begin.
-  const std::uint64_t in_file =
-      (header.pixels_at - header.palette_at) / header.palette_entry_size;
+  const std::uint64_t in_file = (header.pixels_at - header.palette_at) / header.palette_entry_size;
   std::uint64_t used = std::min<std::uint64_t>(palette.count, in_file);
   if (header.palette_used != 0) used = std::min<std::uint64_t>(used, header.palette_used);
   const std::uint8_t* entry = bytes.data() + header.palette_at;
@@ -226,9 +225,10 @@ class RlePainter {
  public:
   RlePainter(const Palette& palette, unsigned bits, BitmapObject& bitmap)
       : palette_(palette), bits_(bits), bitmap_(bitmap) {
-    for (std::uint32_t y = 0; y < bitmap.height(); ++y) {
-      BYTE* row = bitmap.Row(y);
-      for (std::uint32_t x = 0; x < bitmap.width(); ++x) Put(row + std::size_t{4} * x, palette.entries[0]);
+    BYTE* first = bitmap.Row(0);
+    for (std::size_t x = 0; x < bitmap.width(); ++x) Put(first + 4 * x, palette.entries[0]);
+    for (std::uint32_t y = 1; y < bitmap.height(); ++y) {
+      std::memcpy(bitmap.Row(y), first, bitmap.row_bytes());
     }
   }
 

@@ -1,8 +1,8 @@
 // Writes BMP: a 40-byte header, uncompressed rows from the bottom up.
 //
-// Indexed and 24-bit bitmaps keep their depth; 16- and 32-bit ones become 32-bit BI_RGB, whose fourth
-// byte readers ignore: it is the alpha of the formats that have one and 0 for the others. The format
-// has no encoder parameters here; any that are given are ignored.
+// Indexed and 24-bit bitmaps keep their depth; 16- and 32-bit ones become 32-bit BI_RGB, whose
+// fourth byte readers ignore: it is the alpha of the formats that have one and 0 for the others.
+// The format has no encoder parameters here; any that are given are ignored.
 #include <algorithm>
 #include <array>
 #include <cmath>

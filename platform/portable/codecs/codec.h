@@ -1,7 +1,7 @@
 // The codecs of the stand-in: what each reader and writer must do, and the list of them.
 //
-// A reader gets the whole encoded image as bytes and makes a bitmap object; a writer sends bytes to a
-// ByteSink. Neither keeps state, prints or throws.
+// A reader gets the whole encoded image as bytes and makes a bitmap object; a writer sends bytes to
+// a ByteSink. Neither keeps state, prints or throws.
 #ifndef PIXTOLA_PORTABLE_CODEC_H_
 #define PIXTOLA_PORTABLE_CODEC_H_
 
@@ -29,10 +29,11 @@ using EncodedBytes = std::span<const std::uint8_t>;
 
 /// On Ok `bitmap` holds the image; on any other status it is null.
 /// OutOfMemory: no memory, or beyond the decode limit. GenericError: damaged or not supported.
-using DecodeFunction = Gdiplus::Status (*)(EncodedBytes bytes, std::unique_ptr<BitmapObject>& bitmap);
+using DecodeFunction = Gdiplus::Status (*)(EncodedBytes bytes,
+                                           std::unique_ptr<BitmapObject>& bitmap);
 
-/// `parameters` may be null. InvalidParameter: a pixel format or a parameter that the writer does not
-/// take. Win32Error: the sink failed.
+/// `parameters` may be null. InvalidParameter: a pixel format or a parameter that the writer does
+/// not take. Win32Error: the sink failed.
 using EncodeFunction = Gdiplus::Status (*)(const BitmapObject& bitmap,
                                            const Gdiplus::EncoderParameters* parameters,
                                            ByteSink& sink);

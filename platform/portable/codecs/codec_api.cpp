@@ -1,5 +1,5 @@
-// The flat API on files and codecs: a file is decoded by whichever codec recognises its first bytes,
-// saved by the encoder that the caller names.
+// The flat API on files and codecs: a file is decoded by whichever codec recognises its first
+// bytes, saved by the encoder that the caller names.
 
 #include <cstdio>
 #include <cstring>

@@ -49,8 +49,8 @@ void LimitScans(j_common_ptr jpeg) {
   if (scan > 0 && static_cast<std::uint64_t>(scan) > monitor->max_scans) FailSilently(jpeg);
 }
 
-// The functions with setjmp. They hold nothing with a destructor and change no variable that is read
-// after the jump.
+// The functions with setjmp. They hold nothing with a destructor and change no variable that is
+// read after the jump.
 
 bool ReadHeader(jpeg_decompress_struct& jpeg, ErrorManager& errors, EncodedBytes bytes) {
   if (setjmp(errors.jump) != 0) return false;
@@ -144,8 +144,7 @@ Status DecodeJpeg(EncodedBytes bytes, std::unique_ptr<BitmapObject>& bitmap) {
 
   const bool is_gray = jpeg.out_color_space == JCS_GRAYSCALE;
   auto decoded = BitmapObject::CreateForDecoder(
-      jpeg.image_width, jpeg.image_height,
-      is_gray ? PixelFormat8bppIndexed : PixelFormat24bppRGB);
+      jpeg.image_width, jpeg.image_height, is_gray ? PixelFormat8bppIndexed : PixelFormat24bppRGB);
   if (decoded == nullptr) return Gdiplus::OutOfMemory;
   if (is_gray) decoded->palette = GrayPalette(8);
   decoded->dpi_x = DotsPerInch(jpeg, jpeg.X_density);

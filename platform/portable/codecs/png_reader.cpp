@@ -105,8 +105,8 @@ Palette FilePalette(png_structp png, png_infop info) {
   if (png_get_PLTE(png, info, &colors, &count) == 0) return palette;
   palette.count = static_cast<UINT>(std::clamp(count, 0, 256));
   for (std::size_t i = 0; i < palette.count; ++i) {
-    palette.entries[i] = 0xFF000000 | ARGB{colors[i].red} << 16 | ARGB{colors[i].green} << 8 |
-                         colors[i].blue;
+    palette.entries[i] =
+        0xFF000000 | ARGB{colors[i].red} << 16 | ARGB{colors[i].green} << 8 | colors[i].blue;
   }
   return palette;
 }
@@ -156,9 +156,9 @@ Status DecodePng(EncodedBytes bytes, std::unique_ptr<BitmapObject>& bitmap) {
   if (!ReadHeader(handle.png, handle.info)) return Gdiplus::GenericError;
 
   const Form form = FormOf(handle.png, handle.info);
-  auto decoded = BitmapObject::CreateForDecoder(png_get_image_width(handle.png, handle.info),
-                                                png_get_image_height(handle.png, handle.info),
-                                                form.format);
+  auto decoded =
+      BitmapObject::CreateForDecoder(png_get_image_width(handle.png, handle.info),
+                                     png_get_image_height(handle.png, handle.info), form.format);
   if (decoded == nullptr) return Gdiplus::OutOfMemory;
   if (decoded->is_indexed()) {
     decoded->palette = form.is_gray ? GrayPalette(1) : FilePalette(handle.png, handle.info);

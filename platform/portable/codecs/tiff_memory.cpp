@@ -1,7 +1,7 @@
 // The procedures through which libtiff reads and writes, and the options of a handle.
 //
-// Sources are not given as mapped memory: libtiff then copies each strip into a buffer of its own, and
-// no decoder can read past the end of the file.
+// Sources are not given as mapped memory: libtiff then copies each strip into a buffer of its own,
+// and no decoder can read past the end of the file.
 #include "codecs/tiff_memory.h"
 
 #include <algorithm>
@@ -20,8 +20,7 @@ namespace {
 constexpr std::uint64_t kSeekFailed = std::numeric_limits<std::uint64_t>::max();
 
 /// Where a seek leads; `offset` holds a negative number's bits when it leads backwards.
-std::uint64_t Target(std::uint64_t offset, int origin, std::uint64_t position,
-                     std::uint64_t end) {
+std::uint64_t Target(std::uint64_t offset, int origin, std::uint64_t position, std::uint64_t end) {
   switch (origin) {
     case SEEK_SET:
       return offset;
@@ -38,8 +37,8 @@ tmsize_t ReadSource(thandle_t handle, void* destination, tmsize_t size) {
   auto* source = static_cast<TiffSource*>(handle);
   const std::uint64_t end = source->bytes.size();
   if (size <= 0 || source->position >= end) return 0;
-  const auto read = std::min<std::uint64_t>(static_cast<std::uint64_t>(size),
-                                            end - source->position);
+  const auto read =
+      std::min<std::uint64_t>(static_cast<std::uint64_t>(size), end - source->position);
   std::memcpy(destination, source->bytes.data() + source->position, read);
   source->position += read;
   return static_cast<tmsize_t>(read);
@@ -79,8 +78,8 @@ std::uint64_t SeekDestination(thandle_t handle, std::uint64_t offset, int origin
     destination->failed = true;
     return kSeekFailed;
   }
-  // libtiff leaves room for a directory and writes the values behind it first. The room is filled, so
-  // that a sink need not know gaps.
+  // libtiff leaves room for a directory and writes the values behind it first. The room is filled,
+  // so that a sink need not know gaps.
   std::array<std::uint8_t, 256> zeros{};
   for (std::uint64_t gap = target - inside; gap > 0;) {
     const std::uint64_t size = std::min<std::uint64_t>(gap, zeros.size());
@@ -107,8 +106,8 @@ TiffOptionsHandle SilentOptions() {
   TIFFOpenOptionsSetErrorHandlerExtR(options.get(), DropMessage, nullptr);
   TIFFOpenOptionsSetWarningHandlerExtR(options.get(), DropMessage, nullptr);
   // 0 would mean no limit.
-  const std::uint64_t limit = std::clamp<std::uint64_t>(
-      platform::GetDecodeLimit().bytes, 1, std::numeric_limits<tmsize_t>::max());
+  const std::uint64_t limit = std::clamp<std::uint64_t>(platform::GetDecodeLimit().bytes, 1,
+                                                        std::numeric_limits<tmsize_t>::max());
   TIFFOpenOptionsSetMaxSingleMemAlloc(options.get(), static_cast<tmsize_t>(limit));
   return options;
 }

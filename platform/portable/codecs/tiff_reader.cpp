@@ -30,8 +30,8 @@ Alpha AlphaOf(TIFF* tiff) {
   return types[0] == EXTRASAMPLE_UNASSALPHA ? Alpha::kUnassociated : Alpha::kNone;
 }
 
-/// libtiff would multiply colours by unassociated alpha, and what is rounded away there does not come
-/// back. Told that the alpha is associated, it gives the samples as they are.
+/// libtiff would multiply colours by unassociated alpha, and what is rounded away there does not
+/// come back. Told that the alpha is associated, it gives the samples as they are.
 bool KeepColors(TIFF* tiff) {
   std::uint16_t count = 0;
   std::uint16_t* types = nullptr;
@@ -118,8 +118,8 @@ Status DecodeTiff(EncodedBytes bytes, std::unique_ptr<BitmapObject>& bitmap) {
   decoded->dpi_y = DotsPerInch(tiff.get(), TIFFTAG_YRESOLUTION);
 
   auto* raster_pixels = reinterpret_cast<std::uint32_t*>(raster.get());
-  if (TIFFReadRGBAImageOriented(tiff.get(), width, height, raster_pixels, ORIENTATION_TOPLEFT,
-                                0) == 0) {
+  if (TIFFReadRGBAImageOriented(tiff.get(), width, height, raster_pixels, ORIENTATION_TOPLEFT, 0) ==
+      0) {
     return Gdiplus::GenericError;
   }
   for (std::uint32_t y = 0; y < height; ++y) {

@@ -157,9 +157,8 @@ Status EncodeTiff(const BitmapObject& bitmap, const Gdiplus::EncoderParameters* 
   const auto rows_per_strip = static_cast<std::uint32_t>(
       std::clamp<std::uint64_t>(kStripBytes / row_bytes, 1, bitmap.height()));
   const HeapBytes strip = AllocateBytes(row_bytes * rows_per_strip);
-  const HeapBytes argb = bitmap.is_indexed()
-                             ? nullptr
-                             : AllocateBytes(std::uint64_t{bitmap.width()} * sizeof(ARGB));
+  const HeapBytes argb =
+      bitmap.is_indexed() ? nullptr : AllocateBytes(std::uint64_t{bitmap.width()} * sizeof(ARGB));
   if (strip == nullptr || (argb == nullptr && !bitmap.is_indexed())) return Gdiplus::OutOfMemory;
 
   TiffDestination destination{&sink};

@@ -31,8 +31,7 @@ namespace {
 /// A palette's bytes: the structure declares one entry, so it is never smaller than with that one.
 INT PaletteBytes(const Palette& palette) {
   constexpr std::size_t kHeader = offsetof(ColorPalette, Entries);
-  return static_cast<INT>(
-      std::max(sizeof(ColorPalette), kHeader + palette.count * sizeof(ARGB)));
+  return static_cast<INT>(std::max(sizeof(ColorPalette), kHeader + palette.count * sizeof(ARGB)));
 }
 
 }  // namespace
@@ -49,11 +48,10 @@ GpStatus GdipCreateBitmapFromScan0(INT width, INT height, INT stride, PixelForma
   if (scan0 != nullptr && (stride == 0 || stride % 4 != 0)) return InvalidParameter;
   const auto unsigned_width = static_cast<std::uint32_t>(width);
   const auto unsigned_height = static_cast<std::uint32_t>(height);
-  *bitmap = scan0 != nullptr ? BitmapObject::CreateOver(unsigned_width, unsigned_height, stride,
-                                                        format, scan0)
-                                   .release()
-                             : BitmapObject::Create(unsigned_width, unsigned_height, format)
-                                   .release();
+  *bitmap = scan0 != nullptr
+                ? BitmapObject::CreateOver(unsigned_width, unsigned_height, stride, format, scan0)
+                      .release()
+                : BitmapObject::Create(unsigned_width, unsigned_height, format).release();
   return *bitmap != nullptr ? Ok : OutOfMemory;
 }
 

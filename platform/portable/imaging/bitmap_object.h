@@ -1,7 +1,7 @@
 // What a native bitmap handle points to: size, format, rows, palette, resolution and the lock.
 //
-// The object holds data and keeps it consistent; what the flat API accepts and refuses is decided in
-// bitmap_api.cpp, locking in lock_bits.cpp.
+// The object holds data and keeps it consistent; what the flat API accepts and refuses is decided
+// in bitmap_api.cpp, locking in lock_bits.cpp.
 #ifndef PIXTOLA_PORTABLE_BITMAP_OBJECT_H_
 #define PIXTOLA_PORTABLE_BITMAP_OBJECT_H_
 
@@ -32,9 +32,9 @@ struct BitmapLock {
   Gdiplus::Rect rect;
   UINT flags = 0;
   Gdiplus::PixelFormat format = PixelFormatUndefined;
-  bool direct = false;      ///< the caller works on the bitmap's own rows: nothing to write back
-  HeapBytes temporary;      ///< the rows handed out when neither the bitmap's nor the caller's
-  BYTE* rows = nullptr;     ///< top row of what the caller works on
+  bool direct = false;   ///< the caller works on the bitmap's own rows: nothing to write back
+  HeapBytes temporary;   ///< the rows handed out when neither the bitmap's nor the caller's
+  BYTE* rows = nullptr;  ///< top row of what the caller works on
   std::ptrdiff_t stride = 0;
 };
 
@@ -52,8 +52,8 @@ class BitmapObject final : public Gdiplus::GpBitmap {
 
   /// A bitmap over the caller's rows. `stride` is negative when rows run upwards from `scan0`.
   static std::unique_ptr<BitmapObject> CreateOver(std::uint32_t width, std::uint32_t height,
-                                                  std::int32_t stride,
-                                                  Gdiplus::PixelFormat format, BYTE* scan0);
+                                                  std::int32_t stride, Gdiplus::PixelFormat format,
+                                                  BYTE* scan0);
 
   static BitmapObject& From(Gdiplus::GpImage& image) { return static_cast<BitmapObject&>(image); }
   static const BitmapObject& From(const Gdiplus::GpImage& image) {

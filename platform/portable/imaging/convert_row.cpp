@@ -17,9 +17,7 @@ constexpr ARGB MakeArgb(unsigned alpha, unsigned red, unsigned green, unsigned b
   return alpha << 24 | red << 16 | green << 8 | blue;
 }
 
-unsigned BitsOf(Gdiplus::PixelFormat format) {
-  return (static_cast<unsigned>(format) >> 8) & 0xFF;
-}
+unsigned BitsOf(Gdiplus::PixelFormat format) { return (static_cast<unsigned>(format) >> 8) & 0xFF; }
 
 /// Index of pixel `x` in a row of 1, 4 or 8 bits a pixel.
 unsigned ReadIndex(const BYTE* row, std::uint32_t x, unsigned bits) {
@@ -227,7 +225,8 @@ void CopyPixels(const BYTE* source, std::uint32_t source_x, BYTE* destination,
     std::memcpy(destination + destination_bit / 8, source + source_bit / 8, whole_bytes);
     copied = static_cast<std::uint32_t>(whole_bytes * 8 / bits_per_pixel);
   }
-  // The pixels of a byte that other pixels share, or all when the rows are shifted by part of a byte.
+  // The pixels of a byte that other pixels share, or all when the rows are shifted by part of a
+  // byte.
   for (std::uint32_t i = copied; i < width; ++i) {
     WriteIndex(destination, destination_x + i, bits_per_pixel,
                ReadIndex(source, source_x + i, bits_per_pixel));

@@ -1,7 +1,8 @@
 // Pixels of one row from one format to another, by way of 32-bit ARGB.
 //
-// This is the definition of every pixel-format conversion of the stand-in: indexed rows through their
-// palette, 16-bit rows by truncation and bit replication, premultiplied rows as the platform rounds.
+// This is the definition of every pixel-format conversion of the stand-in: indexed rows through
+// their palette, 16-bit rows by truncation and bit replication, premultiplied rows as the platform
+// rounds.
 #ifndef PIXTOLA_PORTABLE_CONVERT_ROW_H_
 #define PIXTOLA_PORTABLE_CONVERT_ROW_H_
 

@@ -13,9 +13,7 @@ namespace {
 
 using Gdiplus::Status;
 
-unsigned BitsOf(Gdiplus::PixelFormat format) {
-  return (static_cast<unsigned>(format) >> 8) & 0xFF;
-}
+unsigned BitsOf(Gdiplus::PixelFormat format) { return (static_cast<unsigned>(format) >> 8) & 0xFF; }
 
 bool IsInside(const Gdiplus::Rect& rect, const BitmapObject& bitmap) {
   return rect.X >= 0 && rect.Y >= 0 && rect.Width > 0 && rect.Height > 0 &&
@@ -23,8 +21,8 @@ bool IsInside(const Gdiplus::Rect& rect, const BitmapObject& bitmap) {
          std::int64_t{rect.Y} + rect.Height <= std::int64_t{bitmap.height()};
 }
 
-/// Pixels between the bitmap and the locked rows, converted where the formats differ. Rows in a format
-/// with a palette that is not the bitmap's own use the default palette of that format.
+/// Pixels between the bitmap and the locked rows, converted where the formats differ. Rows in a
+/// format with a palette that is not the bitmap's own use the default palette of that format.
 class LockedRows {
  public:
   /// False when there is no memory for a row of colours.
@@ -86,8 +84,7 @@ Status ChooseRows(BitmapObject& bitmap, const Gdiplus::BitmapData& data, BitmapL
     lock.stride = data.Stride;
     return Gdiplus::Ok;
   }
-  const std::uint64_t first_bit =
-      static_cast<std::uint64_t>(lock.rect.X) * bitmap.bits_per_pixel();
+  const std::uint64_t first_bit = static_cast<std::uint64_t>(lock.rect.X) * bitmap.bits_per_pixel();
   if (lock.format == bitmap.format() && first_bit % 8 == 0) {
     lock.direct = true;
     lock.rows = bitmap.Row(static_cast<std::uint32_t>(lock.rect.Y)) + first_bit / 8;

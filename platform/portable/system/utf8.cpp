@@ -19,7 +19,8 @@ std::optional<std::string> Utf8FromWide(const wchar_t* text) {
       utf8.push_back(static_cast<char>(0xC0 | code >> 6));
       append_tail(0);
     } else if (code < 0x10000) {
-      if (code >= 0xD800 && code < 0xE000) return std::nullopt;  // surrogates stand for no character
+      if (code >= 0xD800 && code < 0xE000)
+        return std::nullopt;  // surrogates stand for no character
       utf8.push_back(static_cast<char>(0xE0 | code >> 12));
       append_tail(6);
       append_tail(0);

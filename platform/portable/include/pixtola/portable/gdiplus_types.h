@@ -60,17 +60,9 @@ enum Status {
 };
 using GpStatus = Status;
 
-enum ImageLockMode {
-  ImageLockModeRead = 1,
-  ImageLockModeWrite = 2,
-  ImageLockModeUserInputBuf = 4
-};
+enum ImageLockMode { ImageLockModeRead = 1, ImageLockModeWrite = 2, ImageLockModeUserInputBuf = 4 };
 
-enum PaletteFlags {
-  PaletteFlagsHasAlpha = 1,
-  PaletteFlagsGrayScale = 2,
-  PaletteFlagsHalftone = 4
-};
+enum PaletteFlags { PaletteFlagsHasAlpha = 1, PaletteFlagsGrayScale = 2, PaletteFlagsHalftone = 4 };
 
 struct ColorPalette {
   UINT Flags;

@@ -1,7 +1,7 @@
 // The Win32 and COM names that Pixtola and its callers use, for systems without windows.h.
 //
-// Sizes and signs are Windows' own (LONG, ULONG, DWORD and HRESULT have 32 bits on every system), so
-// that the same calling code means the same everywhere. WCHAR is the system's wchar_t: paths are
+// Sizes and signs are Windows' own (LONG, ULONG, DWORD and HRESULT have 32 bits on every system),
+// so that the same calling code means the same everywhere. WCHAR is the system's wchar_t: paths are
 // UTF-32 here and are opened by their UTF-8 form.
 #ifndef PIXTOLA_PORTABLE_WIN32_H_
 #define PIXTOLA_PORTABLE_WIN32_H_

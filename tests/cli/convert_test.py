@@ -1,0 +1,280 @@
+"""The command-line tool as a user runs it: exit status, messages, and what is left in the folder.
+
+The tool's path comes from PIXTOLA_TOOL. Pictures are made and read with Pillow.
+"""
+
+import os
+import resource
+import shutil
+import signal
+import subprocess
+import tempfile
+import time
+import unittest
+from pathlib import Path
+
+from PIL import Image
+
+TOOL = os.environ["PIXTOLA_TOOL"]
+
+
+def gradient(size=(200, 160)):
+    """A colour image with every kind of level in it."""
+    image = Image.new("RGB", size)
+    image.putdata([((x * 5) % 256, (y * 3) % 256, (x * y) % 256)
+                   for y in range(size[1]) for x in range(size[0])])
+    return image
+
+
+class ConvertTest(unittest.TestCase):
+    def setUp(self):
+        self.folder = Path(tempfile.mkdtemp(prefix="pixtola-"))
+        self.addCleanup(shutil.rmtree, self.folder, ignore_errors=True)
+        self.page = self.folder / "page.png"
+        gradient().save(self.page, dpi=(300, 300))
+
+    def run_tool(self, *arguments, **options):
+        return subprocess.run([TOOL, *map(str, arguments)], capture_output=True, text=True,
+                              errors="surrogateescape", timeout=120, **options)
+
+    def convert(self, *arguments):
+        done = self.run_tool("convert", *arguments)
+        self.assertEqual((done.returncode, done.stdout, done.stderr), (0, "", ""))
+
+    def assert_fails(self, done, *fragments):
+        """Status 1 and one sentence that holds the fragments."""
+        self.assertEqual(done.returncode, 1, done.stderr)
+        self.assertEqual(done.stdout, "")
+        self.assertEqual(done.stderr.count("\n"), 1, done.stderr)
+        self.assertTrue(done.stderr.endswith(".\n"), done.stderr)
+        for fragment in fragments:
+            self.assertIn(fragment, done.stderr)
+
+    def assert_wrong_usage(self, done, fragment):
+        self.assertEqual(done.returncode, 2, done.stderr)
+        self.assertIn(fragment, done.stderr)
+
+    def assert_only(self, *names):
+        self.assertEqual(sorted(path.name for path in self.folder.iterdir()), sorted(names))
+
+    # ------------------------------------------------------------------------------- what is made
+
+    def test_every_method_and_type_keeps_size_and_resolution(self):
+        expected_modes = {"gray": "L", "otsu": "1", "adaptive": "1", "diffusion": "1"}
+        for method in [None, *expected_modes]:
+            for kind in ["tiff-g3", "tiff-g4", "tiff-lzw", "tiff-packbits", "tiff-none", "png",
+                         "bmp"]:
+                with self.subTest(method=method, type=kind):
+                    output = self.folder / "output"
+                    options = ["--method", method] if method else []
+                    self.convert(self.page, output, "--type", kind, *options)
+                    with Image.open(output) as image:
+                        self.assertEqual(image.size, (200, 160))
+                        for dpi in image.info["dpi"]:
+                            self.assertAlmostEqual(float(dpi), 300, delta=0.01)
+                        if kind in {"tiff-g3", "tiff-g4", "tiff-packbits"}:
+                            self.assertEqual(image.mode, "1")
+                        elif method is None:
+                            self.assertEqual(image.convert("RGB").tobytes(), gradient().tobytes())
+                        elif method == "gray":
+                            self.assertIn(image.mode, {"L", "P"})
+                        else:
+                            self.assertIn(image.convert("L").getextrema(), {(0, 255)})
+
+    def test_the_type_names_the_compression(self):
+        names = {"tiff-g3": "group3", "tiff-g4": "group4", "tiff-lzw": "tiff_lzw",
+                 "tiff-packbits": "packbits", "tiff-none": "raw"}
+        for kind, compression in names.items():
+            self.convert(self.page, self.folder / "out.tif", "--type", kind)
+            with Image.open(self.folder / "out.tif") as image:
+                self.assertEqual(image.info["compression"], compression)
+
+    def test_the_outputs_extension_decides_without_type(self):
+        self.convert(self.page, self.folder / "a.PNG")
+        self.convert(self.page, self.folder / "a.bmp")
+        self.convert(self.page, self.folder / "colour.tif")
+        self.convert(self.page, self.folder / "bilevel.TIFF", "--method", "otsu")
+        for name, kind, compression in [("a.PNG", "PNG", None), ("a.bmp", "BMP", None),
+                                        ("colour.tif", "TIFF", "tiff_lzw"),
+                                        ("bilevel.TIFF", "TIFF", "group4")]:
+            with Image.open(self.folder / name) as image:
+                self.assertEqual(image.format, kind)
+                if compression:
+                    self.assertEqual(image.info["compression"], compression)
+
+    def test_gray_is_the_weighted_sum(self):
+        self.convert(self.page, self.folder / "gray.png", "--method", "gray")
+        with Image.open(self.folder / "gray.png") as image:
+            grays = list(image.convert("L").getdata())
+        expected = [(r * 7680 // 100 + g * 15104 // 100 + b * 2816 // 100) >> 8
+                    for r, g, b in gradient().getdata()]
+        self.assertEqual(grays, expected)
+
+    def test_reads_every_input_format(self):
+        for name, options in [("in.png", {}), ("in.bmp", {}), ("in.tif", {}),
+                              ("in.jpg", {"quality": 95})]:
+            gradient().save(self.folder / name, dpi=(200, 200), **options)
+            self.convert(self.folder / name, self.folder / "out.png")
+            with Image.open(self.folder / name) as source, \
+                    Image.open(self.folder / "out.png") as made:
+                self.assertEqual(made.convert("RGB").size, source.size)
+                self.assertAlmostEqual(float(made.info["dpi"][0]), 200, delta=0.01)
+                pairs = zip(made.convert("RGB").tobytes(), source.convert("RGB").tobytes())
+                self.assertLessEqual(max(abs(a - b) for a, b in pairs),
+                                     2 if name == "in.jpg" else 0)
+
+    def test_names_beyond_ascii(self):
+        page = self.folder / "Bücher – 頁.png"
+        gradient().save(page)
+        self.convert(page, self.folder / "écrit 🖨.tif")
+        self.assertTrue((self.folder / "écrit 🖨.tif").is_file())
+
+    def test_an_output_may_replace_its_input(self):
+        self.convert(self.page, self.page, "--method", "otsu")
+        with Image.open(self.page) as image:
+            self.assertEqual(image.mode, "1")
+        self.assert_only("page.png")
+
+    def test_a_replaced_output_keeps_its_permissions(self):
+        output = self.folder / "out.png"
+        output.write_bytes(b"old")
+        output.chmod(0o640)
+        self.convert(self.page, output)
+        self.assertEqual(output.stat().st_mode & 0o777, 0o640)
+
+    def test_a_link_stays_a_link(self):
+        (self.folder / "target.png").write_bytes(b"old")
+        (self.folder / "link.png").symlink_to("target.png")
+        self.convert(self.page, self.folder / "link.png")
+        self.assertTrue((self.folder / "link.png").is_symlink())
+        self.assertGreater((self.folder / "target.png").stat().st_size, 3)
+
+    # ----------------------------------------------------------------------------- what goes wrong
+
+    def test_a_missing_input(self):
+        done = self.run_tool("convert", self.folder / "no.png", self.folder / "out.png")
+        self.assert_fails(done, "no.png", "No such file")
+        self.assert_only("page.png")
+
+    def test_an_input_that_is_no_image(self):
+        (self.folder / "text.png").write_text("This is no image.")
+        done = self.run_tool("convert", self.folder / "text.png", self.folder / "out.png")
+        self.assert_fails(done, "text.png", "not an image")
+        self.assert_only("page.png", "text.png")
+
+    def test_an_empty_input(self):
+        (self.folder / "empty.png").touch()
+        done = self.run_tool("convert", self.folder / "empty.png", self.folder / "out.png")
+        self.assert_fails(done, "empty.png", "is empty")
+
+    def test_a_folder_as_input(self):
+        done = self.run_tool("convert", self.folder, self.folder / "out.png")
+        self.assert_fails(done, "is a folder")
+
+    def test_a_pipe_as_input_is_not_waited_for(self):
+        os.mkfifo(self.folder / "pipe")
+        done = self.run_tool("convert", self.folder / "pipe", self.folder / "out.png")
+        self.assert_fails(done, "pipe", "not a regular file")
+
+    def test_a_damaged_input(self):
+        for name in ["page.png", "page.bmp", "page.jpg"]:
+            gradient().save(self.folder / name)
+            damaged = self.folder / ("damaged-" + name)
+            damaged.write_bytes((self.folder / name).read_bytes()[:25])
+            done = self.run_tool("convert", damaged, self.folder / "out.png")
+            self.assert_fails(done, damaged.name, "cannot be decoded")
+            self.assertFalse((self.folder / "out.png").exists())
+
+    @unittest.skipIf(os.geteuid() == 0, "root may read every file")
+    def test_an_input_that_may_not_be_read(self):
+        self.page.chmod(0)
+        done = self.run_tool("convert", self.page, self.folder / "out.png")
+        self.assert_fails(done, "page.png", "Permission denied")
+
+    def test_a_name_that_is_not_utf8(self):
+        done = subprocess.run([TOOL, "convert", b"\xff.png", str(self.folder / "out.png")],
+                              capture_output=True, timeout=60)
+        self.assertEqual(done.returncode, 1)
+        self.assertIn(b"not valid UTF-8", done.stderr)
+
+    def test_an_output_folder_that_is_not_there(self):
+        done = self.run_tool("convert", self.page, self.folder / "no" / "out.png")
+        self.assert_fails(done, "out.png", "No such file")
+
+    def test_a_folder_as_output(self):
+        (self.folder / "out.png").mkdir()
+        done = self.run_tool("convert", self.page, self.folder / "out.png")
+        self.assert_fails(done, "out.png", "not a regular file")
+        self.assert_only("page.png", "out.png")
+
+    def test_an_existing_output_survives_a_failed_run(self):
+        output = self.folder / "out.png"
+        output.write_bytes(b"precious")
+        (self.folder / "text.png").write_text("This is no image.")
+        self.assert_fails(self.run_tool("convert", self.folder / "text.png", output), "text.png")
+        self.assertEqual(output.read_bytes(), b"precious")
+        self.assert_only("page.png", "text.png", "out.png")
+
+    def test_a_full_disk_leaves_nothing_behind(self):
+        # A limit on the size of files stands for the disk.
+        for name in ["out.tif", "out.bmp", "out.png"]:
+            output = self.folder / name
+            output.write_bytes(b"precious")
+            done = self.run_tool(
+                "convert", self.page, output,
+                preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (4096, 4096)))
+            self.assert_fails(done, name, "Cannot write")
+            self.assertEqual(output.read_bytes(), b"precious")
+            output.unlink()
+            self.assert_only("page.png")
+
+    def test_a_bilevel_tiff_on_a_full_disk_leaves_nothing_behind(self):
+        done = self.run_tool(
+            "convert", self.page, self.folder / "out.tif", "--method", "diffusion",
+            preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (512, 512)))
+        self.assert_fails(done, "out.tif", "Cannot write")
+        self.assert_only("page.png")
+
+    def test_an_interrupted_run_leaves_nothing_behind(self):
+        gradient((3000, 3000)).save(self.page)
+        process = subprocess.Popen([TOOL, "convert", self.page, self.folder / "out.png"])
+        deadline = time.monotonic() + 60
+        while process.poll() is None and time.monotonic() < deadline:
+            if any(path.name.startswith(".pixtola") for path in self.folder.iterdir()):
+                process.send_signal(signal.SIGTERM)
+                break
+        self.assertEqual(process.wait(timeout=60), -signal.SIGTERM)
+        self.assert_only("page.png")
+
+    # ------------------------------------------------------------------------------------- usage
+
+    def test_wrong_usage(self):
+        output = self.folder / "out.png"
+        self.assert_wrong_usage(self.run_tool(), "subcommand")
+        self.assert_wrong_usage(self.run_tool("convert"), "INPUT")
+        self.assert_wrong_usage(self.run_tool("convert", self.page), "OUTPUT")
+        self.assert_wrong_usage(self.run_tool("convert", self.page, output, "--method", "magic"),
+                                "--method")
+        self.assert_wrong_usage(self.run_tool("convert", self.page, output, "--type", "tga"),
+                                "--type")
+        self.assert_wrong_usage(self.run_tool("convert", self.page, output, "--colour"), "--colour")
+        self.assert_only("page.png")
+
+    def test_an_extension_that_tells_no_type(self):
+        for name in ["out", "out.xyz", "out.jpg", "tif"]:
+            done = self.run_tool("convert", self.page, self.folder / name)
+            self.assert_wrong_usage(done, "--type")
+        self.assert_only("page.png")
+
+    def test_help_and_version(self):
+        done = self.run_tool("convert", "--help")
+        self.assertEqual(done.returncode, 0)
+        for word in ["gray", "otsu", "adaptive", "diffusion", "tiff-g4", "tiff-packbits"]:
+            self.assertIn(word, done.stdout)
+        done = self.run_tool("--version")
+        self.assertEqual(done.returncode, 0)
+        self.assertRegex(done.stdout, r"^pixtola \d+\.\d+\.\d+\n$")
+
+
+if __name__ == "__main__":
+    unittest.main()

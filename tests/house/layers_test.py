@@ -1,0 +1,70 @@
+"""Checks that source files include only their own layer or lower ones, and of the platform only its door."""
+
+import re
+import sys
+import unittest
+from pathlib import Path
+
+# Lowest first; files in one set may include one another.
+LAYERS = [
+    {"base"},
+    {"format"},
+    # The pixel algorithms know nothing of bitmaps.
+    {"convert"},
+    {"bitmap"},
+    # Conversions of bitmaps stand in the room of the conversions but use the bitmap layer.
+    {"transfer"},
+    {"io"},
+]
+TRANSFER_FILES = {"convert/bitmap_transfer.cpp"}
+PLATFORM_DOORS = {"platform.h", "Pixtola.h"}
+LIBRARIES = {"tiffio.h"}
+
+SOURCE = None  # the folder src, set from the command line
+
+
+def layer_of(name):
+    folder = "transfer" if name in TRANSFER_FILES else name.split("/")[0]
+    for rank, folders in enumerate(LAYERS):
+        if folder in folders:
+            return rank
+    raise AssertionError(f"{name} belongs to no layer")
+
+
+def includes_of(path):
+    for line in path.read_text(encoding="utf-8").splitlines():
+        match = re.match(r'\s*#\s*include\s*(["<])([^">]+)[">]', line)
+        if match:
+            yield match.group(1), match.group(2)
+
+
+class LayersTest(unittest.TestCase):
+    def files(self):
+        found = sorted(path for path in SOURCE.rglob("*") if path.suffix in {".h", ".cpp"})
+        self.assertGreater(len(found), 20)
+        return found
+
+    def test_files_include_only_their_own_layer_or_lower(self):
+        for path in self.files():
+            name = path.relative_to(SOURCE).as_posix()
+            for quote, included in includes_of(path):
+                if quote == "<" or included in PLATFORM_DOORS:
+                    continue
+                self.assertTrue((SOURCE / included).is_file(), f"{name} includes {included}")
+                self.assertLessEqual(layer_of(included), layer_of(name),
+                                     f"{name} includes {included} from a higher layer")
+
+    def test_files_name_nothing_of_a_platform_but_its_door(self):
+        for path in self.files():
+            name = path.relative_to(SOURCE).as_posix()
+            for quote, included in includes_of(path):
+                if quote == "<" and "." in included:
+                    self.assertIn(included, LIBRARIES, name)
+            text = path.read_text(encoding="utf-8")
+            self.assertNotRegex(text, r"#\s*if(n?def)?.*(_WIN32|WIN32|__linux|__APPLE__|__unix)",
+                                f"{name} asks for the platform")
+
+
+if __name__ == "__main__":
+    SOURCE = Path(sys.argv.pop(1)) / "src"
+    unittest.main()

@@ -1,0 +1,90 @@
+// Files of the stand-in: names, what is refused, what is left behind.
+
+#include "system/files.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include "decode_limit.h"
+#include "support/temporary_folder.h"
+#include "support/test_bitmap.h"
+#include "system/utf8.h"
+
+namespace pixtola::portable {
+namespace {
+
+using test_support::TemporaryFolder;
+
+TEST(Utf8FromWide, EncodesEveryLength) {
+  EXPECT_EQ(Utf8FromWide(L"a\u00E4\u20AC\U0001F600"), "a\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80");
+  EXPECT_EQ(Utf8FromWide(L""), "");
+}
+
+TEST(Utf8FromWide, RefusesWhatIsNoCharacter) {
+  const wchar_t surrogate[] = {static_cast<wchar_t>(0xD800), 0};
+  const wchar_t beyond[] = {static_cast<wchar_t>(0x110000), 0};
+  const wchar_t negative[] = {static_cast<wchar_t>(-1), 0};
+  EXPECT_EQ(Utf8FromWide(surrogate), std::nullopt);
+  EXPECT_EQ(Utf8FromWide(beyond), std::nullopt);
+  EXPECT_EQ(Utf8FromWide(negative), std::nullopt);
+}
+
+TEST(ReadFile, ReadsRegularFilesOnly) {
+  const TemporaryFolder folder;
+  test_support::WriteWholeFile(folder / "file", {1, 2, 3});
+  FileBytes file;
+  ASSERT_EQ(ReadFile((folder / "file").c_str(), file), Gdiplus::Ok);
+  ASSERT_EQ(file.size, 3U);
+  EXPECT_EQ(file.bytes[2], 3);
+  EXPECT_EQ(ReadFile((folder / ".").c_str(), file), Gdiplus::InvalidParameter);
+  EXPECT_EQ(ReadFile((folder / "missing").c_str(), file), Gdiplus::InvalidParameter);
+  ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
+  EXPECT_EQ(ReadFile((folder / "pipe").c_str(), file), Gdiplus::InvalidParameter);
+}
+
+TEST(ReadFile, RefusesFilesBeyondTheDecodeLimit) {
+  const TemporaryFolder folder;
+  test_support::WriteWholeFile(folder / "file", {1, 2, 3});
+  const platform::DecodeLimit limit = platform::GetDecodeLimit();
+  platform::SetDecodeLimit({limit.pixels, 2});
+  FileBytes file;
+  EXPECT_EQ(ReadFile((folder / "file").c_str(), file), Gdiplus::OutOfMemory);
+  platform::SetDecodeLimit(limit);
+}
+
+TEST(DecodeLimit, MultipliesWithoutOverflow) {
+  EXPECT_TRUE(platform::IsDecodeAllowed(1 << 15, 1 << 14, 0));
+  EXPECT_FALSE(platform::IsDecodeAllowed((1 << 15) + 1, 1 << 14, 0));
+  EXPECT_FALSE(platform::IsDecodeAllowed(1ULL << 33, 1ULL << 33, 0));
+  EXPECT_FALSE(platform::IsDecodeAllowed(1, 1, (1ULL << 32) + 1));
+  EXPECT_TRUE(platform::IsDecodeAllowed(0, ~0ULL, 0));
+}
+
+TEST(GdipSaveImageToFile, LeavesNoPartialFile) {
+  const TemporaryFolder folder;
+  const auto bitmap = test_support::MakeBitmap(1, 1, PixelFormat24bppRGB, {1, 2, 3});
+  UINT count = 0;
+  UINT size = 0;
+  Gdiplus::GetImageEncodersSize(&count, &size);
+  std::vector<Gdiplus::ImageCodecInfo> encoders(count);
+  ASSERT_EQ(Gdiplus::GetImageEncoders(count, size, encoders.data()), Gdiplus::Ok);
+  const CLSID* tiff = nullptr;
+  for (const auto& encoder : encoders) {
+    if (std::wstring(encoder.FilenameExtension) == L"*.TIF;*.TIFF") tiff = &encoder.Clsid;
+  }
+  ASSERT_NE(tiff, nullptr);
+  // A parameter that the encoder does not take.
+  ULONG value = 9999;
+  const Gdiplus::EncoderParameters parameters{
+      1,
+      {{{0xE09D739D, 0xCCD4, 0x44EE, {0x8E, 0xBA, 0x3F, 0xBF, 0x8B, 0xE4, 0xFC, 0x58}},
+        1,
+        Gdiplus::EncoderParameterValueTypeLong,
+        &value}}};
+  EXPECT_EQ(bitmap->Save((folder / "out.tif").wstring().c_str(), tiff, &parameters),
+            Gdiplus::InvalidParameter);
+  EXPECT_TRUE(folder.is_empty());
+}
+
+}  // namespace
+}  // namespace pixtola::portable

@@ -1,0 +1,400 @@
+// Between bitmaps and bytes, through the exported functions.
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "Pixtola.h"
+#include "support/guarded_buffer.h"
+#include "support/platform_expectations.h"
+#include "support/test_bitmap.h"
+
+namespace {
+
+using test_support::BitmapPointer;
+using test_support::Bytes;
+using test_support::GuardedBuffer;
+using test_support::HoldLock;
+using test_support::MakeBitmap;
+using test_support::PaletteBlock;
+using test_support::PaletteOf;
+using test_support::PixelsOf;
+using test_support::Receive;
+
+BitmapPointer RedGreenBlueWhite() {
+  return MakeBitmap(4, 1, PixelFormat24bppRGB, {0, 0, 255, 0, 255, 0, 255, 0, 0, 255, 255, 255});
+}
+
+TEST(PxtBitmapToBytes, ReportsSizeAndStrideWithoutLocking) {
+  const BitmapPointer bitmap(new Gdiplus::Bitmap(33, 3, PixelFormat24bppRGB));
+  const HoldLock lock(*bitmap);
+  std::uint32_t size = 0;
+  std::uint32_t stride = 0;
+  EXPECT_EQ(PxtBitmapToBytes(MethodGray8, *bitmap, nullptr, &size, &stride), 1);
+  EXPECT_EQ(stride, 36U);
+  EXPECT_EQ(size, 108U);
+  EXPECT_EQ(PxtBitmapToBytes(MethodBilevelOtsu, *bitmap, nullptr, &size, &stride), 1);
+  EXPECT_EQ(stride, 8U);
+  EXPECT_EQ(size, 24U);
+  EXPECT_EQ(bitmap->GetLastStatus(), Gdiplus::Ok);
+}
+
+TEST(PxtBitmapToBytes, ConvertsPixels) {
+  const BitmapPointer bitmap = RedGreenBlueWhite();
+  Bytes gray(4);
+  std::uint32_t size = 4;
+  std::uint32_t stride = 0;
+  ASSERT_EQ(PxtBitmapToBytes(MethodGray8, *bitmap, gray.data(), &size, &stride), 1);
+  EXPECT_EQ(gray, (Bytes{76, 150, 28, 254}));
+}
+
+TEST(PxtBitmapToBytes, ReadsEightBitPixelsThroughTheBitmapsPalette) {
+  const BitmapPointer bitmap = MakeBitmap(4, 1, PixelFormat8bppIndexed, {0, 1, 1, 0});
+  const PaletteBlock palette(0, {0xFFFF0000, 0xFF0000FF});
+  bitmap->SetPalette(palette.get());
+  Bytes gray(4);
+  std::uint32_t size = 4;
+  std::uint32_t stride = 0;
+  ASSERT_EQ(PxtBitmapToBytes(MethodGray8, *bitmap, gray.data(), &size, &stride), 1);
+  EXPECT_EQ(gray, (Bytes{76, 28, 28, 76}));
+}
+
+TEST(PxtBitmapToBytes, ReadsOneBitPixelsWithoutTheirPalette) {
+  const BitmapPointer bitmap = MakeBitmap(8, 1, PixelFormat1bppIndexed, {0b11000011});
+  const PaletteBlock white_first(0, {0xFFFFFFFF, 0xFF000000});
+  bitmap->SetPalette(white_first.get());
+  Bytes gray(8);
+  std::uint32_t size = 8;
+  std::uint32_t stride = 0;
+  ASSERT_EQ(PxtBitmapToBytes(MethodGray8, *bitmap, gray.data(), &size, &stride), 1);
+  EXPECT_EQ(gray, (Bytes{255, 255, 0, 0, 0, 0, 255, 255}));
+}
+
+TEST(PxtBitmapToBytes, ConvertsOtherDepthsAs24BitRgb) {
+  // 16-bit 555: full red, full green, full blue, white.
+  const BitmapPointer deep =
+      MakeBitmap(4, 1, PixelFormat16bppRGB555, {0x00, 0x7C, 0xE0, 0x03, 0x1F, 0x00, 0xFF, 0x7F});
+  ASSERT_NE(deep, nullptr);
+  Bytes gray(4);
+  std::uint32_t size = 4;
+  std::uint32_t stride = 0;
+  ASSERT_EQ(PxtBitmapToBytes(MethodGray8, *deep, gray.data(), &size, &stride), 1);
+  EXPECT_EQ(gray, (Bytes{76, 150, 28, 254}));
+
+  const BitmapPointer four_bit = MakeBitmap(4, 1, PixelFormat4bppIndexed, {0x01, 0x23});
+  const PaletteBlock palette(0, {0xFFFF0000, 0xFF00FF00, 0xFF0000FF, 0xFFFFFFFF});
+  four_bit->SetPalette(palette.get());
+  ASSERT_EQ(PxtBitmapToBytes(MethodGray8, *four_bit, gray.data(), &size, &stride), 1);
+  EXPECT_EQ(gray, (Bytes{76, 150, 28, 254}));
+}
+
+TEST(PxtBitmapToBytes, ReadsBottomUpBitmapsTopDown) {
+  GuardedBuffer rows(8);
+  const std::uint8_t bytes[] = {0, 255, 0, 0, 0, 0, 255, 0};  // green below red
+  std::copy_n(bytes, 8, rows.data());
+  Gdiplus::Bitmap bitmap(1, 2, -4, PixelFormat24bppRGB, rows.data() + 4);
+  ASSERT_EQ(bitmap.GetLastStatus(), Gdiplus::Ok);
+  Bytes gray(8);
+  std::uint32_t size = 8;
+  std::uint32_t stride = 0;
+  ASSERT_EQ(PxtBitmapToBytes(MethodGray8, bitmap, gray.data(), &size, &stride), 1);
+  EXPECT_EQ(gray, (Bytes{76, 0, 0, 0, 150, 0, 0, 0}));
+}
+
+TEST(PxtBitmapToBytes, RecordsAFailedLock) {
+  const BitmapPointer bitmap = RedGreenBlueWhite();
+  const HoldLock lock(*bitmap);
+  Bytes gray(4, 0xA5);
+  std::uint32_t size = 4;
+  std::uint32_t stride = 0;
+  EXPECT_EQ(PxtBitmapToBytes(MethodGray8, *bitmap, gray.data(), &size, &stride), 0);
+  EXPECT_EQ(bitmap->GetLastStatus(), Gdiplus::WrongState);
+  EXPECT_EQ(gray, Bytes(4, 0xA5));
+}
+
+TEST(PxtBitmapToBytes, UnlocksTheBitmapAfterwards) {
+  const BitmapPointer bitmap = RedGreenBlueWhite();
+  Bytes gray(4);
+  std::uint32_t size = 1;
+  std::uint32_t stride = 0;
+  EXPECT_EQ(PxtBitmapToBytes(MethodGray8, *bitmap, gray.data(), &size, &stride), 0);
+  EXPECT_EQ(size, 4U);
+  EXPECT_EQ(PxtBitmapToBytes(MethodGray8, *bitmap, gray.data(), &size, &stride), 1);
+  EXPECT_FALSE(PixelsOf(*bitmap).empty());
+}
+
+TEST(PxtBitmapRectToBytes, ClipsTheCallersRectangle) {
+  const BitmapPointer bitmap = RedGreenBlueWhite();
+  RECT rect{-1, -1, 50, 50};
+  std::uint32_t size = 0;
+  std::uint32_t stride = 0;
+  EXPECT_EQ(PxtBitmapRectToBytes(MethodGray8, *bitmap, &rect, nullptr, &size, &stride), 1);
+  EXPECT_EQ(rect.left, 0);
+  EXPECT_EQ(rect.top, 0);
+  EXPECT_EQ(rect.right, 4);
+  EXPECT_EQ(rect.bottom, 1);
+}
+
+TEST(PxtBitmapRectToBytes, RefusesNullArguments) {
+  const BitmapPointer bitmap = RedGreenBlueWhite();
+  RECT rect{0, 0, 4, 1};
+  std::uint32_t value = 0;
+  EXPECT_EQ(PxtBitmapRectToBytes(MethodGray8, *bitmap, nullptr, nullptr, &value, &value), 0);
+  EXPECT_EQ(PxtBitmapRectToBytes(MethodGray8, *bitmap, &rect, nullptr, nullptr, &value), 0);
+  EXPECT_EQ(PxtBitmapRectToBytes(MethodGray8, *bitmap, &rect, nullptr, &value, nullptr), 0);
+}
+
+TEST(PxtBitmapToBitmap, MakesBilevelBitmapsWithTheSourcesResolution) {
+  for (const auto method : {MethodBilevelOtsu, MethodBilevelAdaptive, MethodBilevelDiffusion}) {
+    const BitmapPointer bitmap(new Gdiplus::Bitmap(32, 17, PixelFormat24bppRGB));
+    bitmap->SetResolution(300, 200);
+    BitmapPointer result;
+    ASSERT_EQ(PxtBitmapToBitmap(method, *bitmap, Receive(result)), 1) << method;
+    EXPECT_EQ(result->GetPixelFormat(), PixelFormat1bppIndexed);
+    EXPECT_EQ(result->GetWidth(), 32U);
+    EXPECT_EQ(result->GetHeight(), 17U);
+    EXPECT_FLOAT_EQ(result->GetHorizontalResolution(), 300);
+    EXPECT_FLOAT_EQ(result->GetVerticalResolution(), 200);
+    EXPECT_EQ(PaletteOf(*result), (std::vector<Gdiplus::ARGB>{0xFF000000, 0xFFFFFFFF}));
+    EXPECT_EQ(result->GetLastStatus(), Gdiplus::Ok);
+  }
+}
+
+TEST(PxtBitmapToBitmap, MakesGrayBitmapsWithARamp) {
+  const BitmapPointer bitmap = RedGreenBlueWhite();
+  BitmapPointer result;
+  ASSERT_EQ(PxtBitmapToBitmap(MethodGray8, *bitmap, Receive(result)), 1);
+  EXPECT_EQ(result->GetPixelFormat(), PixelFormat8bppIndexed);
+  EXPECT_EQ(PixelsOf(*result), (Bytes{76, 150, 28, 254}));
+  const auto palette = PaletteOf(*result);
+  ASSERT_EQ(palette.size(), 256U);
+  EXPECT_EQ(palette[254], 0xFFFEFEFEU);
+}
+
+TEST(PxtBitmapRectToBitmap, ConvertsARectangleAndClipsItInPlace) {
+  const BitmapPointer bitmap = MakeBitmap(4, 2, PixelFormat8bppIndexed, {0, 1, 2, 3, 4, 5, 6, 7});
+  std::vector<Gdiplus::ARGB> reds;
+  for (unsigned i = 0; i < 8; ++i) reds.push_back(0xFF000000U | (i * 32) << 16);
+  bitmap->SetPalette(PaletteBlock(0, reds).get());
+  RECT rect{2, 0, 9, 9};
+  BitmapPointer result;
+  ASSERT_EQ(PxtBitmapRectToBitmap(MethodGray8, *bitmap, &rect, Receive(result)), 1);
+  EXPECT_EQ(rect.right, 4);
+  EXPECT_EQ(rect.bottom, 2);
+  EXPECT_EQ(result->GetWidth(), 2U);
+  EXPECT_EQ(result->GetHeight(), 2U);
+  // Red weighs 76.8 of 256: 32 * 2 -> 19, 32 * 3 -> 28, 32 * 6 -> 57, 32 * 7 -> 67.
+  EXPECT_EQ(PixelsOf(*result), (Bytes{19, 28, 57, 67}));
+}
+
+TEST(PxtBitmapRectToBitmap, FailsWithoutPixels) {
+  const BitmapPointer bitmap = RedGreenBlueWhite();
+  RECT beside{4, 0, 9, 1};
+  Gdiplus::Bitmap* untouched = bitmap.get();
+  EXPECT_EQ(PxtBitmapRectToBitmap(MethodGray8, *bitmap, &beside, &untouched), 0);
+  EXPECT_EQ(untouched, bitmap.get());
+  RECT empty{0, 0, 0, 1};
+  EXPECT_EQ(PxtBitmapRectToBitmap(MethodGray8, *bitmap, &empty, &untouched), 0);
+  EXPECT_EQ(
+      PxtBitmapRectToBitmap(static_cast<PxtConversionMethod>(9), *bitmap, &beside, &untouched), 0);
+  EXPECT_EQ(PxtBitmapToBitmap(MethodGray8, *bitmap, nullptr), 0);
+}
+
+TEST(PxtBitmapToBitmap, LeavesTheResultWhenTheSourceCannotBeLocked) {
+  const BitmapPointer bitmap = RedGreenBlueWhite();
+  const HoldLock lock(*bitmap);
+  Gdiplus::Bitmap* untouched = bitmap.get();
+  EXPECT_EQ(PxtBitmapToBitmap(MethodGray8, *bitmap, &untouched), 0);
+  EXPECT_EQ(untouched, bitmap.get());
+  EXPECT_EQ(bitmap->GetLastStatus(), Gdiplus::WrongState);
+}
+
+TEST(PxtInsertBytes, RefusesNullBytesAndLeavesTheResult) {
+  Gdiplus::Bitmap* untouched = reinterpret_cast<Gdiplus::Bitmap*>(16);
+  EXPECT_EQ(PxtInsertBytes(nullptr, PixelFormat24bppRGB, 1, 1, 4, 96, 96, &untouched, nullptr), 0);
+  EXPECT_EQ(untouched, reinterpret_cast<Gdiplus::Bitmap*>(16));
+  const Bytes bytes(64);
+  EXPECT_EQ(PxtInsertBytes(bytes.data(), PixelFormat24bppRGB, 1, 1, 4, 96, 96, nullptr, nullptr),
+            0);
+  EXPECT_EQ(PxtInsertBytes(bytes.data(), PixelFormat24bppRGB, 9, 1, 4, 96, 96, &untouched, nullptr),
+            0);
+  EXPECT_EQ(untouched, reinterpret_cast<Gdiplus::Bitmap*>(16));
+}
+
+/// An 8 x 10 image whose pixel (x, y) is 10 * y + x.
+Bytes NumberedPixels() {
+  Bytes bytes;
+  for (unsigned y = 0; y < 10; ++y) {
+    for (unsigned x = 0; x < 8; ++x) bytes.push_back(static_cast<std::uint8_t>(10 * y + x));
+  }
+  return bytes;
+}
+
+TEST(PxtInsertBytesRect, ReturnsTheWholeImageForAnExclusiveWholeRectangle) {
+  const Bytes bytes = NumberedPixels();
+  const RECT rect{0, 0, 8, 10};
+  BitmapPointer result;
+  ASSERT_EQ(PxtInsertBytesRect(bytes.data(), PixelFormat8bppIndexed, 8, 10, 8, &rect, 300, 200,
+                               Receive(result)),
+            1);
+  EXPECT_EQ(PixelsOf(*result), bytes);
+  EXPECT_FLOAT_EQ(result->GetVerticalResolution(), 200);
+}
+
+TEST(PxtInsertBytesRect, TakesRightAndBottomAsInclusive) {
+  const Bytes bytes = NumberedPixels();
+  const RECT rect{2, 3, 4, 6};
+  BitmapPointer result;
+  ASSERT_EQ(PxtInsertBytesRect(bytes.data(), PixelFormat8bppIndexed, 8, 10, 8, &rect, 300, 200,
+                               Receive(result)),
+            1);
+  EXPECT_EQ(result->GetWidth(), 3U);
+  EXPECT_EQ(result->GetHeight(), 4U);
+  EXPECT_EQ(PixelsOf(*result), (Bytes{32, 33, 34, 42, 43, 44, 52, 53, 54, 62, 63, 64}));
+  EXPECT_FLOAT_EQ(result->GetHorizontalResolution(), 300);
+  EXPECT_FLOAT_EQ(result->GetVerticalResolution(), 200);
+}
+
+TEST(PxtInsertBytesRect, RefusesSingleColumnsAndRows) {
+  const Bytes bytes = NumberedPixels();
+  for (const RECT rect : {RECT{0, 0, 0, 5}, RECT{0, 0, 5, 0}, RECT{3, 3, 3, 8}, RECT{7, 0, 20, 9},
+                          RECT{0, 9, 7, 20}, RECT{5, 5, 2, 8}, RECT{-9, 0, -1, 9}}) {
+    Gdiplus::Bitmap* result = reinterpret_cast<Gdiplus::Bitmap*>(16);
+    EXPECT_EQ(
+        PxtInsertBytesRect(bytes.data(), PixelFormat8bppIndexed, 8, 10, 8, &rect, 96, 96, &result),
+        0);
+    EXPECT_EQ(result, nullptr);
+  }
+}
+
+TEST(PxtInsertBytesRect, ClipsToTheImage) {
+  const Bytes bytes = NumberedPixels();
+  const RECT rect{-4, 8, 1, 99};
+  BitmapPointer result;
+  ASSERT_EQ(PxtInsertBytesRect(bytes.data(), PixelFormat8bppIndexed, 8, 10, 8, &rect, 96, 96,
+                               Receive(result)),
+            1);
+  EXPECT_EQ(PixelsOf(*result), (Bytes{80, 81, 90, 91}));
+}
+
+TEST(PxtInsertBytesRect, CutsBytesOutOfOneBitRows) {
+  const Bytes bytes = {0x12, 0x34, 0x56, 0x78, 0x9A, 0xBC, 0xDE, 0xF0};
+  const RECT rect{8, 0, 23, 1};
+  BitmapPointer result;
+  ASSERT_EQ(PxtInsertBytesRect(bytes.data(), PixelFormat1bppIndexed, 32, 2, 4, &rect, 96, 96,
+                               Receive(result)),
+            1);
+  EXPECT_EQ(result->GetWidth(), 16U);
+  EXPECT_EQ(PixelsOf(*result), (Bytes{0x34, 0x56, 0xBC, 0xDE}));
+}
+
+TEST(PxtInsertBytesRect, LeavesTheResultForNullBytesOnly) {
+  Gdiplus::Bitmap* result = reinterpret_cast<Gdiplus::Bitmap*>(16);
+  const RECT rect{0, 0, 8, 8};
+  EXPECT_EQ(PxtInsertBytesRect(nullptr, PixelFormat8bppIndexed, 8, 10, 8, &rect, 96, 96, &result),
+            0);
+  EXPECT_EQ(result, reinterpret_cast<Gdiplus::Bitmap*>(16));
+  const Bytes bytes = NumberedPixels();
+  EXPECT_EQ(
+      PxtInsertBytesRect(bytes.data(), PixelFormat8bppIndexed, 8, 10, 4, &rect, 96, 96, &result),
+      0);
+  EXPECT_EQ(result, nullptr);
+}
+
+TEST(PxtExtractBytes, ReportsEverythingWithoutDestination) {
+  const BitmapPointer bitmap(new Gdiplus::Bitmap(5, 3, PixelFormat24bppRGB));
+  std::uint32_t size = 0;
+  std::uint32_t width = 0;
+  std::uint32_t height = 0;
+  std::uint32_t stride = 0;
+  Gdiplus::PixelFormat format = 0;
+  EXPECT_EQ(PxtExtractBytes(*bitmap, nullptr, &size, &width, &height, &stride, &format), 1);
+  EXPECT_EQ(width, 5U);
+  EXPECT_EQ(height, 3U);
+  EXPECT_EQ(stride, 16U);
+  EXPECT_EQ(size, 48U);
+  EXPECT_EQ(format, PixelFormat24bppRGB);
+}
+
+TEST(PxtExtractBytes, CopiesThePixels) {
+  const BitmapPointer bitmap = MakeBitmap(1, 2, PixelFormat24bppRGB, {1, 2, 3, 4, 5, 6});
+  Bytes destination(8, 0xA5);
+  std::uint32_t size = 0;
+  std::uint32_t width = 0;
+  std::uint32_t height = 0;
+  std::uint32_t stride = 0;
+  Gdiplus::PixelFormat format = 0;
+  ASSERT_EQ(PxtExtractBytes(*bitmap, destination.data(), &size, &width, &height, &stride, &format),
+            1);
+  ASSERT_EQ(size, 8U);
+  destination[3] = destination[7] = 0;  // padding
+  EXPECT_EQ(destination, (Bytes{1, 2, 3, 0, 4, 5, 6, 0}));
+}
+
+TEST(PxtExtractBytes, FillsTopDownFromBottomUpBitmaps) {
+  Bytes rows = {4, 5, 6, 0, 1, 2, 3, 0};
+  Gdiplus::Bitmap bitmap(1, 2, -4, PixelFormat24bppRGB, rows.data() + 4);
+  ASSERT_EQ(bitmap.GetLastStatus(), Gdiplus::Ok);
+  Bytes destination(8, 0xA5);
+  std::uint32_t size = 0;
+  std::uint32_t width = 0;
+  std::uint32_t height = 0;
+  std::uint32_t stride = 0;
+  Gdiplus::PixelFormat format = 0;
+  ASSERT_EQ(PxtExtractBytes(bitmap, destination.data(), &size, &width, &height, &stride, &format),
+            1);
+  EXPECT_EQ(stride, 4U);
+  EXPECT_EQ(size, 8U);
+  destination[3] = destination[7] = 0;
+  EXPECT_EQ(destination, (Bytes{1, 2, 3, 0, 4, 5, 6, 0}));
+}
+
+TEST(PxtExtractBytes, TellsSizeAndFormatOfABitmapItCannotLock) {
+  const BitmapPointer bitmap(new Gdiplus::Bitmap(5, 3, PixelFormat24bppRGB));
+  const HoldLock lock(*bitmap);
+  std::uint32_t size = 7;
+  std::uint32_t width = 0;
+  std::uint32_t height = 0;
+  std::uint32_t stride = 7;
+  Gdiplus::PixelFormat format = 0;
+  EXPECT_EQ(PxtExtractBytes(*bitmap, nullptr, &size, &width, &height, &stride, &format), 0);
+  EXPECT_EQ(width, 5U);
+  EXPECT_EQ(height, 3U);
+  EXPECT_EQ(format, PixelFormat24bppRGB);
+  EXPECT_EQ(size, 7U);
+  EXPECT_EQ(stride, 7U);
+  EXPECT_EQ(bitmap->GetLastStatus(), Gdiplus::WrongState);
+  EXPECT_EQ(PxtExtractBytes(*bitmap, nullptr, nullptr, &width, &height, &stride, &format), 0);
+}
+
+TEST(PxtExtractBytes, ReturnsWhatPxtInsertBytesWasGiven) {
+  for (const auto format : {PixelFormat8bppIndexed, PixelFormat24bppRGB, PixelFormat32bppRGB,
+                            PixelFormat32bppARGB, PixelFormat32bppPARGB}) {
+    const std::uint32_t stride = PxtCalcStride(7, format);
+    Bytes bytes(stride * 5);
+    for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<std::uint8_t>(i * 73);
+    BitmapPointer bitmap;
+    ASSERT_EQ(PxtInsertBytes(bytes.data(), format, 7, 5, stride, 96, 96, Receive(bitmap), nullptr),
+              1);
+    Bytes extracted(bytes.size(), 0xA5);
+    std::uint32_t size = 0;
+    std::uint32_t width = 0;
+    std::uint32_t height = 0;
+    std::uint32_t extracted_stride = 0;
+    Gdiplus::PixelFormat extracted_format = 0;
+    ASSERT_EQ(PxtExtractBytes(*bitmap, extracted.data(), &size, &width, &height, &extracted_stride,
+                              &extracted_format),
+              1);
+    ASSERT_EQ(extracted_stride, stride);
+    EXPECT_EQ(extracted_format, format);
+    const std::size_t row_bytes = test_support::PackedBytes(format, 7);
+    for (std::size_t y = 0; y < 5; ++y) {
+      for (std::size_t x = 0; x < row_bytes; ++x) {
+        ASSERT_EQ(extracted[y * stride + x], bytes[y * stride + x])
+            << format << ' ' << x << ' ' << y;
+      }
+    }
+  }
+}
+
+}  // namespace

@@ -1,0 +1,294 @@
+#include "io/tiff_reader.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "support/platform_expectations.h"
+#include "support/temporary_folder.h"
+#include "support/test_bitmap.h"
+#include "support/tiff_file.h"
+
+namespace pixtola {
+namespace {
+
+using test_support::BitmapPointer;
+using test_support::Bytes;
+using test_support::PaletteOf;
+using test_support::PixelsOf;
+using test_support::Receive;
+using test_support::TemporaryFolder;
+using test_support::TiffPage;
+using test_support::WriteTiff;
+
+const std::vector<Gdiplus::ARGB> kBlackFirst = {0xFF000000, 0xFFFFFFFF};
+
+class ReadTiffFileTest : public testing::Test {
+ protected:
+  /// Writes one page and reads it back; null when it is refused.
+  BitmapPointer WriteAndRead(const TiffPage& page) {
+    WriteTiff(folder_ / "page.tif", {page});
+    return Read(0);
+  }
+  BitmapPointer Read(std::uint32_t page_index) {
+    BitmapPointer bitmap;
+    const int result =
+        ReadTiffFile((folder_ / "page.tif").wstring().c_str(), page_index, Receive(bitmap));
+    EXPECT_EQ(result, bitmap != nullptr ? 1 : 0);
+    return bitmap;
+  }
+
+  TemporaryFolder folder_;
+};
+
+TEST_F(ReadTiffFileTest, KeepsMinIsBlackBitsAsTheyAre) {
+  TiffPage page;
+  page.width = 16;
+  page.rows = {0b10100000, 0b11000011};
+  const BitmapPointer bitmap = WriteAndRead(page);
+  ASSERT_NE(bitmap, nullptr);
+  EXPECT_EQ(bitmap->GetPixelFormat(), PixelFormat1bppIndexed);
+  EXPECT_EQ(PixelsOf(*bitmap), (Bytes{0b10100000, 0b11000011}));
+  EXPECT_EQ(PaletteOf(*bitmap), kBlackFirst);
+}
+
+TEST_F(ReadTiffFileTest, InvertsMinIsWhiteBits) {
+  TiffPage page;
+  page.width = 16;
+  page.photometric = PHOTOMETRIC_MINISWHITE;
+  page.rows = {0b10100000, 0b11000011};
+  const BitmapPointer bitmap = WriteAndRead(page);
+  ASSERT_NE(bitmap, nullptr);
+  EXPECT_EQ(PixelsOf(*bitmap), (Bytes{0b01011111, 0b00111100}));
+  EXPECT_EQ(PaletteOf(*bitmap), kBlackFirst);
+}
+
+TEST_F(ReadTiffFileTest, InvertsBitsWhoseColourMapStartsWithWhite) {
+  TiffPage page;
+  page.photometric = PHOTOMETRIC_PALETTE;
+  page.rows = {0b10100000};
+  page.more_tags = [](TIFF* tiff) {
+    std::uint16_t map[] = {0xFFFF, 0};
+    TIFFSetField(tiff, TIFFTAG_COLORMAP, map, map, map);
+  };
+  const BitmapPointer bitmap = WriteAndRead(page);
+  ASSERT_NE(bitmap, nullptr);
+  EXPECT_EQ(PixelsOf(*bitmap), (Bytes{0b01011111}));
+  EXPECT_EQ(PaletteOf(*bitmap), kBlackFirst);
+}
+
+TEST_F(ReadTiffFileTest, KeepsOtherColourMapsOfOneBitImages) {
+  TiffPage page;
+  page.photometric = PHOTOMETRIC_PALETTE;
+  page.rows = {0b10100000};
+  page.more_tags = [](TIFF* tiff) {
+    std::uint16_t red[] = {0x1111, 0x2222};
+    std::uint16_t green[] = {0x3333, 0x4444};
+    std::uint16_t blue[] = {0x5555, 0x6666};
+    TIFFSetField(tiff, TIFFTAG_COLORMAP, red, green, blue);
+  };
+  const BitmapPointer bitmap = WriteAndRead(page);
+  ASSERT_NE(bitmap, nullptr);
+  EXPECT_EQ(PixelsOf(*bitmap), (Bytes{0b10100000}));
+  EXPECT_EQ(PaletteOf(*bitmap), (std::vector<Gdiplus::ARGB>{0xFF113355, 0xFF224466}));
+}
+
+TEST_F(ReadTiffFileTest, RefusesOneBitImagesInOtherColourSpaces) {
+  TiffPage page;
+  page.photometric = PHOTOMETRIC_MASK;
+  page.rows = {0b10100000};
+  EXPECT_EQ(WriteAndRead(page), nullptr);
+}
+
+TEST_F(ReadTiffFileTest, ReadsColourMapsThatRepeatTheByte) {
+  TiffPage page;
+  page.width = 4;
+  page.bits_per_sample = 8;
+  page.photometric = PHOTOMETRIC_PALETTE;
+  page.rows = {0, 1, 2, 255};
+  page.more_tags = [](TIFF* tiff) {
+    static std::uint16_t red[256], green[256], blue[256];
+    for (unsigned i = 0; i < 256; ++i) {
+      red[i] = static_cast<std::uint16_t>(i * 257);
+      green[i] = static_cast<std::uint16_t>((255 - i) * 257);
+      blue[i] = static_cast<std::uint16_t>((i ^ 0x55) * 257);
+    }
+    TIFFSetField(tiff, TIFFTAG_COLORMAP, red, green, blue);
+  };
+  const BitmapPointer bitmap = WriteAndRead(page);
+  ASSERT_NE(bitmap, nullptr);
+  EXPECT_EQ(bitmap->GetPixelFormat(), PixelFormat8bppIndexed);
+  EXPECT_EQ(PixelsOf(*bitmap), page.rows);
+  const auto palette = PaletteOf(*bitmap);
+  ASSERT_EQ(palette.size(), 256U);
+  for (unsigned i = 0; i < 256; ++i) {
+    EXPECT_EQ(palette[i], 0xFF000000U | i << 16 | (255 - i) << 8 | (i ^ 0x55)) << i;
+  }
+}
+
+TEST_F(ReadTiffFileTest, TakesTheLowByteOfColourMapValues) {
+  TiffPage page;
+  page.width = 2;
+  page.bits_per_sample = 4;
+  page.photometric = PHOTOMETRIC_PALETTE;
+  page.rows = {0x01};
+  page.more_tags = [](TIFF* tiff) {
+    std::uint16_t map[16] = {0x1234, 0xFF00};
+    TIFFSetField(tiff, TIFFTAG_COLORMAP, map, map, map);
+  };
+  const BitmapPointer bitmap = WriteAndRead(page);
+  ASSERT_NE(bitmap, nullptr);
+  EXPECT_EQ(bitmap->GetPixelFormat(), PixelFormat4bppIndexed);
+  const auto palette = PaletteOf(*bitmap);
+  ASSERT_EQ(palette.size(), 16U);
+  EXPECT_EQ(palette[0], 0xFF343434U);
+  EXPECT_EQ(palette[1], 0xFF000000U);
+  EXPECT_EQ(PixelsOf(*bitmap), (Bytes{0x01}));
+}
+
+TEST_F(ReadTiffFileTest, ReadsColourMapsOfFewerEntriesThanPixelsCanName) {
+  // Two samples of 4 bits make 8-bit pixels, but the map has only 16 entries.
+  TiffPage page;
+  page.width = 2;
+  page.bits_per_sample = 4;
+  page.samples_per_pixel = 2;
+  page.photometric = PHOTOMETRIC_PALETTE;
+  page.rows = {0x01, 0xFF};
+  page.more_tags = [](TIFF* tiff) {
+    std::uint16_t map[16];
+    std::fill_n(map, 16, std::uint16_t{0x4242});
+    TIFFSetField(tiff, TIFFTAG_COLORMAP, map, map, map);
+  };
+  const BitmapPointer bitmap = WriteAndRead(page);
+  ASSERT_NE(bitmap, nullptr);
+  const auto palette = PaletteOf(*bitmap);
+  ASSERT_EQ(palette.size(), 256U);
+  EXPECT_EQ(palette[15], 0xFF424242U);
+  EXPECT_EQ(palette[16], 0xFF000000U);
+}
+
+TEST_F(ReadTiffFileTest, GivesEightBitGrayTheRampWhateverItsPhotometric) {
+  for (const auto photometric :
+       {std::uint16_t{PHOTOMETRIC_MINISBLACK}, std::uint16_t{PHOTOMETRIC_MINISWHITE}}) {
+    TiffPage page;
+    page.width = 3;
+    page.bits_per_sample = 8;
+    page.photometric = photometric;
+    page.rows = {0, 100, 255};
+    const BitmapPointer bitmap = WriteAndRead(page);
+    ASSERT_NE(bitmap, nullptr);
+    EXPECT_EQ(PixelsOf(*bitmap), page.rows);  // not inverted
+    EXPECT_EQ(PaletteOf(*bitmap).at(100), 0xFF646464U);
+  }
+}
+
+TEST_F(ReadTiffFileTest, RefusesFourBitGray) {
+  TiffPage page;
+  page.width = 2;
+  page.bits_per_sample = 4;
+  page.rows = {0x5A};
+  EXPECT_EQ(WriteAndRead(page), nullptr);
+}
+
+TEST_F(ReadTiffFileTest, RefusesTwoBitPixels) {
+  TiffPage page;
+  page.width = 4;
+  page.bits_per_sample = 2;
+  page.rows = {0x1B};
+  EXPECT_EQ(WriteAndRead(page), nullptr);
+}
+
+TEST_F(ReadTiffFileTest, ReadsRgbAs32BitArgb) {
+  TiffPage page;
+  page.width = 2;
+  page.bits_per_sample = 8;
+  page.samples_per_pixel = 3;
+  page.photometric = PHOTOMETRIC_RGB;
+  page.rows = {1, 2, 3, 253, 254, 255};
+  const BitmapPointer bitmap = WriteAndRead(page);
+  ASSERT_NE(bitmap, nullptr);
+  EXPECT_EQ(bitmap->GetPixelFormat(), PixelFormat32bppARGB);
+  EXPECT_EQ(PixelsOf(*bitmap), (Bytes{3, 2, 1, 255, 255, 254, 253, 255}));
+}
+
+TEST_F(ReadTiffFileTest, ReadsSixteenBitGrayAs32BitArgb) {
+  TiffPage page;
+  page.width = 2;
+  page.bits_per_sample = 16;
+  page.rows = {0x00, 0x00, 0xFF, 0xFF};
+  const BitmapPointer bitmap = WriteAndRead(page);
+  ASSERT_NE(bitmap, nullptr);
+  EXPECT_EQ(bitmap->GetPixelFormat(), PixelFormat32bppARGB);
+  EXPECT_EQ(PixelsOf(*bitmap), (Bytes{0, 0, 0, 255, 255, 255, 255, 255}));
+}
+
+TEST_F(ReadTiffFileTest, TakesTheResolutionAsDotsPerInchWhateverItsUnit) {
+  for (const int unit : {RESUNIT_NONE, RESUNIT_INCH, RESUNIT_CENTIMETER}) {
+    TiffPage page;
+    page.rows = {0};
+    page.more_tags = [unit](TIFF* tiff) {
+      TIFFSetField(tiff, TIFFTAG_XRESOLUTION, 300.0);
+      TIFFSetField(tiff, TIFFTAG_YRESOLUTION, 150.0);
+      TIFFSetField(tiff, TIFFTAG_RESOLUTIONUNIT, unit);
+    };
+    const BitmapPointer bitmap = WriteAndRead(page);
+    ASSERT_NE(bitmap, nullptr);
+    EXPECT_NEAR(bitmap->GetHorizontalResolution(), 300, 0.01);
+    EXPECT_NEAR(bitmap->GetVerticalResolution(), 150, 0.01);
+  }
+}
+
+TEST_F(ReadTiffFileTest, OpensPagesByIndex) {
+  TiffPage first;
+  first.rows = {0x11};
+  TiffPage second;
+  second.rows = {0x22};
+  WriteTiff(folder_ / "page.tif", {first, second});
+  EXPECT_EQ(PixelsOf(*Read(0)), (Bytes{0x11}));
+  EXPECT_EQ(PixelsOf(*Read(1)), (Bytes{0x22}));
+  EXPECT_EQ(Read(2), nullptr);
+  EXPECT_EQ(PixelsOf(*Read(static_cast<std::uint32_t>(-1))), (Bytes{0x11}));
+}
+
+TEST_F(ReadTiffFileTest, FailsForMissingFilesAndNullArguments) {
+  EXPECT_EQ(Read(0), nullptr);
+  Gdiplus::Bitmap* bitmap = nullptr;
+  EXPECT_EQ(ReadTiffFile(nullptr, 0, &bitmap), 0);
+  EXPECT_EQ(ReadTiffFile(L"page.tif", 0, nullptr), 0);
+}
+
+TEST_F(ReadTiffFileTest, RefusesImagesBeyondTheDecodeLimit) {
+  TiffPage page;
+  page.width = 100;
+  page.height = 100;
+  page.bits_per_sample = 8;
+  page.rows.resize(10000);
+  const platform::DecodeLimit limit = platform::GetDecodeLimit();
+  platform::SetDecodeLimit({9999, limit.bytes});
+  EXPECT_EQ(WriteAndRead(page), nullptr);
+  platform::SetDecodeLimit({10000, limit.bytes});
+  EXPECT_NE(Read(0), nullptr);
+  platform::SetDecodeLimit(limit);
+}
+
+TEST_F(ReadTiffFileTest, SurvivesFilesCutAnywhere) {
+  TiffPage page;
+  page.width = 40;
+  page.height = 20;
+  page.rows.assign(100, 0x5A);
+  page.more_tags = [](TIFF* tiff) {
+    TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_CCITTFAX4);
+  };
+  WriteTiff(folder_ / "page.tif", {page});
+  const auto whole = test_support::ReadWholeFile(folder_ / "page.tif");
+  ASSERT_GT(whole.size(), 100U);
+  for (std::size_t size = 0; size < whole.size(); ++size) {
+    Bytes cut = whole;
+    cut.resize(size);
+    test_support::WriteWholeFile(folder_ / "page.tif", cut);
+    Read(0);  // any outcome but a crash
+  }
+}
+
+}  // namespace
+}  // namespace pixtola
