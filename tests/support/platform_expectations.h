@@ -17,6 +17,28 @@ inline constexpr bool kIsWine = false;
 /// byte is lost.
 inline constexpr bool kUserBufferLocksLosePartialBytes = kIsWine;
 
+/// Locks of a part of a 1-bit bitmap start at the left edge, wherever the part lies.
+inline constexpr bool kLocksOfBitRowsIgnoreTheLeftEdge = kIsWine;
+
+/// A lock with a user buffer that is null crashes instead of being refused.
+inline constexpr bool kNullUserBuffersCrash = kIsWine;
+
+/// A lock in a format that is none gives NotImplemented instead of InvalidParameter.
+inline constexpr bool kLocksInNoFormatAreNotImplemented = kIsWine;
+
+/// Unlocking what is not locked gives WrongState instead of Win32Error.
+inline constexpr bool kUnlockWithoutLockIsWrongState = kIsWine;
+
+/// Green of 16-bit 555 pixels gets fewer of its low bits than the other colours.
+inline constexpr bool kGreenOf555LacksLowBits = kIsWine;
+
+/// A resolution of 0 or less is taken.
+inline constexpr bool kAnyResolutionIsTaken = kIsWine;
+
+/// Too small a block for a palette gives InsufficientBuffer instead of InvalidParameter, and palettes
+/// without entries are taken.
+inline constexpr bool kPalettesAreCheckedDifferently = kIsWine;
+
 /// The TIFF encoder chooses its compression itself, whatever EncoderCompression says.
 inline constexpr bool kTiffEncoderIgnoresCompression = kIsWine;
 

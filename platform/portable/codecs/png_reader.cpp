@@ -120,7 +120,7 @@ void CompletePalette(BitmapObject& bitmap) {
     const BYTE* row = bitmap.Row(y);
     for (std::size_t x = 0; x < bitmap.width(); ++x) {
       const unsigned shift = 8 - bits - static_cast<unsigned>(x * bits % 8);
-      if ((row[x * bits / 8] >> shift & (all - 1)) >= bitmap.palette.count) {
+      if ((unsigned{row[x * bits / 8]} >> shift & (all - 1)) >= bitmap.palette.count) {
         bitmap.palette.count = all;
         break;
       }

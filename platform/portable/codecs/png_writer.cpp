@@ -76,7 +76,7 @@ std::uint32_t ColorCount(const BitmapObject& bitmap) {
     const BYTE* row = bitmap.Row(y);
     for (std::size_t x = 0; x < bitmap.width(); ++x) {
       const unsigned shift = 8 - bits - static_cast<unsigned>(x * bits % 8);
-      const std::uint32_t index = row[x * bits / 8] >> shift & (all - 1);
+      const std::uint32_t index = unsigned{row[x * bits / 8]} >> shift & (all - 1);
       count = std::max(count, index + 1);
     }
   }

@@ -1,7 +1,7 @@
 // The procedures through which libtiff reads and writes, and the options of a handle.
 //
-// Sources are not given as mapped memory: libtiff then copies each strip into a buffer of its own,
-// and no decoder can read past the end of the file.
+// Sources are given as mapped memory: libtiff 4.5 refuses uncompressed tiles that it has to read
+// into a buffer of its own unless their size is a multiple of 1024.
 #include "codecs/tiff_memory.h"
 
 #include <algorithm>
@@ -54,6 +54,15 @@ std::uint64_t SeekSource(thandle_t handle, std::uint64_t offset, int origin) {
 std::uint64_t SourceSize(thandle_t handle) {
   return static_cast<TiffSource*>(handle)->bytes.size();
 }
+
+int MapSource(thandle_t handle, void** start, toff_t* size) {
+  auto* source = static_cast<TiffSource*>(handle);
+  *start = const_cast<std::uint8_t*>(source->bytes.data());  // libtiff only reads it
+  *size = source->bytes.size();
+  return 1;
+}
+
+void UnmapNothing(thandle_t, void*, toff_t) {}
 
 tmsize_t RefuseToWrite(thandle_t, void*, tmsize_t) { return -1; }
 tmsize_t RefuseToRead(thandle_t, void*, tmsize_t) { return -1; }
@@ -117,9 +126,9 @@ TiffOptionsHandle SilentOptions() {
 TiffHandle OpenTiffForReading(TiffSource& source) {
   const TiffOptionsHandle options = SilentOptions();
   if (options == nullptr) return nullptr;
-  // "m": no mapping.
-  return TiffHandle(TIFFClientOpenExt("", "rm", &source, ReadSource, RefuseToWrite, SeekSource,
-                                      CloseNothing, SourceSize, nullptr, nullptr, options.get()));
+  return TiffHandle(TIFFClientOpenExt("", "r", &source, ReadSource, RefuseToWrite, SeekSource,
+                                      CloseNothing, SourceSize, MapSource, UnmapNothing,
+                                      options.get()));
 }
 
 TiffHandle OpenTiffForWriting(TiffDestination& destination) {

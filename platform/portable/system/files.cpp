@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <utility>
 
 #include "decode_limit.h"
 
@@ -12,6 +13,7 @@ namespace pixtola::portable {
 
 namespace {
 
+/// A file descriptor that is closed with its scope, unless it is released before; -1 for none.
 class Descriptor {
  public:
   explicit Descriptor(int value) : value_(value) {}
@@ -21,6 +23,7 @@ class Descriptor {
     if (value_ >= 0) ::close(value_);
   }
   int value() const { return value_; }
+  int Release() { return std::exchange(value_, -1); }
 
  private:
   int value_;
@@ -41,12 +44,19 @@ ssize_t ReadFully(int descriptor, std::uint8_t* bytes, std::size_t size) {
 
 }  // namespace
 
-Gdiplus::Status ReadFile(const char* utf8_path, FileBytes& file) {
-  // Not blocking, so that a pipe without a writer is refused below instead of waited for.
-  const Descriptor descriptor(::open(utf8_path, O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+int OpenRegularFile(const char* utf8_path) {
+  // Not blocking: a pipe without a writer would otherwise hold the call until one comes.
+  Descriptor descriptor(::open(utf8_path, O_RDONLY | O_CLOEXEC | O_NONBLOCK));
   struct stat status {};
-  if (descriptor.value() < 0 || ::fstat(descriptor.value(), &status) != 0 ||
-      !S_ISREG(status.st_mode)) {
+  const bool is_regular = descriptor.value() >= 0 &&
+                          ::fstat(descriptor.value(), &status) == 0 && S_ISREG(status.st_mode);
+  return is_regular ? descriptor.Release() : -1;
+}
+
+Gdiplus::Status ReadFile(const char* utf8_path, FileBytes& file) {
+  const Descriptor descriptor(OpenRegularFile(utf8_path));
+  struct stat status {};
+  if (descriptor.value() < 0 || ::fstat(descriptor.value(), &status) != 0) {
     return Gdiplus::InvalidParameter;
   }
   const auto size = static_cast<std::uint64_t>(status.st_size);

@@ -12,6 +12,10 @@
 
 namespace pixtola::portable {
 
+/// Opens a regular file for reading; pipes and devices, which could be waited for without end, are
+/// refused. Returns a descriptor that the caller closes, or -1.
+int OpenRegularFile(const char* utf8_path);
+
 struct FileBytes {
   HeapBytes bytes;
   std::size_t size = 0;

@@ -1,6 +1,7 @@
 // How the library opens TIFF files on this platform: by UTF-8 name, libtiff's allocations limited.
 
 #include <tiffio.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <limits>
@@ -8,6 +9,7 @@
 #include <new>
 
 #include "decode_limit.h"
+#include "system/files.h"
 #include "system/utf8.h"
 
 namespace pixtola::platform {
@@ -25,7 +27,12 @@ TIFF* OpenTiffFile(const wchar_t* path, const char* mode) try {
   constexpr std::uint64_t kLargest = std::numeric_limits<tmsize_t>::max();
   TIFFOpenOptionsSetMaxSingleMemAlloc(
       options.get(), static_cast<tmsize_t>(std::min(kLargest, GetDecodeLimit().bytes)));
-  return TIFFOpenExt(utf8_path->c_str(), mode, options.get());
+  if (mode[0] != 'r') return TIFFOpenExt(utf8_path->c_str(), mode, options.get());
+  const int descriptor = portable::OpenRegularFile(utf8_path->c_str());
+  if (descriptor < 0) return nullptr;
+  TIFF* tiff = TIFFFdOpenExt(descriptor, utf8_path->c_str(), mode, options.get());
+  if (tiff == nullptr) ::close(descriptor);  // otherwise TIFFClose does
+  return tiff;
 } catch (const std::bad_alloc&) {
   return nullptr;
 }

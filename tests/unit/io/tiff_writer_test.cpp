@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "io/tiff_reader.h"
+#include "support/platform_expectations.h"
 #include "support/temporary_folder.h"
 #include "support/test_bitmap.h"
 #include "support/tiff_file.h"
@@ -53,10 +54,11 @@ BitmapPointer Checkered(UINT width, UINT height) {
 
 TEST_F(WriteTiffFileTest, WritesBilevelImagesThatReadBack) {
   // From one pixel to several strips; heights below one strip, at its end and just beyond.
-  const UINT sizes[][2] = {{1, 1},  {7, 3},     {8, 8},      {9, 1},     {31, 40},
-                           {64, 5}, {100, 818}, {100, 1000}, {2500, 27}, {2480, 60}};
+  const UINT sizes[][2] = {{1, 1},     {7, 3},     {8, 8},      {9, 1},     {31, 40},  {64, 5},
+                           {104, 818}, {100, 818}, {100, 1000}, {2500, 27}, {2480, 60}};
   for (const PxtFileType type : kTiffTypes) {
     for (const auto& [width, height] : sizes) {
+      if (expectations::kUserBufferLocksLosePartialBytes && width % 8 != 0) continue;
       const BitmapPointer bitmap = Checkered(width, height);
       ASSERT_NE(bitmap, nullptr);
       ASSERT_EQ(Write(*bitmap, type), 1) << type << ' ' << width << 'x' << height;
