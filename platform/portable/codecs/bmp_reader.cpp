@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "codecs/codec.h"
+#include "codecs/resolution.h"
 
 namespace pixtola::portable {
 
@@ -299,8 +300,9 @@ Gdiplus::PixelFormat FormatOf(const Header& header) {
   }
 }
 
+/// Negative numbers are no resolution.
 float DotsPerInch(std::int32_t pixels_per_metre) {
-  return pixels_per_metre > 0 ? static_cast<float>(pixels_per_metre * 0.0254) : 96.0F;
+  return DotsPerInchOf(static_cast<std::uint32_t>(std::max(pixels_per_metre, 0)));
 }
 
 }  // namespace

@@ -5,10 +5,10 @@
 // The format has no encoder parameters here; any that are given are ignored.
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <cstring>
 
 #include "codecs/codec.h"
+#include "codecs/resolution.h"
 #include "imaging/convert_row.h"
 
 namespace pixtola::portable {
@@ -30,29 +30,6 @@ void PutU32(std::uint8_t* at, std::uint32_t value) {
   PutU16(at + 2, value >> 16);
 }
 
-std::uint32_t PixelsPerMetre(float dpi) {
-  const double pixels = std::round(double{dpi} / 0.0254);
-  return pixels > 0 && pixels <= 0x7FFFFFFF ? static_cast<std::uint32_t>(pixels) : 0;
-}
-
-bool IsWritten(Gdiplus::PixelFormat format) {
-  switch (format) {
-    case PixelFormat1bppIndexed:
-    case PixelFormat4bppIndexed:
-    case PixelFormat8bppIndexed:
-    case PixelFormat16bppRGB555:
-    case PixelFormat16bppRGB565:
-    case PixelFormat16bppARGB1555:
-    case PixelFormat24bppRGB:
-    case PixelFormat32bppRGB:
-    case PixelFormat32bppARGB:
-    case PixelFormat32bppPARGB:
-      return true;
-    default:
-      return false;
-  }
-}
-
 /// `row` has room for the padding, which stays as it is.
 void ConvertRow(const BitmapObject& bitmap, std::uint32_t y, ARGB* argb, std::uint8_t* row) {
   if (argb == nullptr) {
@@ -68,7 +45,6 @@ void ConvertRow(const BitmapObject& bitmap, std::uint32_t y, ARGB* argb, std::ui
 }  // namespace
 
 Status EncodeBmp(const BitmapObject& bitmap, const Gdiplus::EncoderParameters*, ByteSink& sink) {
-  if (!IsWritten(bitmap.format())) return Gdiplus::InvalidParameter;
   const bool is_copied = bitmap.is_indexed() || bitmap.format() == PixelFormat24bppRGB;
   const std::uint32_t bits = is_copied ? bitmap.bits_per_pixel() : 32;
   // Always the full palette: a pixel beyond a short one stays readable.

@@ -8,6 +8,7 @@
 
 #include "codecs/codec.h"
 #include "codecs/handles.h"
+#include "codecs/resolution.h"
 #include "decode_limit.h"
 
 namespace pixtola::portable {
@@ -105,11 +106,11 @@ bool ReadRows(jpeg_decompress_struct& jpeg, ErrorManager& errors, JSAMPLE* cmyk,
   return true;
 }
 
-float DotsPerInch(const jpeg_decompress_struct& jpeg, UINT16 density) {
-  if (density == 0) return 96.0F;
-  if (jpeg.density_unit == 1) return density;
-  if (jpeg.density_unit == 2) return static_cast<float>(density * 2.54);
-  return 96.0F;
+float DotsPerInch(const jpeg_decompress_struct& jpeg, std::uint16_t density) {
+  const bool is_per_inch = jpeg.density_unit == 1;
+  const bool is_per_centimetre = jpeg.density_unit == 2;
+  if (density == 0 || !(is_per_inch || is_per_centimetre)) return kDefaultDotsPerInch;
+  return is_per_inch ? density : static_cast<float>(density * 2.54);
 }
 
 }  // namespace

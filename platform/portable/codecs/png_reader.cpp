@@ -10,6 +10,8 @@
 
 #include "codecs/codec.h"
 #include "codecs/handles.h"
+#include "codecs/resolution.h"
+#include "imaging/convert_row.h"
 
 namespace pixtola::portable {
 
@@ -111,30 +113,13 @@ Palette FilePalette(png_structp png, png_infop info) {
   return palette;
 }
 
-/// Callers may take an index for valid when it is in the image: a palette that some pixel is beyond
-/// gets all its entries.
-void CompletePalette(BitmapObject& bitmap) {
-  const unsigned bits = bitmap.bits_per_pixel();
-  const unsigned all = 1U << bits;
-  for (std::uint32_t y = 0; y < bitmap.height() && bitmap.palette.count < all; ++y) {
-    const BYTE* row = bitmap.Row(y);
-    for (std::size_t x = 0; x < bitmap.width(); ++x) {
-      const unsigned shift = 8 - bits - static_cast<unsigned>(x * bits % 8);
-      if ((unsigned{row[x * bits / 8]} >> shift & (all - 1)) >= bitmap.palette.count) {
-        bitmap.palette.count = all;
-        break;
-      }
-    }
-  }
-}
-
 void ReadResolution(png_structp png, png_infop info, BitmapObject& bitmap) {
   png_uint_32 x = 0;
   png_uint_32 y = 0;
   int unit = PNG_RESOLUTION_UNKNOWN;
   if (png_get_pHYs(png, info, &x, &y, &unit) == 0 || unit != PNG_RESOLUTION_METER) return;
-  if (x != 0) bitmap.dpi_x = static_cast<float>(x * 0.0254);
-  if (y != 0) bitmap.dpi_y = static_cast<float>(y * 0.0254);
+  bitmap.dpi_x = DotsPerInchOf(x);
+  bitmap.dpi_y = DotsPerInchOf(y);
 }
 
 }  // namespace
@@ -165,8 +150,10 @@ Status DecodePng(EncodedBytes bytes, std::unique_ptr<BitmapObject>& bitmap) {
   }
   ReadResolution(handle.png, handle.info, *decoded);
   if (!ReadRows(handle.png, handle.info, *decoded)) return Gdiplus::GenericError;
-  if (decoded->is_indexed() && !form.is_gray) {
-    CompletePalette(*decoded);
+  // Callers may take an index for valid when it is in the image: a palette that some pixel is
+  // beyond gets all its entries.
+  if (decoded->is_indexed() && HighestIndex(*decoded) >= decoded->palette.count) {
+    decoded->palette.count = 1U << decoded->bits_per_pixel();
   }
   bitmap = std::move(decoded);
   return Gdiplus::Ok;

@@ -5,11 +5,11 @@
 // are ignored.
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <csetjmp>
 
 #include "codecs/codec.h"
 #include "codecs/handles.h"
+#include "codecs/resolution.h"
 #include "imaging/convert_row.h"
 
 namespace pixtola::portable {
@@ -39,53 +39,21 @@ void FlushNothing(png_structp) {}
 
 void IgnoreWarning(png_structp, png_const_charp) {}
 
-enum class Form { kNone, kPalette, kRgb, kRgba };
+enum class Form { kPalette, kRgb, kRgba };
 
 Form FormOf(const BitmapObject& bitmap) {
-  switch (bitmap.format()) {
-    case PixelFormat1bppIndexed:
-    case PixelFormat4bppIndexed:
-    case PixelFormat8bppIndexed: {
-      const std::size_t count = std::min<std::size_t>(bitmap.palette.count, 256);
-      const auto* end = bitmap.palette.entries.data() + count;
-      const bool is_opaque = std::all_of(bitmap.palette.entries.data(), end,
-                                         [](ARGB entry) { return entry >> 24 == 0xFF; });
-      return is_opaque ? Form::kPalette : Form::kRgba;
-    }
-    case PixelFormat24bppRGB:
-      return Form::kRgb;
-    case PixelFormat16bppRGB555:
-    case PixelFormat16bppRGB565:
-    case PixelFormat16bppARGB1555:
-    case PixelFormat32bppRGB:
-    case PixelFormat32bppARGB:
-    case PixelFormat32bppPARGB:
-      return Form::kRgba;
-    default:
-      return Form::kNone;
-  }
+  if (bitmap.format() == PixelFormat24bppRGB) return Form::kRgb;
+  if (!bitmap.is_indexed()) return Form::kRgba;
+  const auto* entries = bitmap.palette.entries.data();
+  const bool is_opaque = std::all_of(entries, entries + bitmap.palette.count,
+                                     [](ARGB entry) { return entry >> 24 == 0xFF; });
+  return is_opaque ? Form::kPalette : Form::kRgba;
 }
 
 /// Palette entries to write: as many as the palette has, and more when a pixel lies beyond them,
 /// which the format does not allow.
 std::uint32_t ColorCount(const BitmapObject& bitmap) {
-  const unsigned bits = bitmap.bits_per_pixel();
-  const std::uint32_t all = 1U << bits;
-  std::uint32_t count = std::clamp<std::uint32_t>(bitmap.palette.count, 1, all);
-  for (std::uint32_t y = 0; y < bitmap.height() && count < all; ++y) {
-    const BYTE* row = bitmap.Row(y);
-    for (std::size_t x = 0; x < bitmap.width(); ++x) {
-      const unsigned shift = 8 - bits - static_cast<unsigned>(x * bits % 8);
-      const std::uint32_t index = unsigned{row[x * bits / 8]} >> shift & (all - 1);
-      count = std::max(count, index + 1);
-    }
-  }
-  return count;
-}
-
-png_uint_32 PixelsPerMetre(float dpi) {
-  const double pixels = std::round(double{dpi} / 0.0254);
-  return pixels > 0 && pixels <= 0x7FFFFFFF ? static_cast<png_uint_32>(pixels) : 0;
+  return std::max({bitmap.palette.count, HighestIndex(bitmap) + 1, 1U});
 }
 
 /// What WriteImage needs; none of it has a destructor.
@@ -148,7 +116,6 @@ bool WriteImage(png_structp png, png_infop info, const Job& job) {
 
 Status EncodePng(const BitmapObject& bitmap, const Gdiplus::EncoderParameters*, ByteSink& sink) {
   Job job{&bitmap, FormOf(bitmap), {}, 0, nullptr, nullptr};
-  if (job.form == Form::kNone) return Gdiplus::InvalidParameter;
   if (job.form == Form::kPalette) {
     job.color_count = ColorCount(bitmap);
     for (std::size_t i = 0; i < job.color_count; ++i) {

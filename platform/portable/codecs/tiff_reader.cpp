@@ -6,6 +6,7 @@
 #include <cmath>
 
 #include "codecs/codec.h"
+#include "codecs/resolution.h"
 #include "codecs/tiff_memory.h"
 #include "decode_limit.h"
 
@@ -72,11 +73,12 @@ void CopyRow(const std::uint32_t* raster, Alpha alpha, std::uint32_t width, BYTE
 float DotsPerInch(TIFF* tiff, std::uint32_t tag) {
   float resolution = 0;
   std::uint16_t unit = RESUNIT_INCH;
-  if (TIFFGetField(tiff, tag, &resolution) == 0) return 96.0F;
+  if (TIFFGetField(tiff, tag, &resolution) == 0) return kDefaultDotsPerInch;
   TIFFGetFieldDefaulted(tiff, TIFFTAG_RESOLUTIONUNIT, &unit);
   if (unit == RESUNIT_CENTIMETER) resolution = static_cast<float>(double{resolution} * 2.54);
   const bool is_usable = unit == RESUNIT_INCH || unit == RESUNIT_CENTIMETER;
-  return is_usable && std::isfinite(resolution) && resolution > 0 ? resolution : 96.0F;
+  return is_usable && std::isfinite(resolution) && resolution > 0 ? resolution
+                                                                  : kDefaultDotsPerInch;
 }
 
 }  // namespace

@@ -215,6 +215,19 @@ void ArgbToRow(const ARGB* argb, std::uint32_t width, Gdiplus::PixelFormat forma
   }
 }
 
+unsigned HighestIndex(const BitmapObject& bitmap) {
+  const unsigned bits = bitmap.bits_per_pixel();
+  const unsigned last = (1U << bits) - 1;
+  unsigned highest = 0;
+  for (std::uint32_t y = 0; y < bitmap.height() && highest < last; ++y) {
+    const BYTE* row = bitmap.Row(y);
+    for (std::uint32_t x = 0; x < bitmap.width(); ++x) {
+      highest = std::max(highest, ReadIndex(row, x, bits));
+    }
+  }
+  return highest;
+}
+
 void CopyPixels(const BYTE* source, std::uint32_t source_x, BYTE* destination,
                 std::uint32_t destination_x, std::uint32_t width, unsigned bits_per_pixel) {
   const std::uint64_t source_bit = std::uint64_t{source_x} * bits_per_pixel;

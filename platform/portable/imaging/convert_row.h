@@ -24,6 +24,9 @@ void RowToArgb(const BYTE* row, std::uint32_t x, std::uint32_t width, Gdiplus::P
 void ArgbToRow(const Gdiplus::ARGB* argb, std::uint32_t width, Gdiplus::PixelFormat format,
                const Palette& palette, BYTE* row, std::uint32_t x);
 
+/// The highest index that a pixel of an indexed bitmap has.
+unsigned HighestIndex(const BitmapObject& bitmap);
+
 /// Copies pixels between two rows of one format; `source_x` and `destination_x` are in pixels.
 void CopyPixels(const BYTE* source, std::uint32_t source_x, BYTE* destination,
                 std::uint32_t destination_x, std::uint32_t width, unsigned bits_per_pixel);

@@ -1,0 +1,140 @@
+// Files that are cut, changed or lie about their size end in a status, silently.
+
+#include "platform/codec_files.h"
+
+namespace pixtola::portable {
+namespace {
+
+std::vector<std::pair<DecodeFunction, Bytes>> SmallFiles() {
+  std::vector<std::pair<DecodeFunction, Bytes>> files;
+  for (const Codec& codec : Codecs()) {
+    if (codec.encode == nullptr) continue;
+    for (const Gdiplus::PixelFormat format : {PixelFormat1bppIndexed, PixelFormat4bppIndexed,
+                                              PixelFormat24bppRGB, PixelFormat32bppARGB}) {
+      files.emplace_back(codec.decode, Encode(codec.encode, *Noise(5, 4, format)));
+    }
+  }
+  files.emplace_back(DecodeBmp, MakeBmp(Rle(8, {2, 1, 3, 2, 0, 0, 0, 3, 3, 0, 1, 0, 0, 2, 0, 1})));
+  files.emplace_back(DecodeBmp, MakeBmp(Rle(4, {3, 0x12, 0, 0, 0, 3, 0x30, 0x10, 0, 0, 1, 0x30})));
+  files.emplace_back(DecodeBmp, MakeBmp({.header_size = 124,
+                                         .bits = 16,
+                                         .compression = 3,
+                                         .pixels = Bytes(8, 0x55),
+                                         .masks = {0xF800, 0x07E0, 0x001F}}));
+  files.emplace_back(
+      DecodePng,
+      MakePng({PNG_COLOR_TYPE_RGBA, 8, 2, Bytes(24, 3), {}, false, PNG_INTERLACE_ADAM7}));
+  files.emplace_back(DecodeJpeg, MakeJpeg({1, JCS_GRAYSCALE, JCS_GRAYSCALE, {9}, 1}));
+  files.emplace_back(DecodeJpeg, MakeJpeg({3, JCS_RGB, JCS_YCbCr, {200, 100, 30}, 1, true}));
+  files.emplace_back(DecodeJpeg, MakeJpeg({4, JCS_CMYK, JCS_YCCK, {1, 2, 3, 4}}));
+  return files;
+}
+
+/// Any status will do, as long as it agrees with the bitmap.
+void ExpectAnswer(DecodeFunction decode, const Bytes& bytes) {
+  // A block of the exact size, so that a read past the end is seen by an address checker.
+  const HeapBytes exact = AllocateBytes(bytes.size());
+  std::copy(bytes.begin(), bytes.end(), exact.get());
+  BitmapPtr bitmap;
+  const Status status = decode(EncodedBytes(exact.get(), bytes.size()), bitmap);
+  ASSERT_EQ(status == Gdiplus::Ok, bitmap != nullptr);
+}
+
+TEST(Codecs, AnswerToFilesCutAtEveryByteAndPrintNothing) {
+  const ScopedDecodeLimit limit({.pixels = 1 << 18, .bytes = 1 << 22});
+  ::testing::internal::CaptureStderr();
+  for (const auto& [decode, bytes] : SmallFiles()) {
+    for (std::size_t size = 0; size <= bytes.size(); ++size) {
+      ExpectAnswer(decode, Bytes(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(size)));
+    }
+  }
+  EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
+}
+
+TEST(Codecs, AnswerToFilesWithChangedBytesAndPrintNothing) {
+  const ScopedDecodeLimit limit({.pixels = 1 << 18, .bytes = 1 << 22});
+  ::testing::internal::CaptureStderr();
+  unsigned seed = 0;
+  for (const auto& [decode, bytes] : SmallFiles()) {
+    for (int round = 0; round < 500; ++round) {
+      SCOPED_TRACE("seed " + std::to_string(++seed));
+      std::mt19937 random(seed);
+      Bytes changed = bytes;
+      for (auto changes = 1 + random() % 4; changes > 0; --changes) {
+        changed[random() % changed.size()] = static_cast<std::uint8_t>(random());
+      }
+      ExpectAnswer(decode, changed);
+    }
+  }
+  EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
+}
+
+std::uint32_t Crc(const Bytes& bytes) {
+  std::uint32_t crc = 0xFFFFFFFF;
+  for (const std::uint8_t byte : bytes) {
+    crc ^= byte;
+    for (int i = 0; i < 8; ++i) crc = (crc & 1) != 0 ? crc >> 1 ^ 0xEDB88320 : crc >> 1;
+  }
+  return ~crc;
+}
+
+/// Files that say they are 40000 x 40000 pixels and hold next to nothing.
+std::vector<std::pair<DecodeFunction, Bytes>> HugeClaims() {
+  std::vector<std::pair<DecodeFunction, Bytes>> files;
+  files.emplace_back(DecodeBmp, MakeBmp({.width = 40000, .height = 40000, .pixels = Bytes(8, 0)}));
+  BmpParts rle = Rle(8, {4, 1, 0, 1});
+  rle.width = rle.height = 40000;
+  files.emplace_back(DecodeBmp, MakeBmp(rle));
+
+  Bytes png = Encode(EncodePng, *Noise(2, 2, PixelFormat24bppRGB));
+  for (const std::size_t at : {18U, 22U}) {
+    png[at] = 40000 >> 8;
+    png[at + 1] = 40000 & 0xFF;
+  }
+  const std::uint32_t crc = Crc(Bytes(png.begin() + 12, png.begin() + 29));
+  for (unsigned i = 0; i < 4; ++i) png[29 + i] = static_cast<std::uint8_t>(crc >> (24 - 8 * i));
+  files.emplace_back(DecodePng, png);
+
+  Bytes jpeg = MakeJpeg({3, JCS_RGB, JCS_YCbCr, {200, 100, 30}, 0, true});
+  for (std::size_t at = 0; at + 9 < jpeg.size(); ++at) {
+    if (jpeg[at] != 0xFF || jpeg[at + 1] != 0xC2) continue;  // frame: length, depth, height, width
+    for (const std::size_t size_at : {at + 5, at + 7}) {
+      jpeg[size_at] = 40000 >> 8;
+      jpeg[size_at + 1] = 40000 & 0xFF;
+    }
+  }
+  files.emplace_back(DecodeJpeg, jpeg);
+
+  files.emplace_back(DecodeTiff, MakeTiff({{256, 4, 40000},
+                                           {257, 4, 40000},
+                                           {258, 3, 8},
+                                           {259, 3, 1},
+                                           {262, 3, 1},
+                                           {273, 4, 8},
+                                           {277, 3, 1},
+                                           {278, 4, 40000},
+                                           {279, 4, 8}},
+                                          Bytes(8, 0)));
+  return files;
+}
+
+TEST(Codecs, RefuseHugeSizesBeforeTheyAllocate) {
+  for (const auto& [decode, bytes] : HugeClaims()) {
+    ExpectFails(decode, bytes, Gdiplus::OutOfMemory);
+  }
+}
+
+TEST(Codecs, KeepToTheDecodeLimitThatIsSet) {
+  const ScopedDecodeLimit limit({.pixels = 100, .bytes = 1 << 20});
+  for (const Codec& codec : Codecs()) {
+    if (codec.encode == nullptr) continue;
+    SCOPED_TRACE(codec.info.SigPattern[0]);
+    Decode(codec.decode, Encode(codec.encode, *Noise(10, 10, PixelFormat24bppRGB)));
+    ExpectFails(codec.decode, Encode(codec.encode, *Noise(101, 1, PixelFormat24bppRGB)),
+                Gdiplus::OutOfMemory);
+  }
+  ExpectFails(DecodeJpeg, MakeJpeg({1, JCS_GRAYSCALE, JCS_GRAYSCALE, {9}}), Gdiplus::OutOfMemory);
+}
+
+}  // namespace
+}  // namespace pixtola::portable
