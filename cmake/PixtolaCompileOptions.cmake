@@ -7,7 +7,7 @@ target_compile_options(
     # Results must not depend on whether a compiler fuses multiplications with additions.
     -ffp-contract=off
     -Wall -Wextra -Wpedantic -Wconversion -Wsign-conversion -Wshadow -Wnon-virtual-dtor
-    -Woverloaded-virtual -Wnull-dereference -Wimplicit-fallthrough
+    -Woverloaded-virtual -Wimplicit-fallthrough
     $<$<BOOL:${PIXTOLA_WARNINGS_AS_ERRORS}>:-Werror>)
 
 if(PIXTOLA_SANITIZE)
