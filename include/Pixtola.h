@@ -34,7 +34,7 @@
 #ifndef PIXTOLA_H_
 #define PIXTOLA_H_
 
-#include <stdint.h>
+#include <cstdint>
 
 #if defined(_WIN32)
 #include <windows.h>

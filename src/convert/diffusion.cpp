@@ -13,7 +13,7 @@ namespace pixtola {
 namespace {
 
 /// Entries before the first and after the last pixel of an error row; they stay 0.
-constexpr std::uint32_t kGuardCells = 2;
+constexpr std::uint64_t kGuardCells = 2;
 
 /// One image row. `current` and `previous` point to the entries of pixel 0 in their error rows.
 void DiffuseRow(const DiffusionLevels& levels, const std::uint8_t* gray, std::uint32_t width,

@@ -120,11 +120,11 @@ bool ChooseLayout(TIFF* tiff, const Page& page, IndexedLayout& layout) {
   if (page.photometric == PHOTOMETRIC_PALETTE) {
     if (!ReadColorMap(tiff, page, layout.color_map)) return false;
     layout.has_palette = true;
-  } else if (page.depth() == 4) {
-    return false;
-  } else if (page.depth() == 1 && page.photometric != PHOTOMETRIC_MINISWHITE &&
-             page.photometric != PHOTOMETRIC_MINISBLACK) {
-    return false;
+  } else {
+    const bool is_gray = page.photometric == PHOTOMETRIC_MINISWHITE ||
+                         page.photometric == PHOTOMETRIC_MINISBLACK;
+    // 8-bit pages are taken as gray whatever they say.
+    if (page.depth() == 4 || (page.depth() == 1 && !is_gray)) return false;
   }
   // 1-bit images always come out with black as 0.
   if (page.depth() == 1) {

@@ -38,7 +38,7 @@ int Run(int argument_count, char** arguments) {
 
 int main(int argument_count, char** arguments) {
   // A file that may not grow is a failed write, told like any other.
-  std::signal(SIGXFSZ, SIG_IGN);
+  (void)std::signal(SIGXFSZ, SIG_IGN);
   ULONG_PTR token = 0;
   const Gdiplus::GdiplusStartupInput input;
   Gdiplus::GdiplusStartup(&token, &input, nullptr);

@@ -28,7 +28,7 @@ std::array<char, PATH_MAX> path_to_remove{};
 void RemoveTemporaryAndDie(int signal) {
   if (path_to_remove[0] != '\0') ::unlink(path_to_remove.data());
   // The handler was installed for one signal: the second one ends the process as it always does.
-  ::raise(signal);
+  (void)::raise(signal);
 }
 
 void RemoveOnSignals(const std::string& path) {

@@ -48,7 +48,7 @@ Status EncodeFile(const BitmapObject& bitmap, const wchar_t* path, const CLSID& 
   if (!sink.is_open()) return Gdiplus::Win32Error;
   Status status = codec->encode(bitmap, parameters, sink);
   if (!sink.Close() && status == Gdiplus::Ok) status = Gdiplus::Win32Error;
-  if (status != Gdiplus::Ok) std::remove(utf8_path->c_str());
+  if (status != Gdiplus::Ok) (void)std::remove(utf8_path->c_str());
   return status;
 }
 
