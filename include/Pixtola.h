@@ -10,7 +10,8 @@
 ///
 /// 24-bit pixels are stored blue, green, red; 32-bit pixels blue, green, red, alpha. A 1-bit row
 /// has eight pixels a byte, the leftmost in the most significant bit; a set bit is white. An image
-/// takes `height * stride` bytes; the library never reads or writes outside of them.
+/// takes `height * stride` bytes; the library never reads or writes outside of them. That holds for
+/// a bitmap over your own memory, too: its last row must be as long as the others.
 ///
 /// At the upper height an image is a `Gdiplus::Bitmap`: GDI+'s own class on Windows, the class of
 /// the same name from <pixtola/portable/gdiplus.h> on every other system. Call
@@ -20,9 +21,10 @@
 /// There are no error codes; no exception leaves a function and nothing is ever printed. A platform
 /// call that fails on a bitmap leaves its status in that bitmap's `GetLastStatus()`.
 ///
-/// Sizes. Functions that fill a byte buffer tell its size first: called with a null destination
-/// they report the bytes needed and the stride, and return 1. Called with too small a capacity they
-/// report the bytes needed and return 0.
+/// Sizes. The conversions to bytes tell the size first: called with a null destination they report
+/// the bytes needed and the stride, and return 1. Called with too small a capacity they report the
+/// bytes needed and return 0. Sizes are reported in 32 bits, which wrap; a call that truly needs
+/// more than that, for the result or for one row of the source, returns 0.
 ///
 /// Ownership. Buffers and bitmaps that you pass in stay yours and are never kept. Bitmaps that you
 /// get are yours: `delete` them. They own their pixels; nothing you passed in has to outlive them.
@@ -30,7 +32,8 @@
 /// Threads. Every call runs wholly on the calling thread. Any number of threads may convert
 /// distinct buffers at once; one bitmap must not be used by two threads at once.
 ///
-/// Null pointers for required arguments give 0 with nothing done.
+/// Null pointers for required arguments give 0 with nothing done. The one exception is the palette
+/// of 8-bit pixels in memory: it is missed only when pixels are converted.
 #ifndef PIXTOLA_H_
 #define PIXTOLA_H_
 
@@ -94,20 +97,19 @@ PIXTOLA_API uint32_t PxtCalcStride(uint32_t width, Gdiplus::PixelFormat format);
 ///
 /// @param method      One of PxtConversionMethod; any other value gives 0.
 /// @param source      The top row; `height * source_stride` bytes are read at most.
-/// @param rect        In: the rectangle in pixels, right and bottom exclusive. Out: the same
-/// clipped
-///                    to the image. One whose right or bottom is 0 gives 0. One whose right or
-///                    bottom is negative is neither clipped nor refused: the arithmetic runs on as
-///                    it is. The pixels are taken from the byte offset left + top * (right - left),
-///                    with bytes past the image's end reading as 0; with left = top = 0 that is the
-///                    image's own corner.
+/// @param rect        In: the rectangle in pixels, right and bottom exclusive.
+///                    Out: the same, clipped to the image.
+///                    One whose right or bottom is 0 gives 0. One whose right or bottom is negative
+///                    is neither clipped nor refused: the arithmetic runs on as it is. The pixels
+///                    are taken from the byte offset left + top * (right - left), bytes past the
+///                    image's end reading as 0; with left = top = 0 that is the image's own corner.
 /// @param source_bits_per_pixel  1, 8, 24 or 32. A set bit of a 1-bit source is white.
 /// @param width,height           The whole source image, in pixels, at least 1.
 /// @param source_stride          In bytes, a multiple of 4, no less than a row needs.
 /// @param destination            Null asks for the size only.
-/// @param destination_size       In: capacity of `destination` in bytes. Out: the bytes needed,
-/// when
-///                               asked or when the capacity is too small; otherwise left as it is.
+/// @param destination_size       In: the capacity of `destination` in bytes.
+///                               Out: the bytes needed, when asked for or when the capacity is too
+///                               small; otherwise left as it is.
 /// @param destination_stride     Out: PxtCalcStride of the rectangle's width for 8 bits (gray) or
 ///                               1 bit a pixel; also written when the capacity is too small.
 /// @param palette     Required for 8-bit sources, ignored for others. Bytes at or above its Count
@@ -152,10 +154,10 @@ PIXTOLA_API int PxtBitmapToBitmap(PxtConversionMethod method, Gdiplus::Bitmap& b
 /// Makes a bitmap from a copy of pixels in memory.
 ///
 /// @param bytes    The top row.
-/// @param stride   In bytes. Any value that rounds up to a valid multiple of 4; as a negative
-/// 32-bit
-///                 number it walks upwards in memory (a bottom-up image).
-/// @param horizontal_dpi,vertical_dpi  Dots per inch; values that are not positive leave 96.
+/// @param stride   In bytes. Any value that rounds up to a valid multiple of 4. As a negative
+///                 32-bit number it walks upwards in memory (a bottom-up image).
+/// @param horizontal_dpi,vertical_dpi
+///                 Dots per inch. Unless both are positive the bitmap has the platform's default.
 /// @param result   Out: the new bitmap; untouched on failure.
 /// @param palette  For indexed formats; null gives black and white to 1-bit images, a gray ramp to
 ///                 8-bit ones and the platform's default to 4-bit ones.
@@ -166,7 +168,7 @@ PIXTOLA_API int PxtInsertBytes(const uint8_t* bytes, Gdiplus::PixelFormat format
 
 /// Makes a bitmap from a rectangle of an image in memory. Here `right` and `bottom` of the
 /// rectangle are INCLUSIVE. Rectangles that are one pixel wide or high after clipping give 0.
-/// `*result` is null on failure (untouched when `bytes` is null).
+/// `*result` is null on failure (untouched when a pointer is null).
 PIXTOLA_API int PxtInsertBytesRect(const uint8_t* bytes, Gdiplus::PixelFormat format,
                                    uint32_t width, uint32_t height, uint32_t stride,
                                    const RECT* rect, float horizontal_dpi, float vertical_dpi,
@@ -174,10 +176,10 @@ PIXTOLA_API int PxtInsertBytesRect(const uint8_t* bytes, Gdiplus::PixelFormat fo
 
 /// Copies a bitmap's pixels, in its own format, into memory.
 ///
-/// @param destination  Null asks for the sizes only. Otherwise at least `*size` bytes as reported
-/// by
-///                     such a query: there is no capacity argument.
-/// @param size         Out: bytes, `*height * *stride`.
+/// @param destination  Null asks for the sizes only. Otherwise at least `*size` bytes, as such a
+///                     query reports them: there is no capacity argument.
+/// @param size         Out: bytes, `*height * *stride` in 32 bits. An image that truly takes more
+///                     is not copied: 0.
 /// @param stride       Out: bytes from row to row, top-down.
 /// Width, height and format are written even when the bitmap cannot be locked.
 PIXTOLA_API int PxtExtractBytes(Gdiplus::Bitmap& bitmap, uint8_t* destination, uint32_t* size,
@@ -196,7 +198,8 @@ PIXTOLA_API int PxtCopyBitmap(Gdiplus::Bitmap* source, Gdiplus::Bitmap** copy);
 // files
 
 /// Opens an image file: any TIFF first, then whatever the platform decodes (BMP, JPEG, PNG ...).
-/// The name's extension does not matter. `*bitmap` is null on failure.
+/// The name's extension does not matter. TIFF files that are compressed with JBIG, LZMA, Zstandard,
+/// WebP or LERC are not read. `*bitmap` is null on failure.
 PIXTOLA_API int PxtOpenImageFile(const wchar_t* path, Gdiplus::Bitmap** bitmap);
 
 /// Writes a bitmap to a file, replacing what was there. A write that fails half way may leave a

@@ -5,11 +5,7 @@
 
 #include <cstdint>
 
-#if defined(_WIN32)
-#define PIXTOLA_DECODE_LIMIT_API
-#else
-#define PIXTOLA_DECODE_LIMIT_API __attribute__((visibility("default")))
-#endif
+#include "export.h"
 
 namespace pixtola::platform {
 
@@ -18,13 +14,13 @@ struct DecodeLimit {
   std::uint64_t bytes = std::uint64_t{1} << 32;
 };
 
-PIXTOLA_DECODE_LIMIT_API DecodeLimit GetDecodeLimit();
-PIXTOLA_DECODE_LIMIT_API void SetDecodeLimit(DecodeLimit limit);
+PIXTOLA_PLATFORM_SHARED DecodeLimit GetDecodeLimit();
+PIXTOLA_PLATFORM_SHARED void SetDecodeLimit(DecodeLimit limit);
 
 /// Whether an image of `width` x `height` pixels that takes `bytes` bytes once decoded may be
 /// allocated. Ask before allocating; a refusal counts as a failed allocation.
-PIXTOLA_DECODE_LIMIT_API bool IsDecodeAllowed(std::uint64_t width, std::uint64_t height,
-                                              std::uint64_t bytes);
+PIXTOLA_PLATFORM_SHARED bool IsDecodeAllowed(std::uint64_t width, std::uint64_t height,
+                                             std::uint64_t bytes);
 
 }  // namespace pixtola::platform
 

@@ -7,16 +7,6 @@
 #include "Pixtola.h"
 #include "decode_limit.h"
 #include "image_access.h"
-
-struct tiff;  // libtiff's TIFF
-
-namespace pixtola::platform {
-
-/// Opens a TIFF file with libtiff's `mode`, one allocation of libtiff never exceeding the decode
-/// limit's bytes. Null when the file cannot be opened or the path has no form that the system can
-/// open. The caller closes it with TIFFClose.
-tiff* OpenTiffFile(const wchar_t* path, const char* mode);
-
-}  // namespace pixtola::platform
+#include "tiff_files.h"
 
 #endif  // PIXTOLA_PLATFORM_PLATFORM_H_

@@ -4,6 +4,7 @@
 #ifndef PIXTOLA_BASE_MEMORY_H_
 #define PIXTOLA_BASE_MEMORY_H_
 
+#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <limits>

@@ -11,8 +11,8 @@
 
 namespace pixtola {
 
-/// Null when there is no memory. The classes' own `new` cannot tell: it passes GdipAlloc's null on
-/// to the constructor.
+/// Null when there is no memory. The classes' own `new` need not tell: on some platforms it hands
+/// GdipAlloc's null on to the constructor.
 template <typename T, typename... Arguments>
 std::unique_ptr<T> MakePlatformObject(Arguments&&... arguments) {
   void* memory = Gdiplus::DllExports::GdipAlloc(sizeof(T));

@@ -1,6 +1,7 @@
 #include "bitmap/bitmap_access.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdlib>
 
 namespace pixtola {
@@ -14,7 +15,7 @@ PalettePointer CopyPalette(Gdiplus::Bitmap& bitmap) {
   PalettePointer palette(static_cast<Gdiplus::ColorPalette*>(std::calloc(block_size, 1)));
   if (palette == nullptr) return nullptr;
   bitmap.GetPalette(palette.get(), size);
-  return palette->Count != 0 ? std::move(palette) : nullptr;
+  return palette;
 }
 
 }  // namespace pixtola

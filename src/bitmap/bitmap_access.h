@@ -39,7 +39,8 @@ class ReadLock {
 
 using PalettePointer = std::unique_ptr<Gdiplus::ColorPalette, FreeMemory>;
 
-/// A copy of the bitmap's palette; null when it has no entries, or no memory.
+/// A copy of the bitmap's palette, without entries when it has none or cannot tell them; null
+/// without memory.
 PalettePointer CopyPalette(Gdiplus::Bitmap& bitmap);
 
 }  // namespace pixtola

@@ -1,11 +1,9 @@
 #include "bitmap/bitmap_generator.h"
 
-#include <algorithm>
-#include <cstring>
 #include <utility>
 
-#include "base/memory.h"
 #include "bitmap/encoded_copy.h"
+#include "bitmap/rows.h"
 #include "format/palettes.h"
 #include "format/pixel_format.h"
 
@@ -14,42 +12,6 @@ namespace pixtola {
 namespace {
 
 namespace Flat = Gdiplus::DllExports;
-
-/// Top-down rows with a stride that the platform accepts: the caller's own, or a copy of them.
-struct Rows {
-  const std::uint8_t* first = nullptr;
-  std::uint32_t stride = 0;
-  Block<std::uint8_t> copy;
-};
-
-Gdiplus::Status PrepareRows(const std::uint8_t* data, Gdiplus::PixelFormat format,
-                            std::uint32_t width, std::uint32_t height, std::uint32_t stride,
-                            Rows& rows) {
-  const auto signed_stride = static_cast<std::int32_t>(stride);
-  const bool is_bottom_up = signed_stride < 0;
-  const std::uint32_t row_distance = is_bottom_up ? 0 - stride : stride;
-  rows.stride = RoundUpTo4(row_distance);
-  if (data == nullptr || !IsValidStride(width, BitsPerPixel(format), rows.stride)) {
-    return Gdiplus::InvalidParameter;
-  }
-  // The stride check lets through rows that are longer than their stride (4-bit ones, and sizes
-  // that wrap). Their last row would reach past the caller's image; a copy has room for it.
-  const std::uint64_t longest_row =
-      std::max<std::uint64_t>(rows.stride, PackedRowBytes(BitsPerPixel(format), width));
-  if (!is_bottom_up && rows.stride == stride && longest_row == stride) {
-    rows.first = data;
-    return Gdiplus::Ok;
-  }
-  rows.copy = AllocateZeroed<std::uint8_t>(std::uint64_t{rows.stride} * height +
-                                           (longest_row - rows.stride));
-  if (rows.copy == nullptr) return Gdiplus::OutOfMemory;
-  for (std::uint32_t y = 0; y < height; ++y) {
-    std::memcpy(rows.copy.get() + std::size_t{y} * rows.stride,
-                data + std::ptrdiff_t{signed_stride} * y, row_distance);
-  }
-  rows.first = rows.copy.get();
-  return Gdiplus::Ok;
-}
 
 /// The palette that an indexed bitmap gets; null leaves the platform's own.
 const Gdiplus::ColorPalette* ChoosePalette(Gdiplus::PixelFormat format,

@@ -8,8 +8,8 @@ CWrappedBitmap::CWrappedBitmap(const std::uint8_t* data, Gdiplus::PixelFormat fo
                                std::uint32_t width, std::uint32_t height, std::uint32_t stride,
                                float dpi_x, float dpi_y, const Gdiplus::ColorPalette* palette)
     : CBitmapGenerator(data, format, width, height, stride, dpi_x, dpi_y, palette),
-      // No platform lets a derived class in another library adopt a handle through a constructor,
-      // so the base starts as the failed bitmap of size 0 and gets the handle afterwards.
+      // Not every platform has a constructor through which a derived class adopts a handle: the
+      // base starts as the failed bitmap of size 0 and gets the handle afterwards.
       Gdiplus::Bitmap(0, 0, format) {
   platform::AdoptNativeImage(*this, Detach(), CBitmapGenerator::status);
 }

@@ -5,9 +5,9 @@
 #include <cmath>
 #include <cstring>
 
+#include "convert/conversion_arguments.h"
 #include "convert/gray.h"
 #include "convert/otsu.h"
-#include "convert/source_image.h"
 
 namespace pixtola {
 
@@ -32,8 +32,6 @@ class LargeWindow {
       : gray_(gray), width_(width), size_(std::uint64_t{width} * height) {}
 
   Statistics Measure(std::uint64_t anchor) {
-    // Kept on purpose: only the first two rows of samples are forgotten.
-    std::fill_n(samples_.begin(), 256, std::uint8_t{0});
     std::uint32_t sum = 0;  // of the samples taken now, not of all
     for (std::uint32_t row = 0; row < kWindowSize; ++row) {
       // A window row runs on into the next image row at the right edge.
@@ -109,10 +107,10 @@ CellLevels MeasureCell(const std::uint8_t* cell, std::uint32_t width) {
   return {{mean, std::sqrt(static_cast<double>(squares) / kSamples)}, minimum};
 }
 
-/// Truncates; what is no number or beyond 32 bits gives 0. The low 8 bits are the cell's value.
+/// Truncates; what is no number or beyond 32 bits gives 0. The low 8 bits are the cell's value,
+/// which is never negative.
 std::uint8_t TruncateToCellValue(double value) {
-  constexpr double kLimit = 2147483648.0;
-  if (!(value > -kLimit - 1 && value < kLimit)) return 0;
+  if (!(value < 2147483648.0)) return 0;
   return static_cast<std::uint8_t>(static_cast<std::int32_t>(value));
 }
 
@@ -146,11 +144,9 @@ std::uint8_t NeighbourhoodAverage(const CellGrid& grid, std::uint32_t row, std::
   return static_cast<std::uint8_t>(weighted / weights);
 }
 
-/// Clears the bits of `count` pixels that are below or, with `inclusive`, at the threshold.
-void ClearDarkBits(const std::uint8_t* gray, std::uint32_t count, std::uint8_t threshold,
-                   bool inclusive, std::uint8_t* destination) {
-  const int first_white = threshold + (inclusive ? 1 : 0);
-  for (std::uint32_t x = 0; x < count; ++x) {
+/// Clears the bits of a cell's row of pixels that are darker than `first_white`.
+void ClearDarkBits(const std::uint8_t* gray, int first_white, std::uint8_t* destination) {
+  for (std::uint32_t x = 0; x < kCellSize; ++x) {
     if (gray[x] < first_white) {
       destination[x / 8] = static_cast<std::uint8_t>(destination[x / 8] & ~(0x80 >> (x % 8)));
     }
@@ -172,21 +168,21 @@ class CellRowBinarizer {
   void Binarize(std::uint32_t row) {
     for (std::uint32_t column = 0; column < grid_.columns; ++column) {
       threshold_ = CellThreshold(grid_, row, column, global_threshold_);
-      ClearBlock(row, column, kCellSize, true);
+      ClearBlock(row, column, kCellSize, threshold_ + 1);
     }
     // Kept on purpose: the strip has as many rows as columns are left over, is always 16 pixels
-    // wide (its rows run on into the next gray row), takes the last cell's threshold, and compares
-    // strictly where the cells do not.
-    ClearBlock(row, grid_.columns, width_ % kCellSize, false);
+    // wide (its rows run on into the next gray row), takes the last cell's threshold, and leaves
+    // pixels at the threshold white where the cells make them black.
+    ClearBlock(row, grid_.columns, width_ % kCellSize, threshold_);
   }
 
  private:
   void ClearBlock(std::uint32_t row, std::uint32_t column, std::uint32_t block_rows,
-                  bool inclusive) const {
+                  int first_white) const {
     for (std::uint32_t i = 0; i < block_rows; ++i) {
       const std::size_t y = std::size_t{row} * kCellSize + i;
-      ClearDarkBits(gray_ + y * width_ + std::size_t{column} * kCellSize, kCellSize, threshold_,
-                    inclusive, destination_ + y * destination_stride_ + std::size_t{column} * 2);
+      ClearDarkBits(gray_ + y * width_ + std::size_t{column} * kCellSize, first_white,
+                    destination_ + y * destination_stride_ + std::size_t{column} * 2);
     }
   }
 

@@ -2,13 +2,15 @@
 // bitmap's pixels out into memory.
 
 #include <algorithm>
-#include <cstring>
+#include <cstdlib>
 #include <memory>
 
 #include "base/memory.h"
 #include "bitmap/bitmap_access.h"
+#include "bitmap/rows.h"
 #include "bitmap/wrapped_bitmap.h"
 #include "format/pixel_format.h"
+#include "format/rectangle.h"
 #include "platform.h"
 
 namespace pixtola {
@@ -17,20 +19,7 @@ namespace {
 
 /// The format in which a bitmap is read for conversion: its own where conversions take it.
 Gdiplus::PixelFormat ConvertibleFormat(Gdiplus::PixelFormat format) {
-  switch (BitsPerPixel(format)) {
-    case 1:
-    case 8:
-    case 24:
-    case 32:
-      return format;
-    default:
-      return PixelFormat24bppRGB;
-  }
-}
-
-/// right - left or bottom - top; wraps for the unclipped rectangles that conversions let through.
-std::uint32_t Extent(LONG low, LONG high) {
-  return static_cast<std::uint32_t>(high) - static_cast<std::uint32_t>(low);
+  return IsConvertibleDepth(BitsPerPixel(format)) ? format : PixelFormat24bppRGB;
 }
 
 /// A bitmap's size as a rectangle that covers it.
@@ -38,41 +27,6 @@ RECT WholeBitmap(Gdiplus::Bitmap& bitmap) {
   const UINT width = bitmap.GetWidth();
   const UINT height = bitmap.GetHeight();
   return {0, 0, static_cast<LONG>(width), static_cast<LONG>(height)};
-}
-
-/// Rows in top-down order: the locked ones, or a copy when the bitmap holds them bottom-up.
-class TopDownRows {
- public:
-  explicit TopDownRows(const Gdiplus::BitmapData& data)
-      : first_(static_cast<const std::uint8_t*>(data.Scan0)),
-        stride_(static_cast<std::uint32_t>(std::abs(std::int64_t{data.Stride}))) {
-    if (data.Stride >= 0) return;
-    copy_ = Allocate<std::uint8_t>(std::uint64_t{data.Height} * stride_);
-    for (UINT y = 0; copy_ != nullptr && y < data.Height; ++y) {
-      std::memcpy(copy_.get() + std::size_t{y} * stride_, first_ + std::ptrdiff_t{data.Stride} * y,
-                  stride_);
-    }
-    first_ = copy_.get();
-  }
-
-  /// Null when there was no memory for the copy.
-  const std::uint8_t* first() const { return first_; }
-  std::uint32_t stride() const { return stride_; }
-
- private:
-  const std::uint8_t* first_;
-  std::uint32_t stride_;
-  Block<std::uint8_t> copy_;
-};
-
-/// One axis of an inclusive rectangle, clipped to `size` pixels; false when fewer than two are
-/// left.
-bool ClipInclusive(LONG& first, LONG& last, std::uint32_t size) {
-  const auto signed_size = static_cast<LONG>(size);
-  first = std::max<LONG>(first, 0);
-  if (last >= signed_size) last = signed_size - 1;
-  // Kept on purpose: strict, so that a single column or row is refused.
-  return first < last;
 }
 
 }  // namespace
@@ -86,6 +40,8 @@ int PxtBitmapRectToBytes(PxtConversionMethod method, Gdiplus::Bitmap& bitmap, RE
   if (rect == nullptr || destination_size == nullptr || destination_stride == nullptr) return 0;
   const Gdiplus::PixelFormat own_format = bitmap.GetPixelFormat();
   const Gdiplus::PixelFormat format = ConvertibleFormat(own_format);
+  PalettePointer palette = IsIndexed(own_format) ? CopyPalette(bitmap) : nullptr;
+  if (palette != nullptr && palette->Count == 0) palette = nullptr;
   const std::uint32_t bits = BitsPerPixel(format);
   const UINT width = bitmap.GetWidth();
   const UINT height = bitmap.GetHeight();
@@ -96,13 +52,12 @@ int PxtBitmapRectToBytes(PxtConversionMethod method, Gdiplus::Bitmap& bitmap, RE
                                destination_stride, nullptr);
   }
 
-  const PalettePointer palette = IsIndexed(own_format) ? CopyPalette(bitmap) : nullptr;
   const ReadLock lock(bitmap, width, height, format);
   if (!lock.is_locked()) return 0;
-  const TopDownRows rows(lock.data());
-  return PxtBytesRectToBytes(method, rows.first(), rect, bits, lock.data().Width,
-                             lock.data().Height, rows.stride(), destination, destination_size,
-                             destination_stride, palette.get());
+  const Rows rows = TopDownRows(lock.data());
+  return PxtBytesRectToBytes(method, rows.first, rect, bits, lock.data().Width, lock.data().Height,
+                             rows.stride, destination, destination_size, destination_stride,
+                             palette.get());
 }
 
 int PxtBitmapToBytes(PxtConversionMethod method, Gdiplus::Bitmap& bitmap, uint8_t* destination,
@@ -201,6 +156,11 @@ int PxtExtractBytes(Gdiplus::Bitmap& bitmap, uint8_t* destination, uint32_t* siz
   *stride = static_cast<uint32_t>(std::abs(std::int64_t{data.Stride}));
   *size = data.Height * *stride;
   if (destination == nullptr) return 1;
+  // The reported size is all that the caller promised; an image may truly need more when it exceeds
+  // 32 bits, or when its rows are longer than its stride.
+  const std::uint64_t true_size = std::uint64_t{data.Height - 1} * *stride +
+                                  pixtola::PackedRowBytes(pixtola::BitsPerPixel(*format), *width);
+  if (true_size > *size || *stride > INT32_MAX) return 0;
 
   data.Scan0 = destination;
   data.Stride = static_cast<INT>(*stride);

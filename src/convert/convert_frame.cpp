@@ -3,6 +3,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
+#include <utility>
 
 #include "base/memory.h"
 #include "convert/adaptive.h"
@@ -10,6 +12,7 @@
 #include "convert/gray.h"
 #include "convert/otsu.h"
 #include "format/pixel_format.h"
+#include "format/rectangle.h"
 #include "platform.h"
 
 namespace pixtola {
@@ -52,39 +55,32 @@ struct Window {
   std::uint32_t height;
 };
 
-/// Clips both edges of one axis, compared as signed.
-void ClipAxis(LONG& low, LONG& high, std::uint32_t size) {
-  high = std::min(high, static_cast<LONG>(size));
-  low = std::max<LONG>(std::min(low, high), 0);
-}
-
 bool IsConvertible(const SourceImage& source) {
-  switch (source.bits_per_pixel) {
-    case 1:
-    case 8:
-    case 24:
-    case 32:
-      break;
-    default:
-      return false;
-  }
-  return source.bytes != nullptr && source.width != 0 && source.height != 0 && source.stride != 0 &&
+  return IsConvertibleDepth(source.bits_per_pixel) && source.bytes != nullptr &&
+         source.width != 0 && source.height != 0 && source.stride != 0 &&
          IsValidStride(source.width, source.bits_per_pixel, source.stride);
 }
 
-/// The most bytes that any method reads from the start of a row on: the row's pixels, and with 1
-/// and 8 bits whatever of the padding lands in the destination row.
-std::uint64_t BytesReadPerRow(const SourceImage& source, std::uint32_t width,
+/// What a method reads from the start of a row on: the row's pixels, and with 1 and 8 bits whatever
+/// of the padding lands in the destination row as well.
+std::uint64_t BytesReadPerRow(const Method& method, const SourceImage& source, std::uint32_t width,
                               std::uint32_t destination_stride) {
-  const std::uint64_t pixels = PackedRowBytes(source.bits_per_pixel, width);
-  if (source.bits_per_pixel > 8) return pixels;
-  return std::max<std::uint64_t>(pixels, std::min(source.stride, destination_stride));
+  const bool makes_gray = method.output_format == PixelFormat8bppIndexed;
+  if (source.bits_per_pixel == 1 && makes_gray) {
+    const std::uint64_t bits =
+        std::min<std::uint64_t>(std::uint64_t{source.stride} * 8, destination_stride);
+    return (bits + 7) / 8;
+  }
+  if (source.bits_per_pixel == 1 || (source.bits_per_pixel == 8 && makes_gray)) {
+    return std::min(source.stride, destination_stride);
+  }
+  return PackedRowBytes(source.bits_per_pixel, width);
 }
 
 /// A copy of a window, with zeros where it reaches past the image's end. Its rows lie closer
 /// together than the image's where a method reads only the beginning of each; what the methods
-/// derive from the two strides stays the same. Rows wholly past the end are never touched, so they
-/// cost nothing.
+/// derive from the two strides stays the same. Rows wholly past the end are not written, so they
+/// take no memory.
 struct ZeroExtendedCopy {
   Block<std::uint8_t> bytes;  ///< null when it could not be made
   std::uint32_t stride;
@@ -113,7 +109,7 @@ int RunMethod(const Method& method, const SourceImage& source, const Window& win
   // The size is reported in 32 bits; a buffer of that size would be too small for such an image.
   if (std::uint64_t{window.height} * destination_stride > UINT32_MAX) return 0;
 
-  const std::uint64_t row_bytes = BytesReadPerRow(source, window.width, destination_stride);
+  const std::uint64_t row_bytes = BytesReadPerRow(method, source, window.width, destination_stride);
   const std::uint64_t end =
       window.offset + std::uint64_t{window.height - 1} * source.stride + row_bytes;
   if (end <= source.size()) {
@@ -145,15 +141,13 @@ int PxtBytesRectToBytes(PxtConversionMethod method, const uint8_t* source, RECT*
 
   // Kept on purpose: a rectangle with a negative right or bottom is neither clipped nor refused.
   if (rect->right > 0 && rect->bottom > 0) {
-    ClipAxis(rect->left, rect->right, width);
-    ClipAxis(rect->top, rect->bottom, height);
+    ClipExclusive(rect->left, rect->right, width);
+    ClipExclusive(rect->top, rect->bottom, height);
   }
   if (rect->right == 0 || rect->bottom == 0) return 0;
 
-  const auto rect_width =
-      static_cast<std::uint32_t>(rect->right) - static_cast<std::uint32_t>(rect->left);
-  const auto rect_height =
-      static_cast<std::uint32_t>(rect->bottom) - static_cast<std::uint32_t>(rect->top);
+  const std::uint32_t rect_width = Extent(rect->left, rect->right);
+  const std::uint32_t rect_height = Extent(rect->top, rect->bottom);
   const Method& chosen = kMethods[method];
   *destination_stride = PxtCalcStride(rect_width, chosen.output_format);
   const std::uint32_t needed_size = rect_height * *destination_stride;

@@ -4,8 +4,8 @@
 #include <cstring>
 #include <utility>
 
+#include "convert/conversion_arguments.h"
 #include "convert/otsu.h"
-#include "convert/source_image.h"
 #include "format/pixel_format.h"
 
 namespace pixtola {

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "convert/source_image.h"
+#include "convert/conversion_arguments.h"
 #include "format/gray_weights.h"
 #include "format/pixel_format.h"
 
@@ -36,10 +36,6 @@ void GrayRow(const std::uint8_t* source, std::uint32_t count, std::uint32_t sour
     default:
       return GrayRowFrom32Bit(source, count, gray);
   }
-}
-
-bool IsConvertibleDepth(std::uint32_t bits_per_pixel) {
-  return bits_per_pixel == 1 || bits_per_pixel == 8 || bits_per_pixel == 24 || bits_per_pixel == 32;
 }
 
 /// Whether the palette that the depth needs is there; fills the lookup from it.
@@ -124,10 +120,10 @@ int ConvertToGrayWithHistogram(const std::uint8_t* source, std::uint32_t width,
       !IsConvertibleDepth(source_bits_per_pixel)) {
     return 0;
   }
+  histogram->fill(0);
   GrayLookup lookup{};
   if (!PrepareLookup(source_bits_per_pixel, palette, lookup)) return 0;
 
-  histogram->fill(0);
   for (std::uint32_t y = 0; y < height; ++y) {
     const std::uint8_t* source_row = source + std::size_t{y} * source_stride;
     std::uint8_t* gray_row = gray + std::size_t{y} * width;

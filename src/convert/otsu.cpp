@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "convert/source_image.h"
+#include "convert/conversion_arguments.h"
 #include "format/pixel_format.h"
 
 namespace pixtola {
@@ -63,10 +63,10 @@ std::uint8_t OtsuThreshold(const Histogram* histogram) {
 
 void PackRow(std::uint8_t threshold, const std::uint8_t* gray, std::uint32_t width,
              std::uint8_t* destination) {
-  for (std::uint32_t x = 0; x < width; x += 8) {
-    const std::uint32_t pixels = std::min<std::uint32_t>(8, width - x);
+  for (std::uint64_t x = 0; x < width; x += 8) {
+    const std::uint64_t pixels = std::min<std::uint64_t>(8, width - x);
     unsigned bits = 0;
-    for (std::uint32_t i = 0; i < pixels; ++i) {
+    for (std::uint64_t i = 0; i < pixels; ++i) {
       if (gray[x + i] >= threshold) bits |= 0x80U >> i;
     }
     destination[x / 8] = static_cast<std::uint8_t>(bits);

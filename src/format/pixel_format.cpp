@@ -2,14 +2,6 @@
 
 namespace pixtola {
 
-namespace {
-
-constexpr std::uint64_t DivideRoundingUp(std::uint64_t dividend, std::uint64_t divisor) {
-  return (dividend + divisor - 1) / divisor;
-}
-
-}  // namespace
-
 std::uint32_t CalcStrideFromBits(std::uint32_t bits_per_pixel, std::uint32_t width) {
   if (bits_per_pixel >= 8) return RoundUpTo4(bits_per_pixel / 8 * width);
   const std::uint32_t bits = bits_per_pixel * width;
@@ -20,11 +12,11 @@ bool IsValidStride(std::uint32_t width, std::uint32_t bits_per_pixel, std::uint3
   if (stride % 4 != 0) return false;
   switch (bits_per_pixel) {
     case 1:
-      return stride >= DivideRoundingUp(width, 8);
+      return stride >= PackedRowBytes(1, width);
     case 4:
-      // Kept on purpose: four pixels a byte, though a byte holds two. Callers that read rows of
-      // 4-bit pixels must allow for rows longer than their stride.
-      return stride >= DivideRoundingUp(width, 4);
+      // Kept on purpose: as if a byte held four pixels, though it holds two. Callers that read rows
+      // of 4-bit pixels must allow for rows longer than their stride.
+      return stride >= PackedRowBytes(2, width);
     case 8:
       return stride >= width;
     default:

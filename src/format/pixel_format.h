@@ -13,6 +13,11 @@ constexpr std::uint32_t BitsPerPixel(Gdiplus::PixelFormat format) {
   return (static_cast<std::uint32_t>(format) >> 8) & 0xFF;
 }
 
+/// Whether conversions read pixels of this depth.
+constexpr bool IsConvertibleDepth(std::uint32_t bits_per_pixel) {
+  return bits_per_pixel == 1 || bits_per_pixel == 8 || bits_per_pixel == 24 || bits_per_pixel == 32;
+}
+
 constexpr bool IsIndexed(Gdiplus::PixelFormat format) { return (format & PixelFormatIndexed) != 0; }
 
 /// Rounds up to a multiple of 4; wraps at 32 bits.

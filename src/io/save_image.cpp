@@ -13,20 +13,6 @@ namespace pixtola {
 
 namespace {
 
-constexpr GUID ImageFormat(std::uint32_t first) {
-  return {first, 0x0728, 0x11D3, {0x9D, 0x7B, 0x00, 0x00, 0xF8, 0x1E, 0xF3, 0x2E}};
-}
-constexpr GUID kBmp = ImageFormat(0xB96B3CAB);
-constexpr GUID kJpeg = ImageFormat(0xB96B3CAE);
-constexpr GUID kPng = ImageFormat(0xB96B3CAF);
-constexpr GUID kGif = ImageFormat(0xB96B3CB0);
-constexpr GUID kTiff = ImageFormat(0xB96B3CB1);
-
-constexpr GUID kEncoderQuality = {
-    0x1D5BE4B5, 0xFA4A, 0x452D, {0x9C, 0xDD, 0x5D, 0xB3, 0x51, 0x05, 0xE7, 0xEB}};
-constexpr GUID kEncoderCompression = {
-    0xE09D739D, 0xCCD4, 0x44EE, {0x8E, 0xBA, 0x3F, 0xBF, 0x8B, 0xE4, 0xFC, 0x58}};
-
 /// What saving as a file type means.
 struct FileTypeRule {
   GUID container;
@@ -39,31 +25,37 @@ struct FileTypeRule {
 std::optional<FileTypeRule> RuleOf(PxtFileType type) {
   switch (type) {
     case PxtFileTypeBmp:
-      return FileTypeRule{kBmp, {}, 0, {}};
+      return FileTypeRule{Gdiplus::ImageFormatBMP, {}, 0, {}};
     case PxtFileTypeGif:
-      return FileTypeRule{kGif, {}, 0, {}};
+      return FileTypeRule{Gdiplus::ImageFormatGIF, {}, 0, {}};
     case PxtFileTypeJpeg:
-      return FileTypeRule{kJpeg, kEncoderQuality, 85, {}};
+      return FileTypeRule{Gdiplus::ImageFormatJPEG, Gdiplus::EncoderQuality, 85, {}};
     case PxtFileTypePng:
-      return FileTypeRule{kPng, {}, 0, {}};
+      return FileTypeRule{Gdiplus::ImageFormatPNG, {}, 0, {}};
     case PxtFileTypeTiffGroup3:
-      return FileTypeRule{kTiff, kEncoderCompression, Gdiplus::EncoderValueCompressionCCITT3,
-                          MethodBilevelDiffusion};
+      return FileTypeRule{Gdiplus::ImageFormatTIFF, Gdiplus::EncoderCompression,
+                          Gdiplus::EncoderValueCompressionCCITT3, MethodBilevelDiffusion};
     case PxtFileTypeTiffGroup4:
-      return FileTypeRule{kTiff, kEncoderCompression, Gdiplus::EncoderValueCompressionCCITT4,
-                          MethodBilevelDiffusion};
+      return FileTypeRule{Gdiplus::ImageFormatTIFF, Gdiplus::EncoderCompression,
+                          Gdiplus::EncoderValueCompressionCCITT4, MethodBilevelDiffusion};
     case PxtFileTypeTiffLzw:
-      return FileTypeRule{kTiff, kEncoderCompression, Gdiplus::EncoderValueCompressionLZW, {}};
+      return FileTypeRule{Gdiplus::ImageFormatTIFF,
+                          Gdiplus::EncoderCompression,
+                          Gdiplus::EncoderValueCompressionLZW,
+                          {}};
     case PxtFileTypeTiffRunLength:
       // Kept on purpose: run lengths here, PackBits where libtiff writes the file.
-      return FileTypeRule{kTiff, kEncoderCompression, Gdiplus::EncoderValueCompressionRle,
-                          MethodBilevelOtsu};
+      return FileTypeRule{Gdiplus::ImageFormatTIFF, Gdiplus::EncoderCompression,
+                          Gdiplus::EncoderValueCompressionRle, MethodBilevelOtsu};
     case PxtFileTypeTiffNone:
-      return FileTypeRule{kTiff, kEncoderCompression, Gdiplus::EncoderValueCompressionNone, {}};
+      return FileTypeRule{Gdiplus::ImageFormatTIFF,
+                          Gdiplus::EncoderCompression,
+                          Gdiplus::EncoderValueCompressionNone,
+                          {}};
     case PxtFileTypeJpegLow:
-      return FileTypeRule{kJpeg, kEncoderQuality, 35, {}};
+      return FileTypeRule{Gdiplus::ImageFormatJPEG, Gdiplus::EncoderQuality, 35, {}};
     case PxtFileTypeJpegHigh:
-      return FileTypeRule{kJpeg, kEncoderQuality, 97, {}};
+      return FileTypeRule{Gdiplus::ImageFormatJPEG, Gdiplus::EncoderQuality, 97, {}};
     case PxtFileTypePcx:
       break;
   }
@@ -112,8 +104,8 @@ int SaveImage(Gdiplus::Bitmap& bitmap, PxtFileType type, const wchar_t* path) {
     saved = result;
   }
   // libtiff writes 1-bit TIFF; should it fail, the platform's encoder has a second try.
-  if (rule->container == kTiff && saved->GetPixelFormat() == PixelFormat1bppIndexed &&
-      WriteTiffFile(saved, type, path) != 0) {
+  if (rule->container == Gdiplus::ImageFormatTIFF &&
+      saved->GetPixelFormat() == PixelFormat1bppIndexed && WriteTiffFile(saved, type, path) != 0) {
     return 1;
   }
   return SaveWithPlatform(*saved, path, *encoder, *rule) == Gdiplus::Ok ? 1 : 0;

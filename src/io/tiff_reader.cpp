@@ -25,6 +25,7 @@ struct Page {
   std::uint16_t bits_per_sample = 1;
   std::uint16_t samples_per_pixel = 1;
   std::uint16_t photometric = PHOTOMETRIC_MINISBLACK;
+  std::uint16_t compression = COMPRESSION_NONE;
   // Kept on purpose: taken as dots per inch whatever the file's resolution unit.
   float dpi_x = 0;
   float dpi_y = 0;
@@ -39,6 +40,7 @@ Page ReadTags(TIFF* tiff) {
   TIFFGetField(tiff, TIFFTAG_BITSPERSAMPLE, &page.bits_per_sample);
   TIFFGetField(tiff, TIFFTAG_SAMPLESPERPIXEL, &page.samples_per_pixel);
   TIFFGetField(tiff, TIFFTAG_PHOTOMETRIC, &page.photometric);
+  TIFFGetField(tiff, TIFFTAG_COMPRESSION, &page.compression);
   TIFFGetField(tiff, TIFFTAG_XRESOLUTION, &page.dpi_x);
   TIFFGetField(tiff, TIFFTAG_YRESOLUTION, &page.dpi_y);
   return page;
@@ -121,8 +123,8 @@ bool ChooseLayout(TIFF* tiff, const Page& page, IndexedLayout& layout) {
     if (!ReadColorMap(tiff, page, layout.color_map)) return false;
     layout.has_palette = true;
   } else {
-    const bool is_gray = page.photometric == PHOTOMETRIC_MINISWHITE ||
-                         page.photometric == PHOTOMETRIC_MINISBLACK;
+    const bool is_gray =
+        page.photometric == PHOTOMETRIC_MINISWHITE || page.photometric == PHOTOMETRIC_MINISBLACK;
     // 8-bit pages are taken as gray whatever they say.
     if (page.depth() == 4 || (page.depth() == 1 && !is_gray)) return false;
   }
@@ -167,6 +169,7 @@ BitmapPointer ReadIndexedPage(TIFF* tiff, const Page& page) {
 int ReadTiffPage(TIFF* tiff, std::uint32_t page_index, Gdiplus::Bitmap** bitmap) {
   if (!SelectPage(tiff, page_index)) return 0;
   const Page page = ReadTags(tiff);
+  if (!platform::IsTiffCompressionRead(page.compression)) return 0;
   BitmapPointer made = page.depth() > 8 ? ReadDeepPage(tiff, page) : ReadIndexedPage(tiff, page);
   if (made == nullptr) return 0;
   *bitmap = made.release();

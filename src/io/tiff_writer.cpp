@@ -122,7 +122,8 @@ int WriteTiffPage(TIFF* tiff, std::uint16_t compression, Gdiplus::Bitmap& bitmap
   if (samples.bits_per_sample == 0) return 0;
   const ReadLock lock(bitmap, width, height, format);
   if (!lock.is_locked()) return 0;
-  const PalettePointer palette = CopyPalette(bitmap);
+  PalettePointer palette = CopyPalette(bitmap);
+  if (palette != nullptr && palette->Count == 0) palette = nullptr;
 
   const std::uint16_t photometric = ChoosePhotometric(samples.bits_per_sample, palette.get());
   TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, width);

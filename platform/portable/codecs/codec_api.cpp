@@ -1,7 +1,6 @@
 // The flat API on files and codecs: a file is decoded by whichever codec recognises its first
 // bytes, saved by the encoder that the caller names.
 
-#include <cstdio>
 #include <cstring>
 #include <new>
 #include <string>
@@ -47,8 +46,8 @@ Status EncodeFile(const BitmapObject& bitmap, const wchar_t* path, const CLSID& 
   FileSink sink(utf8_path->c_str());
   if (!sink.is_open()) return Gdiplus::Win32Error;
   Status status = codec->encode(bitmap, parameters, sink);
-  if (!sink.Close() && status == Gdiplus::Ok) status = Gdiplus::Win32Error;
-  if (status != Gdiplus::Ok) (void)std::remove(utf8_path->c_str());
+  if (status == Gdiplus::Ok && !sink.Close()) status = Gdiplus::Win32Error;
+  if (status != Gdiplus::Ok) sink.Discard();
   return status;
 }
 

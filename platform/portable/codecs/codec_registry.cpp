@@ -9,10 +9,6 @@ namespace pixtola::portable {
 
 namespace {
 
-constexpr GUID FormatId(std::uint32_t first) {
-  return {first, 0x0728, 0x11D3, {0x9D, 0x7B, 0x00, 0x00, 0xF8, 0x1E, 0xF3, 0x2E}};
-}
-
 constexpr CLSID ClassId(std::uint32_t first) {
   return {first, 0x1A04, 0x11D3, {0x9A, 0x73, 0x00, 0x00, 0xF8, 0x1E, 0xF3, 0x2E}};
 }
@@ -34,26 +30,27 @@ constexpr BYTE kPngSignature[] = {0x89, 'P', 'N', 'G', 0x0D, 0x0A, 0x1A, 0x0A};
 constexpr DWORD kVersion = 1;
 
 constexpr std::array<Codec, 4> kCodecs = {{
-    {{ClassId(0x557CF400), FormatId(0xB96B3CAB), L"Built-in BMP Codec", nullptr, L"BMP",
+    {{ClassId(0x557CF400), Gdiplus::ImageFormatBMP, L"Built-in BMP Codec", nullptr, L"BMP",
       L"*.BMP;*.DIB;*.RLE", L"image/bmp", kReadsAndWrites, kVersion, 1, sizeof(kBmpSignature),
       kBmpSignature, kExact},
      IsBmp,
      DecodeBmp,
      EncodeBmp},
-    {{ClassId(0x557CF401), FormatId(0xB96B3CAE), L"Built-in JPEG Codec", nullptr, L"JPEG",
+    {{ClassId(0x557CF401), Gdiplus::ImageFormatJPEG, L"Built-in JPEG Codec", nullptr, L"JPEG",
       L"*.JPG;*.JPEG;*.JPE;*.JFIF", L"image/jpeg", kReads, kVersion, 1, sizeof(kJpegSignature),
       kJpegSignature, kExact},
      IsJpeg,
      DecodeJpeg,
      nullptr},
-    {{ClassId(0x557CF405), FormatId(0xB96B3CB1), L"Built-in TIFF Codec", nullptr, L"TIFF",
+    {{ClassId(0x557CF405), Gdiplus::ImageFormatTIFF, L"Built-in TIFF Codec", nullptr, L"TIFF",
       L"*.TIF;*.TIFF", L"image/tiff", kReadsAndWrites, kVersion, 2, sizeof(kTiffSignatures) / 2,
       kTiffSignatures, kExact},
      IsTiff,
      DecodeTiff,
      EncodeTiff},
-    {{ClassId(0x557CF406), FormatId(0xB96B3CAF), L"Built-in PNG Codec", nullptr, L"PNG", L"*.PNG",
-      L"image/png", kReadsAndWrites, kVersion, 1, sizeof(kPngSignature), kPngSignature, kExact},
+    {{ClassId(0x557CF406), Gdiplus::ImageFormatPNG, L"Built-in PNG Codec", nullptr, L"PNG",
+      L"*.PNG", L"image/png", kReadsAndWrites, kVersion, 1, sizeof(kPngSignature), kPngSignature,
+      kExact},
      IsPng,
      DecodePng,
      EncodePng},

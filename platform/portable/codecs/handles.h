@@ -22,11 +22,6 @@ struct CloseTiff {
 };
 using TiffHandle = std::unique_ptr<TIFF, CloseTiff>;
 
-struct FreeTiffOptions {
-  void operator()(TIFFOpenOptions* options) const { TIFFOpenOptionsFree(options); }
-};
-using TiffOptionsHandle = std::unique_ptr<TIFFOpenOptions, FreeTiffOptions>;
-
 struct PngReadHandle {
   PngReadHandle() = default;
   PngReadHandle(const PngReadHandle&) = delete;

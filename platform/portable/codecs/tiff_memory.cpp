@@ -11,7 +11,7 @@
 #include <cstring>
 #include <limits>
 
-#include "decode_limit.h"
+#include "tiff_files.h"
 
 namespace pixtola::portable {
 
@@ -109,22 +109,18 @@ int CloseNothing(thandle_t) { return 0; }
 /// 1: the message has been dealt with, the process-wide handler is not called.
 int DropMessage(TIFF*, void*, const char*, const char*, std::va_list) { return 1; }
 
-TiffOptionsHandle SilentOptions() {
-  TiffOptionsHandle options(TIFFOpenOptionsAlloc());
+platform::TiffOptions SilentOptions(bool is_reading) {
+  platform::TiffOptions options = platform::MakeTiffOptions(is_reading);
   if (options == nullptr) return options;
   TIFFOpenOptionsSetErrorHandlerExtR(options.get(), DropMessage, nullptr);
   TIFFOpenOptionsSetWarningHandlerExtR(options.get(), DropMessage, nullptr);
-  // 0 would mean no limit.
-  const std::uint64_t limit = std::clamp<std::uint64_t>(platform::GetDecodeLimit().bytes, 1,
-                                                        std::numeric_limits<tmsize_t>::max());
-  TIFFOpenOptionsSetMaxSingleMemAlloc(options.get(), static_cast<tmsize_t>(limit));
   return options;
 }
 
 }  // namespace
 
 TiffHandle OpenTiffForReading(TiffSource& source) {
-  const TiffOptionsHandle options = SilentOptions();
+  const platform::TiffOptions options = SilentOptions(true);
   if (options == nullptr) return nullptr;
   return TiffHandle(TIFFClientOpenExt("", "r", &source, ReadSource, RefuseToWrite, SeekSource,
                                       CloseNothing, SourceSize, MapSource, UnmapNothing,
@@ -132,7 +128,7 @@ TiffHandle OpenTiffForReading(TiffSource& source) {
 }
 
 TiffHandle OpenTiffForWriting(TiffDestination& destination) {
-  const TiffOptionsHandle options = SilentOptions();
+  const platform::TiffOptions options = SilentOptions(false);
   if (options == nullptr) return nullptr;
   return TiffHandle(TIFFClientOpenExt("", "w", &destination, RefuseToRead, WriteDestination,
                                       SeekDestination, CloseNothing, DestinationSize, nullptr,

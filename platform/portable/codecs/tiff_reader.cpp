@@ -9,6 +9,7 @@
 #include "codecs/resolution.h"
 #include "codecs/tiff_memory.h"
 #include "decode_limit.h"
+#include "tiff_files.h"
 
 namespace pixtola::portable {
 
@@ -98,6 +99,9 @@ Status DecodeTiff(EncodedBytes bytes, std::unique_ptr<BitmapObject>& bitmap) {
   const TiffHandle tiff = OpenTiffForReading(source);
   if (tiff == nullptr) return Gdiplus::GenericError;
 
+  std::uint16_t compression = COMPRESSION_NONE;
+  TIFFGetFieldDefaulted(tiff.get(), TIFFTAG_COMPRESSION, &compression);
+  if (!platform::IsTiffCompressionRead(compression)) return Gdiplus::GenericError;
   std::uint32_t width = 0;
   std::uint32_t height = 0;
   TIFFGetField(tiff.get(), TIFFTAG_IMAGEWIDTH, &width);

@@ -18,8 +18,6 @@ namespace {
 using Gdiplus::ARGB;
 using Gdiplus::Status;
 
-constexpr GUID kEncoderCompression = {
-    0xe09d739d, 0xccd4, 0x44ee, {0x8e, 0xba, 0x3f, 0xbf, 0x8b, 0xe4, 0xfc, 0x58}};
 constexpr std::uint64_t kStripBytes = 65536;
 
 /// LZW without a parameter; false when one of the parameters is not what this writer takes.
@@ -28,7 +26,7 @@ bool ReadParameters(const Gdiplus::EncoderParameters* parameters, std::uint16_t&
   if (parameters == nullptr) return true;
   const Gdiplus::EncoderParameter* parameter = parameters->Parameter;
   for (UINT i = 0; i < parameters->Count; ++i, ++parameter) {
-    if (parameter->Guid != kEncoderCompression || parameter->NumberOfValues != 1 ||
+    if (parameter->Guid != Gdiplus::EncoderCompression || parameter->NumberOfValues != 1 ||
         parameter->Type != Gdiplus::EncoderParameterValueTypeLong || parameter->Value == nullptr) {
       return false;
     }

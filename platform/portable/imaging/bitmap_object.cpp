@@ -12,12 +12,6 @@ namespace {
 
 constexpr std::uint64_t kLargestSize = std::numeric_limits<std::int32_t>::max();
 
-/// Bytes of a row rounded up to a multiple of 4.
-std::uint64_t AlignedStride(std::uint64_t width, Gdiplus::PixelFormat format) {
-  const std::uint64_t bits = width * ((static_cast<std::uint32_t>(format) >> 8) & 0xFF);
-  return (bits + 31) / 32 * 4;
-}
-
 constexpr Gdiplus::ARGB Opaque(unsigned red, unsigned green, unsigned blue) {
   return 0xFF000000U | red << 16 | green << 8 | blue;
 }

@@ -11,6 +11,7 @@
 #include <optional>
 
 #include "imaging/heap_bytes.h"
+#include "imaging/pixel_format.h"
 #include "pixtola/portable/gdiplus.h"
 
 namespace pixtola::portable {
@@ -65,7 +66,7 @@ class BitmapObject final : public Gdiplus::GpBitmap {
   /// Bytes from one row to the next.
   std::int32_t stride() const { return stride_; }
   Gdiplus::PixelFormat format() const { return format_; }
-  unsigned bits_per_pixel() const { return (static_cast<unsigned>(format_) >> 8) & 0xFF; }
+  unsigned bits_per_pixel() const { return BitsPerPixel(format_); }
   bool is_indexed() const { return (format_ & PixelFormatIndexed) != 0; }
   /// Bytes of a row that hold pixels, padding excluded.
   std::size_t row_bytes() const { return (std::size_t{width_} * bits_per_pixel() + 7) / 8; }

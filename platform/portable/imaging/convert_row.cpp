@@ -17,8 +17,6 @@ constexpr ARGB MakeArgb(unsigned alpha, unsigned red, unsigned green, unsigned b
   return alpha << 24 | red << 16 | green << 8 | blue;
 }
 
-unsigned BitsOf(Gdiplus::PixelFormat format) { return (static_cast<unsigned>(format) >> 8) & 0xFF; }
-
 /// Index of pixel `x` in a row of 1, 4 or 8 bits a pixel.
 unsigned ReadIndex(const BYTE* row, std::uint32_t x, unsigned bits) {
   if (bits == 8) return row[x];
@@ -156,7 +154,7 @@ bool IsBitmapFormat(Gdiplus::PixelFormat format) {
 
 void RowToArgb(const BYTE* row, std::uint32_t x, std::uint32_t width, Gdiplus::PixelFormat format,
                const Palette& palette, ARGB* argb) {
-  const unsigned bits = BitsOf(format);
+  const unsigned bits = BitsPerPixel(format);
   const BYTE* pixel = row + std::size_t{x} * bits / 8;  // whole bytes from 8 bits on
   for (std::uint32_t i = 0; i < width; ++i, pixel += bits / 8) {
     switch (format) {
@@ -186,7 +184,7 @@ void RowToArgb(const BYTE* row, std::uint32_t x, std::uint32_t width, Gdiplus::P
 
 void ArgbToRow(const ARGB* argb, std::uint32_t width, Gdiplus::PixelFormat format,
                const Palette& palette, BYTE* row, std::uint32_t x) {
-  const unsigned bits = BitsOf(format);
+  const unsigned bits = BitsPerPixel(format);
   if ((format & PixelFormatIndexed) != 0) {
     ArgbToIndexes(argb, width, bits, palette, row, x);
     return;

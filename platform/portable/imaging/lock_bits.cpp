@@ -13,8 +13,6 @@ namespace {
 
 using Gdiplus::Status;
 
-unsigned BitsOf(Gdiplus::PixelFormat format) { return (static_cast<unsigned>(format) >> 8) & 0xFF; }
-
 bool IsInside(const Gdiplus::Rect& rect, const BitmapObject& bitmap) {
   return rect.X >= 0 && rect.Y >= 0 && rect.Width > 0 && rect.Height > 0 &&
          std::int64_t{rect.X} + rect.Width <= std::int64_t{bitmap.width()} &&
@@ -91,8 +89,8 @@ Status ChooseRows(BitmapObject& bitmap, const Gdiplus::BitmapData& data, BitmapL
     lock.stride = bitmap.stride();
     return Gdiplus::Ok;
   }
-  const std::uint64_t bits = static_cast<std::uint64_t>(lock.rect.Width) * BitsOf(lock.format);
-  const std::uint64_t stride = (bits + 31) / 32 * 4;
+  const std::uint64_t stride =
+      AlignedStride(static_cast<std::uint64_t>(lock.rect.Width), lock.format);
   if (stride > INT32_MAX) return Gdiplus::OutOfMemory;
   lock.temporary = AllocateZeroedBytes(stride * static_cast<std::uint64_t>(lock.rect.Height));
   if (lock.temporary == nullptr) return Gdiplus::OutOfMemory;

@@ -29,6 +29,12 @@ class Descriptor {
   int value_;
 };
 
+bool IsRegular(const Descriptor& descriptor) {
+  struct stat status {};
+  return descriptor.value() >= 0 && ::fstat(descriptor.value(), &status) == 0 &&
+         S_ISREG(status.st_mode);
+}
+
 /// Bytes read, fewer than `size` only at the file's end; negative on an error.
 ssize_t ReadFully(int descriptor, std::uint8_t* bytes, std::size_t size) {
   std::size_t done = 0;
@@ -47,10 +53,13 @@ ssize_t ReadFully(int descriptor, std::uint8_t* bytes, std::size_t size) {
 int OpenRegularFile(const char* utf8_path) {
   // Not blocking: a pipe without a writer would otherwise hold the call until one comes.
   Descriptor descriptor(::open(utf8_path, O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-  struct stat status {};
-  const bool is_regular = descriptor.value() >= 0 &&
-                          ::fstat(descriptor.value(), &status) == 0 && S_ISREG(status.st_mode);
-  return is_regular ? descriptor.Release() : -1;
+  return IsRegular(descriptor) ? descriptor.Release() : -1;
+}
+
+int ReplaceRegularFile(const char* utf8_path) {
+  Descriptor descriptor(::open(utf8_path, O_RDWR | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0666));
+  const bool is_empty = IsRegular(descriptor) && ::ftruncate(descriptor.value(), 0) == 0;
+  return is_empty ? descriptor.Release() : -1;
 }
 
 Gdiplus::Status ReadFile(const char* utf8_path, FileBytes& file) {
@@ -69,9 +78,20 @@ Gdiplus::Status ReadFile(const char* utf8_path, FileBytes& file) {
   return Gdiplus::Ok;
 }
 
-FileSink::FileSink(const char* utf8_path) : file_(std::fopen(utf8_path, "wbe")) {}
+FileSink::FileSink(const char* utf8_path) : path_(utf8_path) {
+  constexpr int kFlags = O_WRONLY | O_CREAT | O_CLOEXEC | O_NONBLOCK;
+  int opened = ::open(utf8_path, kFlags | O_EXCL, 0666);
+  is_new_ = opened >= 0;
+  if (!is_new_) opened = ::open(utf8_path, kFlags, 0666);
+  Descriptor descriptor(opened);
+  if (!IsRegular(descriptor)) return;
+  file_.reset(::fdopen(descriptor.value(), "wb"));
+  if (file_ != nullptr) descriptor.Release();
+}
 
 bool FileSink::Write(const void* bytes, std::size_t size) {
+  if (!is_written_ && ::ftruncate(::fileno(file_.get()), 0) != 0) return false;
+  is_written_ = true;
   if (std::fwrite(bytes, 1, size, file_.get()) != size) return false;
   position_ += size;
   return true;
@@ -84,5 +104,14 @@ bool FileSink::Seek(std::uint64_t position) {
 }
 
 bool FileSink::Close() { return std::fclose(file_.release()) == 0; }
+
+void FileSink::Discard() {
+  file_.reset();
+  if (is_new_) {
+    ::unlink(path_.c_str());
+  } else if (is_written_) {
+    (void)!::truncate(path_.c_str(), 0);
+  }
+}
 
 }  // namespace pixtola::portable

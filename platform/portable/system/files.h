@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <memory>
+#include <string>
 
 #include "codecs/codec.h"
 #include "imaging/heap_bytes.h"
@@ -16,6 +17,10 @@ namespace pixtola::portable {
 /// refused. Returns a descriptor that the caller closes, or -1.
 int OpenRegularFile(const char* utf8_path);
 
+/// Opens a regular file for reading and writing, empty, and makes it if it is not there. Returns as
+/// above.
+int ReplaceRegularFile(const char* utf8_path);
+
 struct FileBytes {
   HeapBytes bytes;
   std::size_t size = 0;
@@ -25,7 +30,8 @@ struct FileBytes {
 /// larger than the decode limit's bytes or memory lacks.
 Gdiplus::Status ReadFile(const char* utf8_path, FileBytes& file);
 
-/// Writes a file from its start, replacing what was there.
+/// Writes a regular file from its start. What was there is given up with the first write, not
+/// before.
 class FileSink final : public ByteSink {
  public:
   explicit FileSink(const char* utf8_path);
@@ -36,11 +42,18 @@ class FileSink final : public ByteSink {
   std::uint64_t Position() const override { return position_; }
   /// False when something that was written did not reach the file.
   bool Close();
+  /// Closes the file and leaves nothing half-written: a new file is removed, one that was there
+  /// before is emptied if anything has been written to it.
+  void Discard();
 
  private:
   struct CloseFile {
     void operator()(std::FILE* file) const { std::fclose(file); }
   };
+
+  std::string path_;
+  bool is_new_ = false;
+  bool is_written_ = false;
   std::unique_ptr<std::FILE, CloseFile> file_;
   std::uint64_t position_ = 0;
 };

@@ -1,6 +1,6 @@
-// What the conversion methods are given: rows of pixels to read, rows of bytes to write.
-#ifndef PIXTOLA_CONVERT_SOURCE_IMAGE_H_
-#define PIXTOLA_CONVERT_SOURCE_IMAGE_H_
+// The checks that every conversion method makes of its arguments.
+#ifndef PIXTOLA_CONVERT_CONVERSION_ARGUMENTS_H_
+#define PIXTOLA_CONVERT_CONVERSION_ARGUMENTS_H_
 
 #include <cstdint>
 
@@ -23,4 +23,4 @@ inline bool AreConversionArgumentsValid(const std::uint8_t* source, std::uint32_
 
 }  // namespace pixtola
 
-#endif  // PIXTOLA_CONVERT_SOURCE_IMAGE_H_
+#endif  // PIXTOLA_CONVERT_CONVERSION_ARGUMENTS_H_
