@@ -57,7 +57,51 @@ class ConvertTest(unittest.TestCase):
     def assert_only(self, *names):
         self.assertEqual(sorted(path.name for path in self.folder.iterdir()), sorted(names))
 
+    def assert_dpi(self, image, expected, kind):
+        """PNG and BMP hold whole pixels per metre: half of one is 0.0127 dpi."""
+        tolerance = 0.01 if kind.startswith("tiff") else 0.0127 + 1e-4
+        for dpi in image.info["dpi"]:
+            self.assertAlmostEqual(float(dpi), expected, delta=tolerance)
+
     # ------------------------------------------------------------------------------- what is made
+
+    def test_common_resolutions_survive(self):
+        for expected in [72, 96, 100, 150, 200, 204, 240, 300, 400, 600]:
+            # A TIFF file holds the resolution that the others can only come near to.
+            source = self.folder / "source.tif"
+            gradient().save(source, dpi=(expected, expected))
+            for kind in ["tiff-g4", "tiff-lzw", "tiff-none", "png", "bmp"]:
+                with self.subTest(dpi=expected, type=kind):
+                    self.convert(source, self.folder / "out", "--type", kind)
+                    with Image.open(self.folder / "out") as image:
+                        self.assert_dpi(image, expected, kind)
+
+    def test_black_and_white_pages_keep_their_sense_whatever_their_palette(self):
+        page = Image.new("1", (64, 64), 1)
+        page.paste(0, (8, 8, 40, 56))
+        shown = page.convert("L").tobytes()
+        for name, palette in {"black first": [0, 0, 0, 255, 255, 255],
+                              "white first": [255, 255, 255, 0, 0, 0],
+                              "nearly black first": [1, 1, 1, 255, 255, 255],
+                              "blue on yellow": [255, 255, 0, 0, 0, 128]}.items():
+            indexed = Image.new("P", page.size)
+            white = 1 if palette[0] < 128 else 0
+            indexed.putdata([white if level else 1 - white for level in page.getdata()])
+            indexed.putpalette(palette)
+            indexed.save(self.folder / "indexed.png", bits=1)
+            for options in [["--type", "tiff-g4"], ["--type", "tiff-packbits"],
+                            ["--type", "png", "--method", "otsu"],
+                            ["--type", "tiff-g4", "--method", "diffusion"],
+                            ["--type", "bmp", "--method", "otsu"]]:
+                with self.subTest(palette=name, options=options):
+                    self.convert(self.folder / "indexed.png", self.folder / "out", *options)
+                    with Image.open(self.folder / "out") as image:
+                        made = image.convert("L").tobytes()
+                    if name == "blue on yellow":  # diffusion keeps some of the blue's lightness
+                        equal = sum(a == b for a, b in zip(made, shown))
+                        self.assertGreater(equal, 0.8 * len(shown))
+                    else:
+                        self.assertEqual(made, shown)
 
     def test_every_method_and_type_keeps_size_and_resolution(self):
         expected_modes = {"gray": "L", "otsu": "1", "adaptive": "1", "diffusion": "1"}
@@ -70,8 +114,7 @@ class ConvertTest(unittest.TestCase):
                     self.convert(self.page, output, "--type", kind, *options)
                     with Image.open(output) as image:
                         self.assertEqual(image.size, (200, 160))
-                        for dpi in image.info["dpi"]:
-                            self.assertAlmostEqual(float(dpi), 300, delta=0.01)
+                        self.assert_dpi(image, 300, kind)
                         if kind in {"tiff-g3", "tiff-g4", "tiff-packbits"}:
                             self.assertEqual(image.mode, "1")
                         elif method is None:
@@ -141,6 +184,31 @@ class ConvertTest(unittest.TestCase):
         output.chmod(0o640)
         self.convert(self.page, output)
         self.assertEqual(output.stat().st_mode & 0o777, 0o640)
+
+    @unittest.skipUnless(os.geteuid() == 0, "only root can give files away")
+    def test_a_replaced_output_keeps_its_owner(self):
+        output = self.folder / "out.png"
+        output.write_bytes(b"old")
+        os.chown(output, 65534, 65534)
+        self.convert(self.page, output)
+        self.assertEqual((output.stat().st_uid, output.stat().st_gid), (65534, 65534))
+
+    def test_a_new_output_has_the_permissions_of_new_files(self):
+        done = self.run_tool("convert", self.page, self.folder / "out.png", umask=0o027)
+        self.assertEqual(done.returncode, 0)
+        self.assertEqual((self.folder / "out.png").stat().st_mode & 0o777, 0o640)
+
+    def test_a_link_to_nothing_yet_stays_a_link(self):
+        (self.folder / "link.png").symlink_to("target.png")
+        self.convert(self.page, self.folder / "link.png")
+        self.assertTrue((self.folder / "link.png").is_symlink())
+        self.assertTrue((self.folder / "target.png").is_file())
+
+    def test_a_link_to_itself_is_refused(self):
+        (self.folder / "loop.png").symlink_to("loop.png")
+        done = self.run_tool("convert", self.page, self.folder / "loop.png")
+        self.assert_fails(done, "loop.png", "symbolic links")
+        self.assertTrue((self.folder / "loop.png").is_symlink())
 
     def test_a_link_stays_a_link(self):
         (self.folder / "target.png").write_bytes(b"old")
@@ -245,6 +313,23 @@ class ConvertTest(unittest.TestCase):
                 break
         self.assertEqual(process.wait(timeout=60), -signal.SIGTERM)
         self.assert_only("page.png")
+
+    def test_an_ignored_signal_stays_ignored(self):
+        gradient((2000, 2000)).save(self.page)
+        process = subprocess.Popen(
+            [TOOL, "convert", self.page, self.folder / "out.png"],
+            preexec_fn=lambda: signal.signal(signal.SIGHUP, signal.SIG_IGN))
+        deadline = time.monotonic() + 60
+        while process.poll() is None and time.monotonic() < deadline:
+            if any(path.name.startswith(".pixtola") for path in self.folder.iterdir()):
+                process.send_signal(signal.SIGHUP)
+                break
+        self.assertEqual(process.wait(timeout=60), 0)
+        self.assert_only("out.png", "page.png")
+
+    def test_names_with_control_characters_stay_on_one_line(self):
+        done = self.run_tool("convert", self.folder / "bad\nname.png", self.folder / "out.png")
+        self.assert_fails(done, "bad?name.png")
 
     # ------------------------------------------------------------------------------------- usage
 

@@ -16,6 +16,7 @@
 #include "codecs/handles.h"
 #include "decode_limit.h"
 #include "imaging/convert_row.h"
+#include "support/decode_limit_guard.h"
 #include "support/memory_sink.h"
 
 namespace pixtola::portable {
@@ -79,18 +80,6 @@ inline void ExpectFails(DecodeFunction decode, const Bytes& bytes, Status expect
   EXPECT_EQ(decode(bytes, bitmap), expected);
   EXPECT_EQ(bitmap, nullptr);
 }
-
-/// Sets the decode limit for one scope.
-class ScopedDecodeLimit {
- public:
-  explicit ScopedDecodeLimit(platform::DecodeLimit limit) { platform::SetDecodeLimit(limit); }
-  ScopedDecodeLimit(const ScopedDecodeLimit&) = delete;
-  ScopedDecodeLimit& operator=(const ScopedDecodeLimit&) = delete;
-  ~ScopedDecodeLimit() { platform::SetDecodeLimit(before_); }
-
- private:
-  platform::DecodeLimit before_ = platform::GetDecodeLimit();
-};
 
 inline Bytes& Add(Bytes& bytes, std::uint32_t value, int size) {
   for (int i = 0; i < size; ++i) bytes.push_back(static_cast<std::uint8_t>(value >> (8 * i)));

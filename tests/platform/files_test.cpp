@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 
 #include "decode_limit.h"
+#include "support/decode_limit_guard.h"
 #include "support/temporary_folder.h"
 #include "support/test_bitmap.h"
 #include "system/utf8.h"
@@ -45,11 +46,9 @@ TEST(ReadFile, ReadsRegularFilesOnly) {
 TEST(ReadFile, RefusesFilesBeyondTheDecodeLimit) {
   const TemporaryFolder folder;
   test_support::WriteWholeFile(folder / "file", {1, 2, 3});
-  const platform::DecodeLimit limit = platform::GetDecodeLimit();
-  platform::SetDecodeLimit({limit.pixels, 2});
+  const test_support::DecodeLimitGuard limit({100, 2});
   FileBytes file;
   EXPECT_EQ(ReadFile((folder / "file").c_str(), file), Gdiplus::OutOfMemory);
-  platform::SetDecodeLimit(limit);
 }
 
 TEST(DecodeLimit, MultipliesWithoutOverflow) {
@@ -58,6 +57,45 @@ TEST(DecodeLimit, MultipliesWithoutOverflow) {
   EXPECT_FALSE(platform::IsDecodeAllowed(1ULL << 33, 1ULL << 33, 0));
   EXPECT_FALSE(platform::IsDecodeAllowed(1, 1, (1ULL << 32) + 1));
   EXPECT_TRUE(platform::IsDecodeAllowed(0, ~0ULL, 0));
+}
+
+TEST(FileSink, GivesUpWhatWasThereWithTheFirstWriteOnly) {
+  const TemporaryFolder folder;
+  test_support::WriteWholeFile(folder / "file", {1, 2, 3});
+  {
+    FileSink sink((folder / "file").c_str());
+    ASSERT_TRUE(sink.is_open());
+    sink.Discard();
+  }
+  EXPECT_EQ(test_support::ReadWholeFile(folder / "file").size(), 3U);
+  {
+    FileSink sink((folder / "file").c_str());
+    ASSERT_TRUE(sink.Write("x", 1));
+    ASSERT_TRUE(sink.Close());
+  }
+  EXPECT_EQ(test_support::ReadWholeFile(folder / "file").size(), 1U);
+}
+
+TEST(FileSink, LeavesNothingHalfWritten) {
+  const TemporaryFolder folder;
+  test_support::WriteWholeFile(folder / "old", {1, 2, 3});
+  std::filesystem::create_symlink("old", folder / "link");
+  for (const char* name : {"new", "link"}) {
+    FileSink sink((folder / name).c_str());
+    ASSERT_TRUE(sink.Write("x", 1));
+    sink.Discard();
+  }
+  EXPECT_FALSE(std::filesystem::exists(folder / "new"));
+  EXPECT_TRUE(std::filesystem::is_symlink(folder / "link"));
+  EXPECT_EQ(test_support::ReadWholeFile(folder / "old").size(), 0U);
+}
+
+TEST(FileSink, RefusesWhatIsNoRegularFile) {
+  const TemporaryFolder folder;
+  ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
+  EXPECT_FALSE(FileSink((folder / "pipe").c_str()).is_open());
+  EXPECT_FALSE(FileSink((folder / ".").c_str()).is_open());
+  EXPECT_EQ(ReplaceRegularFile((folder / "pipe").c_str()), -1);
 }
 
 TEST(GdipSaveImageToFile, LeavesNoPartialFile) {

@@ -41,7 +41,7 @@ void ExpectAnswer(DecodeFunction decode, const Bytes& bytes) {
 }
 
 TEST(Codecs, AnswerToFilesCutAtEveryByteAndPrintNothing) {
-  const ScopedDecodeLimit limit({.pixels = 1 << 18, .bytes = 1 << 22});
+  const test_support::DecodeLimitGuard limit({.pixels = 1 << 18, .bytes = 1 << 22});
   ::testing::internal::CaptureStderr();
   for (const auto& [decode, bytes] : SmallFiles()) {
     for (std::size_t size = 0; size <= bytes.size(); ++size) {
@@ -52,7 +52,7 @@ TEST(Codecs, AnswerToFilesCutAtEveryByteAndPrintNothing) {
 }
 
 TEST(Codecs, AnswerToFilesWithChangedBytesAndPrintNothing) {
-  const ScopedDecodeLimit limit({.pixels = 1 << 18, .bytes = 1 << 22});
+  const test_support::DecodeLimitGuard limit({.pixels = 1 << 18, .bytes = 1 << 22});
   ::testing::internal::CaptureStderr();
   unsigned seed = 0;
   for (const auto& [decode, bytes] : SmallFiles()) {
@@ -125,7 +125,7 @@ TEST(Codecs, RefuseHugeSizesBeforeTheyAllocate) {
 }
 
 TEST(Codecs, KeepToTheDecodeLimitThatIsSet) {
-  const ScopedDecodeLimit limit({.pixels = 100, .bytes = 1 << 20});
+  const test_support::DecodeLimitGuard limit({.pixels = 100, .bytes = 1 << 20});
   for (const Codec& codec : Codecs()) {
     if (codec.encode == nullptr) continue;
     SCOPED_TRACE(codec.info.SigPattern[0]);

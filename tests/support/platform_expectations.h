@@ -35,9 +35,12 @@ inline constexpr bool kGreenOf555LacksLowBits = kIsWine;
 /// A resolution of 0 or less is taken.
 inline constexpr bool kAnyResolutionIsTaken = kIsWine;
 
-/// Too small a block for a palette gives InsufficientBuffer instead of InvalidParameter, and palettes
-/// without entries are taken.
+/// Too small a block for a palette gives InsufficientBuffer instead of InvalidParameter, and
+/// palettes without entries are taken.
 inline constexpr bool kPalettesAreCheckedDifferently = kIsWine;
+
+/// 48-bit bitmaps cannot be locked as 24-bit ones.
+inline constexpr bool kNo48BitConversion = kIsWine;
 
 /// The TIFF encoder chooses its compression itself, whatever EncoderCompression says.
 inline constexpr bool kTiffEncoderIgnoresCompression = kIsWine;

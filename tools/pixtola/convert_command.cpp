@@ -9,6 +9,7 @@
 #include <string>
 
 #include "Pixtola.h"
+#include "bilevel_page.h"
 #include "failure.h"
 #include "input_file.h"
 #include "output_file.h"
@@ -61,21 +62,30 @@ std::optional<PxtFileType> TypeOfName(const std::string& path, bool is_bilevel) 
   return std::nullopt;
 }
 
-/// Checked before any file is touched.
-void RequireKnownType(const Request& request) {
-  if (request.type.empty() && !TypeOfName(request.output, false).has_value()) {
-    throw CLI::ValidationError("OUTPUT", "The name '" + request.output +
-                                             "' does not tell a file type that can be written "
-                                             "(.tif, .png, .bmp); give one with --type.");
-  }
+/// Conversions and fax files take a set bit of a 1-bit page for white. A page that shows something
+/// else is given to them in its true colours; the writer of 1-bit TIFF knows white-first pages by
+/// itself.
+bool NeedsTrueColours(Gdiplus::Bitmap& page, const Request& request, PxtFileType type) {
+  if (page.GetPixelFormat() != PixelFormat1bppIndexed) return false;
+  const BilevelPalette palette = BilevelPaletteOf(page);
+  if (palette == BilevelPalette::kBlackFirst) return false;
+  const bool is_tiff = type >= PxtFileTypeTiffGroup3 && type <= PxtFileTypeTiffNone;
+  return !request.method.empty() || (is_tiff && palette == BilevelPalette::kOther);
 }
 
-BitmapPointer Convert(Gdiplus::Bitmap& page, const Request& request) {
-  Gdiplus::Bitmap* converted = nullptr;
-  if (PxtBitmapToBitmap(kMethods.at(request.method), page, &converted) == 0) {
-    throw Failure("Cannot convert '" + request.input + "': not enough memory for its size.");
+/// The page that is to be saved: converted if the user asked for it.
+BitmapPointer PreparePage(const Request& request, PxtFileType type) {
+  BitmapPointer page = OpenInput(request.input);
+  if (NeedsTrueColours(*page, request, type)) page = WithTrueColours(*page);
+  if (page != nullptr && !request.method.empty()) {
+    Gdiplus::Bitmap* converted = nullptr;
+    PxtBitmapToBitmap(kMethods.at(request.method), *page, &converted);
+    page.reset(converted);
   }
-  return BitmapPointer(converted);
+  if (page == nullptr) {
+    throw Failure("Cannot convert " + Quoted(request.input) + ": the image is too large.");
+  }
+  return page;
 }
 
 /// Whether the file holds an image of the page's size: the library does not report every failed
@@ -87,19 +97,32 @@ bool ReadsBack(const OutputFile& output, Gdiplus::Bitmap& page) {
   return written->GetWidth() == page.GetWidth() && written->GetHeight() == page.GetHeight();
 }
 
-void Run(const Request& request) {
-  RequireKnownType(request);
-  BitmapPointer page = OpenInput(request.input);
-  if (!request.method.empty()) page = Convert(*page, request);
-  const bool is_bilevel = page->GetPixelFormat() == PixelFormat1bppIndexed;
-  const PxtFileType type =
-      request.type.empty() ? *TypeOfName(request.output, is_bilevel) : kTypes.at(request.type);
+void Save(Gdiplus::Bitmap& page, PxtFileType type, const Request& request) {
   OutputFile output(request.output);
-  if (PxtSaveBitmapToFile(page.get(), type, output.wide_temporary_path().c_str()) == 0 ||
-      !ReadsBack(output, *page)) {
-    throw Failure("Cannot write '" + request.output + "'" + output.ExplainWriteFailure() + ".");
+  const bool is_saved = PxtSaveBitmapToFile(&page, type, output.wide_temporary_path().c_str()) != 0;
+  if (!is_saved || !ReadsBack(output, page)) {
+    std::string cause = output.ExplainWriteFailure();
+    if (cause.empty()) {
+      cause = is_saved ? "what was written does not read back" : "the image is too large for it";
+    }
+    throw Failure("Cannot write " + Quoted(request.output) + ": " + cause + ".");
   }
   output.Commit();
+}
+
+void Run(const Request& request) {
+  // Checked before any file is touched.
+  const std::optional<PxtFileType> named_type =
+      request.type.empty() ? TypeOfName(request.output, false) : kTypes.at(request.type);
+  if (!named_type.has_value()) {
+    throw CLI::ValidationError("OUTPUT", "The name " + Quoted(request.output) +
+                                             " does not tell a file type that can be written "
+                                             "(.tif, .png, .bmp); give one with --type.");
+  }
+  const BitmapPointer page = PreparePage(request, *named_type);
+  const bool is_bilevel = page->GetPixelFormat() == PixelFormat1bppIndexed;
+  Save(*page, request.type.empty() ? *TypeOfName(request.output, is_bilevel) : *named_type,
+       request);
 }
 
 }  // namespace

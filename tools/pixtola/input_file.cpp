@@ -39,21 +39,21 @@ std::string_view FormatOf(std::string_view start) {
 /// Why the library could not open the file, as a sentence.
 std::string ExplainUnreadable(const std::string& path) {
   const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-  if (descriptor < 0) return "Cannot open '" + path + "': " + std::strerror(errno) + ".";
+  if (descriptor < 0) return "Cannot open " + Quoted(path) + ": " + std::strerror(errno) + ".";
   struct stat status {};
   const bool has_status = ::fstat(descriptor, &status) == 0;
   std::array<char, 8> bytes{};
   const ssize_t count = ::read(descriptor, bytes.data(), bytes.size());
   ::close(descriptor);
-  if (has_status && S_ISDIR(status.st_mode)) return "'" + path + "' is a folder, not an image.";
-  if (has_status && !S_ISREG(status.st_mode)) return "'" + path + "' is not a regular file.";
-  if (count < 0) return "Cannot read '" + path + "'.";
-  if (count == 0) return "'" + path + "' is empty.";
+  if (has_status && S_ISDIR(status.st_mode)) return Quoted(path) + " is a folder, not an image.";
+  if (has_status && !S_ISREG(status.st_mode)) return Quoted(path) + " is not a regular file.";
+  if (count < 0) return "Cannot read " + Quoted(path) + ".";
+  if (count == 0) return Quoted(path) + " is empty.";
   const std::string_view format = FormatOf({bytes.data(), static_cast<std::size_t>(count)});
   if (format.empty()) {
-    return "'" + path + "' is not an image that can be read (BMP, JPEG, PNG, TIFF).";
+    return Quoted(path) + " is not an image that can be read (BMP, JPEG, PNG, TIFF).";
   }
-  return "'" + path + "' is a " + std::string(format) +
+  return Quoted(path) + " is a " + std::string(format) +
          " file that cannot be decoded: it is damaged, too large, or of a kind that is not read.";
 }
 
@@ -61,7 +61,7 @@ std::string ExplainUnreadable(const std::string& path) {
 
 std::unique_ptr<Gdiplus::Bitmap> OpenInput(const std::string& path) {
   const std::optional<std::wstring> wide_path = WideFromUtf8(path);
-  if (!wide_path.has_value()) throw Failure("The name '" + path + "' is not valid UTF-8.");
+  if (!wide_path.has_value()) throw Failure("The name " + Quoted(path) + " is not valid UTF-8.");
   Gdiplus::Bitmap* bitmap = nullptr;
   if (PxtOpenImageFile(wide_path->c_str(), &bitmap) == 0) throw Failure(ExplainUnreadable(path));
   return std::unique_ptr<Gdiplus::Bitmap>(bitmap);

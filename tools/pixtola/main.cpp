@@ -25,6 +25,9 @@ int Run(int argument_count, char** arguments) {
   CLI::App app("Prepares captured pages as documents.", "pixtola");
   app.set_version_flag("--version", "pixtola " PIXTOLA_VERSION);
   app.require_subcommand(1);
+  app.failure_message([](const CLI::App*, const CLI::Error& error) {
+    return std::string("pixtola: ") + error.what() + "\nRun with --help for more information.\n";
+  });
   pixtola::tool::AddConvertCommand(app);
   try {
     app.parse(argument_count, arguments);

@@ -8,11 +8,11 @@
 #include <cerrno>
 #include <climits>
 #include <csignal>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <optional>
+#include <random>
+#include <system_error>
 
 #include "failure.h"
 #include "text.h"
@@ -20,6 +20,8 @@
 namespace pixtola::tool {
 
 namespace {
+
+constexpr int kEndingSignals[] = {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGXCPU};
 
 /// The temporary file that a signal must remove; empty when there is none. A signal handler can
 /// read no std::string.
@@ -31,26 +33,59 @@ void RemoveTemporaryAndDie(int signal) {
   (void)::raise(signal);
 }
 
+/// Holds the ending signals back while it lives.
+class SignalsHeldBack {
+ public:
+  SignalsHeldBack() {
+    sigset_t signals;
+    ::sigemptyset(&signals);
+    for (const int signal : kEndingSignals) ::sigaddset(&signals, signal);
+    ::sigprocmask(SIG_BLOCK, &signals, &before_);
+  }
+  SignalsHeldBack(const SignalsHeldBack&) = delete;
+  SignalsHeldBack& operator=(const SignalsHeldBack&) = delete;
+  ~SignalsHeldBack() { ::sigprocmask(SIG_SETMASK, &before_, nullptr); }
+
+ private:
+  sigset_t before_{};
+};
+
 void RemoveOnSignals(const std::string& path) {
   if (path.size() >= path_to_remove.size()) return;
   std::memcpy(path_to_remove.data(), path.c_str(), path.size() + 1);
-  struct sigaction action {};
-  action.sa_handler = RemoveTemporaryAndDie;
-  action.sa_flags = static_cast<int>(SA_RESETHAND);
-  for (const int signal : {SIGHUP, SIGINT, SIGTERM}) ::sigaction(signal, &action, nullptr);
+  for (const int signal : kEndingSignals) {
+    struct sigaction action {};
+    // Signals that whoever started the tool has it ignore (nohup does) stay ignored.
+    if (::sigaction(signal, nullptr, &action) != 0 || action.sa_handler == SIG_IGN) continue;
+    action = {};
+    action.sa_handler = RemoveTemporaryAndDie;
+    action.sa_flags = static_cast<int>(SA_RESETHAND);
+    ::sigaction(signal, &action, nullptr);
+  }
 }
 
 [[noreturn]] void FailToWrite(const std::string& path, int error) {
-  throw Failure("Cannot write '" + path + "': " + std::strerror(error) + ".");
+  throw Failure("Cannot write " + Quoted(path) + ": " + std::strerror(error) + ".");
 }
 
-/// The file behind symbolic links; the path itself when it does not exist yet.
+/// Where symbolic links lead, also when nothing is there yet.
 std::string FollowLinks(const std::string& path) {
-  struct FreeMemory {
-    void operator()(char* memory) const { std::free(memory); }
-  };
-  const std::unique_ptr<char, FreeMemory> resolved(::realpath(path.c_str(), nullptr));
-  return resolved != nullptr ? resolved.get() : path;
+  constexpr int kMostLinks = 40;  // the system's own limit
+  std::filesystem::path followed = path;
+  std::error_code error;
+  for (int links = 0; std::filesystem::is_symlink(followed, error); ++links) {
+    if (links == kMostLinks) FailToWrite(path, ELOOP);
+    const std::filesystem::path target = std::filesystem::read_symlink(followed, error);
+    if (error) FailToWrite(path, error.value());
+    followed = followed.parent_path() / target;  // an absolute target stands alone
+  }
+  return followed.string();
+}
+
+mode_t PermissionsOfNewFiles() {
+  const mode_t mask = ::umask(0);
+  ::umask(mask);
+  return 0666 & ~mask;
 }
 
 }  // namespace
@@ -59,23 +94,30 @@ OutputFile::OutputFile(const std::string& path) : path_(path), target_path_(Foll
   struct stat target {};
   const bool exists = ::stat(target_path_.c_str(), &target) == 0;
   if (exists && !S_ISREG(target.st_mode)) {
-    throw Failure("Cannot write '" + path + "': it is not a regular file.");
+    throw Failure("Cannot write " + Quoted(path) + ": it is not a regular file.");
   }
   if (exists && ::access(target_path_.c_str(), W_OK) != 0) FailToWrite(path, errno);
+  CreateTemporary();
+}
 
-  const std::string name = ".pixtola-" + std::to_string(::getpid()) + ".tmp";
-  temporary_path_ = (std::filesystem::path(target_path_).parent_path() / name).string();
-  const std::optional<std::wstring> wide = WideFromUtf8(temporary_path_);
-  if (!wide.has_value()) throw Failure("The name '" + path + "' is not valid UTF-8.");
-  wide_temporary_path_ = *wide;
-
-  const int descriptor =
-      ::open(temporary_path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-  if (descriptor < 0) FailToWrite(path, errno);
-  // A replaced file keeps its permissions.
-  if (exists) (void)!::fchmod(descriptor, target.st_mode & 07777);
-  ::close(descriptor);
-  RemoveOnSignals(temporary_path_);
+void OutputFile::CreateTemporary() {
+  const std::filesystem::path folder = std::filesystem::path(target_path_).parent_path();
+  std::random_device random;
+  const SignalsHeldBack held_back;  // until a signal would find the file
+  for (int attempt = 0; attempt < 100; ++attempt) {
+    const std::string path = (folder / (".pixtola-" + std::to_string(random()) + ".tmp")).string();
+    const std::optional<std::wstring> wide = WideFromUtf8(path);
+    if (!wide.has_value()) throw Failure("The name " + Quoted(path_) + " is not valid UTF-8.");
+    const int descriptor = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    if (descriptor < 0 && errno == EEXIST) continue;
+    if (descriptor < 0) FailToWrite(path_, errno);
+    ::close(descriptor);
+    temporary_path_ = path;
+    wide_temporary_path_ = *wide;
+    RemoveOnSignals(path);
+    return;
+  }
+  FailToWrite(path_, EEXIST);
 }
 
 OutputFile::~OutputFile() {
@@ -84,20 +126,26 @@ OutputFile::~OutputFile() {
 }
 
 void OutputFile::Commit() {
+  struct stat target {};
+  const bool replaces = ::stat(target_path_.c_str(), &target) == 0;
+  // Only the superuser can give files away; for others the new file is theirs.
+  if (replaces) (void)!::chown(temporary_path_.c_str(), target.st_uid, target.st_gid);
+  const mode_t permissions = replaces ? target.st_mode & 07777 : PermissionsOfNewFiles();
+  (void)!::chmod(temporary_path_.c_str(), permissions);
   if (::rename(temporary_path_.c_str(), target_path_.c_str()) != 0) FailToWrite(path_, errno);
   temporary_path_.clear();
 }
 
 std::string OutputFile::ExplainWriteFailure() const {
-  const int descriptor = ::open(temporary_path_.c_str(), O_WRONLY | O_APPEND | O_CREAT, 0666);
-  if (descriptor < 0) return std::string(": ") + std::strerror(errno);
+  const int descriptor = ::open(temporary_path_.c_str(), O_WRONLY | O_APPEND | O_CREAT, 0600);
+  if (descriptor < 0) return std::strerror(errno);
   const std::array<char, 65536> probe{};
   const ssize_t written = ::write(descriptor, probe.data(), probe.size());
   const int error = errno;
   ::close(descriptor);
-  if (written < 0) return std::string(": ") + std::strerror(error);
-  if (static_cast<std::size_t>(written) < probe.size()) return ": no space is left for it";
-  return {};
+  if (written < 0) return std::strerror(error);
+  const bool is_full = static_cast<std::size_t>(written) < probe.size();
+  return is_full ? "no space is left for it" : "";
 }
 
 }  // namespace pixtola::tool

@@ -16,17 +16,19 @@ class OutputFile {
   /// Removes the temporary file unless it was moved.
   ~OutputFile();
 
-  const std::string& temporary_path() const { return temporary_path_; }
   const std::wstring& wide_temporary_path() const { return wide_temporary_path_; }
 
-  /// Moves the temporary file to its place. Throws Failure.
+  /// Moves the temporary file to its place, with the permissions of the file that it replaces or
+  /// those of a new file. Throws Failure.
   void Commit();
 
-  /// Why writing may have failed (such as a full disk), as the end of a sentence with its leading
-  /// colon; empty when the file can be written.
+  /// Why writing may have failed (such as a full disk), for the end of a sentence; empty when
+  /// nothing hinders it.
   std::string ExplainWriteFailure() const;
 
  private:
+  void CreateTemporary();
+
   std::string path_;         ///< as the user gave it, for messages
   std::string target_path_;  ///< symbolic links followed
   std::string temporary_path_;

@@ -41,4 +41,13 @@ std::optional<std::wstring> WideFromUtf8(std::string_view utf8) {
   return wide;
 }
 
+std::string Quoted(std::string_view name) {
+  std::string quoted = "'";
+  for (const char character : name) {
+    const auto byte = static_cast<unsigned char>(character);
+    quoted.push_back(byte < 0x20 || byte == 0x7F ? '?' : character);
+  }
+  return quoted + "'";
+}
+
 }  // namespace pixtola::tool

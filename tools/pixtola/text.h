@@ -1,4 +1,4 @@
-// Names from the command line as the library takes them.
+// Names from the command line, as the library takes them and as messages show them.
 #ifndef PIXTOLA_TOOL_TEXT_H_
 #define PIXTOLA_TOOL_TEXT_H_
 
@@ -10,6 +10,9 @@ namespace pixtola::tool {
 
 /// Nothing for bytes that are no UTF-8.
 std::optional<std::wstring> WideFromUtf8(std::string_view utf8);
+
+/// A name in quotation marks for a message of one line: control characters become question marks.
+std::string Quoted(std::string_view name);
 
 }  // namespace pixtola::tool
 

@@ -54,7 +54,7 @@ TEST(CBitmapGenerator, ReportsThePlatformsStatusForSizesItRefuses) {
 
 TEST(CBitmapGenerator, ReportsOutOfMemoryWhenTheRowsCannotBeCopied) {
   const Bytes data(64);
-  // Strides that are no multiple of 4 ask for a copy: 4 GiB a row, 2^31 - 1 rows.
+  // Strides that are no multiple of 4 ask for a copy: 2 GiB a row, 2^31 - 1 rows.
   const CBitmapGenerator generator(data.data(), PixelFormat24bppRGB, 1, 0x7FFFFFFF, 0x7FFFFFF9, 96,
                                    96, nullptr);
   EXPECT_EQ(generator.status, Gdiplus::OutOfMemory);

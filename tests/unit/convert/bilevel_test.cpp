@@ -108,6 +108,19 @@ TEST(OtsuThreshold, WrapsTheWeightedProductsAt32Bits) {
   EXPECT_EQ(OtsuThreshold(&histogram), 1);
 }
 
+TEST(OtsuThreshold, DoesNotWrapTheRunningWeight) {
+  // 111 * 2^26 wraps in the sum of all weights, w = 3238002884, but not in the running one.
+  // The cut after 4 has means 5 and 47 and scores 2^24 * 2^26 * 42^2 = 2e18. The cut after 110 has
+  // the mean 89.8 below and, above, w - 7532969984 for the one pixel there: 83886080 * 4294967190^2
+  // = 2e27. A running weight that wrapped would give means of 38.6 and 196, a score of 2e12, and
+  // level 4.
+  Histogram histogram{};
+  histogram[4] = 1U << 24;
+  histogram[110] = 1U << 26;
+  histogram[195] = 1;
+  EXPECT_EQ(OtsuThreshold(&histogram), 110);
+}
+
 TEST(PackByThreshold, SetsBitsFromTheThresholdOn) {
   const Bytes gray = {99, 100, 101, 0, 255, 100, 99, 100, 100};
   Bytes destination(4, 0xA5);

@@ -81,6 +81,14 @@ TEST(PxtBitmapToBytes, ConvertsOtherDepthsAs24BitRgb) {
   ASSERT_EQ(PxtBitmapToBytes(MethodGray8, *deep, gray.data(), &size, &stride), 1);
   EXPECT_EQ(gray, (Bytes{76, 150, 28, 254}));
 
+  // 48 bits: 13 bits of linear light a channel, full red.
+  const BitmapPointer deepest =
+      MakeBitmap(1, 1, PixelFormat48bppRGB, {0x00, 0x00, 0x00, 0x00, 0x00, 0x20});
+  if (deepest != nullptr && !expectations::kNo48BitConversion) {
+    ASSERT_EQ(PxtBitmapToBytes(MethodGray8, *deepest, gray.data(), &size, &stride), 1);
+    EXPECT_EQ(gray[0], 76);
+  }
+
   const BitmapPointer four_bit = MakeBitmap(4, 1, PixelFormat4bppIndexed, {0x01, 0x23});
   const PaletteBlock palette(0, {0xFFFF0000, 0xFF00FF00, 0xFF0000FF, 0xFFFFFFFF});
   four_bit->SetPalette(palette.get());
@@ -138,10 +146,15 @@ TEST(PxtBitmapRectToBytes, ClipsTheCallersRectangle) {
 TEST(PxtBitmapRectToBytes, RefusesNullArguments) {
   const BitmapPointer bitmap = RedGreenBlueWhite();
   RECT rect{0, 0, 4, 1};
-  std::uint32_t value = 0;
-  EXPECT_EQ(PxtBitmapRectToBytes(MethodGray8, *bitmap, nullptr, nullptr, &value, &value), 0);
-  EXPECT_EQ(PxtBitmapRectToBytes(MethodGray8, *bitmap, &rect, nullptr, nullptr, &value), 0);
-  EXPECT_EQ(PxtBitmapRectToBytes(MethodGray8, *bitmap, &rect, nullptr, &value, nullptr), 0);
+  rect.right = 99;
+  std::uint32_t size = 7;
+  std::uint32_t stride = 7;
+  EXPECT_EQ(PxtBitmapRectToBytes(MethodGray8, *bitmap, nullptr, nullptr, &size, &stride), 0);
+  EXPECT_EQ(PxtBitmapRectToBytes(MethodGray8, *bitmap, &rect, nullptr, nullptr, &stride), 0);
+  EXPECT_EQ(PxtBitmapRectToBytes(MethodGray8, *bitmap, &rect, nullptr, &size, nullptr), 0);
+  EXPECT_EQ(rect.right, 99);
+  EXPECT_EQ(size, 7U);
+  EXPECT_EQ(stride, 7U);
 }
 
 TEST(PxtBitmapToBitmap, MakesBilevelBitmapsWithTheSourcesResolution) {
@@ -162,9 +175,12 @@ TEST(PxtBitmapToBitmap, MakesBilevelBitmapsWithTheSourcesResolution) {
 
 TEST(PxtBitmapToBitmap, MakesGrayBitmapsWithARamp) {
   const BitmapPointer bitmap = RedGreenBlueWhite();
+  bitmap->SetResolution(300, 200);
   BitmapPointer result;
   ASSERT_EQ(PxtBitmapToBitmap(MethodGray8, *bitmap, Receive(result)), 1);
   EXPECT_EQ(result->GetPixelFormat(), PixelFormat8bppIndexed);
+  EXPECT_FLOAT_EQ(result->GetHorizontalResolution(), 300);
+  EXPECT_FLOAT_EQ(result->GetVerticalResolution(), 200);
   EXPECT_EQ(PixelsOf(*result), (Bytes{76, 150, 28, 254}));
   const auto palette = PaletteOf(*result);
   ASSERT_EQ(palette.size(), 256U);
@@ -315,6 +331,37 @@ TEST(PxtExtractBytes, ReportsEverythingWithoutDestination) {
   EXPECT_EQ(stride, 16U);
   EXPECT_EQ(size, 48U);
   EXPECT_EQ(format, PixelFormat24bppRGB);
+}
+
+TEST(PxtExtractBytes, RefusesBitmapsThatNeedMoreThanItReports) {
+  // Rows of 300 bytes that lie 4 bytes apart: 4 bytes are reported.
+  Bytes row(300);
+  Gdiplus::Bitmap bitmap(100, 1, 4, PixelFormat24bppRGB, row.data());
+  if (bitmap.GetLastStatus() != Gdiplus::Ok) GTEST_SKIP() << "the platform refuses such strides";
+  GuardedBuffer destination(4);
+  std::uint32_t size = 0;
+  std::uint32_t width = 0;
+  std::uint32_t height = 0;
+  std::uint32_t stride = 0;
+  Gdiplus::PixelFormat format = 0;
+  EXPECT_EQ(PxtExtractBytes(bitmap, nullptr, &size, &width, &height, &stride, &format), 1);
+  EXPECT_EQ(size, 4U);
+  EXPECT_EQ(PxtExtractBytes(bitmap, destination.data(), &size, &width, &height, &stride, &format),
+            0);
+}
+
+TEST(PxtExtractBytes, LeavesTheBitmapUnlocked) {
+  const BitmapPointer bitmap = RedGreenBlueWhite();
+  Bytes destination(12);
+  std::uint32_t size = 0;
+  std::uint32_t width = 0;
+  std::uint32_t height = 0;
+  std::uint32_t stride = 0;
+  Gdiplus::PixelFormat format = 0;
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_EQ(
+        PxtExtractBytes(*bitmap, destination.data(), &size, &width, &height, &stride, &format), 1);
+  }
 }
 
 TEST(PxtExtractBytes, CopiesThePixels) {

@@ -139,6 +139,7 @@ TEST(PxtBytesRectToBytes, ReportsNothingNeededForARectangleRightOfTheImage) {
   query.rect = {8, 0, 20, 4};
   EXPECT_EQ(query.Query(), 1);
   EXPECT_EQ(query.size, 0U);
+  EXPECT_EQ(query.destination_stride, 0U);
   EXPECT_EQ(query.rect.left, 8);
   EXPECT_EQ(query.rect.right, 8);
   Call conversion;
@@ -315,6 +316,32 @@ TEST(PxtBytesRectToBytes, NeverChangesTheSource) {
     EXPECT_EQ(call.Run(), 1);
     EXPECT_EQ(call.source, before);
   }
+}
+
+TEST(PxtBytesToBytes, TakesWidthsBeyondSignedNumbersAsNegativeEdges) {
+  // Such a rectangle is not clipped, and its width comes out as it went in.
+  const std::uint8_t never_read = 0;
+  std::uint32_t size = 0;
+  std::uint32_t stride = 0;
+  EXPECT_EQ(PxtBytesToBytes(MethodGray8, &never_read, 8, 0x80000001U, 1, 0x80000004U, nullptr,
+                            &size, &stride, nullptr),
+            1);
+  EXPECT_EQ(stride, 0x80000004U);
+  EXPECT_EQ(size, 0x80000004U);
+}
+
+TEST(PxtBytesToBytes, RefusesRowsThatTrulyNeedMoreThan32Bits) {
+  // 3 * 0x55555556 wraps to 2, so the stride check is content with 4 bytes a row.
+  const std::uint8_t source[4] = {};
+  std::uint32_t size = 0;
+  std::uint32_t stride = 0;
+  ASSERT_EQ(PxtBytesToBytes(MethodBilevelOtsu, source, 24, 0x55555556U, 1, 4, nullptr, &size,
+                            &stride, nullptr),
+            1);
+  GuardedBuffer destination(size);
+  EXPECT_EQ(PxtBytesToBytes(MethodBilevelOtsu, source, 24, 0x55555556U, 1, 4, destination.data(),
+                            &size, &stride, nullptr),
+            0);
 }
 
 TEST(PxtBytesToBytes, ConvertsTheWholeImage) {

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <vector>
+
 #include "format/gray_weights.h"
 
 namespace pixtola {
@@ -30,7 +32,26 @@ TEST(DefaultGrayPalette, IsAnOpaqueRamp) {
 TEST(DefaultPalettes, AreTheSameBlockAtEveryRequest) {
   EXPECT_EQ(GetDefaultBilevelPalette(), GetDefaultBilevelPalette());
   EXPECT_EQ(GetDefaultGrayPalette(), GetDefaultGrayPalette());
-  EXPECT_EQ(GetDefaultGrayPalette()->Entries[0], 0xFF000000U);
+}
+
+TEST(DefaultPalettes, KeepTheirContents) {
+  const auto contents = [](const Gdiplus::ColorPalette* palette) {
+    const Gdiplus::ARGB* entries = palette->Entries;
+    return std::vector<Gdiplus::ARGB>(entries, entries + palette->Count);
+  };
+  const auto bilevel = contents(GetDefaultBilevelPalette());
+  const auto gray = contents(GetDefaultGrayPalette());
+  // A bitmap takes a copy; changing the bitmap's palette leaves the default one.
+  const std::uint8_t pixels[4] = {};
+  for (const auto format : {PixelFormat1bppIndexed, PixelFormat8bppIndexed}) {
+    Gdiplus::Bitmap* bitmap = nullptr;
+    ASSERT_EQ(PxtInsertBytes(pixels, format, 1, 1, 4, 96, 96, &bitmap, nullptr), 1);
+    Gdiplus::ColorPalette one_entry{0, 1, {0xFF123456}};
+    bitmap->SetPalette(&one_entry);
+    delete bitmap;
+  }
+  EXPECT_EQ(contents(GetDefaultBilevelPalette()), bilevel);
+  EXPECT_EQ(contents(GetDefaultGrayPalette()), gray);
 }
 
 TEST(GrayWeights, AreTruncatedProductsOfTheWeights) {

@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <vector>
 
+#include "support/decode_limit_guard.h"
 #include "support/platform_expectations.h"
 #include "support/temporary_folder.h"
 #include "support/test_bitmap.h"
@@ -263,12 +265,33 @@ TEST_F(ReadTiffFileTest, RefusesImagesBeyondTheDecodeLimit) {
   page.height = 100;
   page.bits_per_sample = 8;
   page.rows.resize(10000);
-  const platform::DecodeLimit limit = platform::GetDecodeLimit();
-  platform::SetDecodeLimit({9999, limit.bytes});
-  EXPECT_EQ(WriteAndRead(page), nullptr);
-  platform::SetDecodeLimit({10000, limit.bytes});
+  {
+    const test_support::DecodeLimitGuard limit({9999, 1 << 20});
+    EXPECT_EQ(WriteAndRead(page), nullptr);
+  }
+  const test_support::DecodeLimitGuard limit({10000, 1 << 20});
   EXPECT_NE(Read(0), nullptr);
-  platform::SetDecodeLimit(limit);
+}
+
+TEST_F(ReadTiffFileTest, RefusesCompressionsThatKnowNoLimit) {
+  // JBIG data whose own header claims 2^31 - 1 pixels each way, in a page that claims 8 by 20: a
+  // decoder would allocate by the former, or end the process.
+  TiffPage page;
+  page.height = 20;
+  page.rows = {0,    0,    1,    0,    0x7F, 0xFF, 0xFF, 0xFF, 0x7F, 0xFF,
+               0xFF, 0xFF, 0x7F, 0xFF, 0xFF, 0xFF, 8,    0,    3,    0x40};
+  WriteTiff(folder_ / "page.tif", {page});
+  ASSERT_NE(Read(0), nullptr);
+  Bytes file = test_support::ReadWholeFile(folder_ / "page.tif");
+  const Bytes compression = {0x03, 0x01, 0x03, 0x00, 0x01, 0x00, 0x00, 0x00, 0x01, 0x00};
+  const auto tag = std::search(file.begin(), file.end(), compression.begin(), compression.end());
+  ASSERT_NE(tag, file.end());
+  tag[8] = COMPRESSION_JBIG & 0xFF;
+  tag[9] = COMPRESSION_JBIG >> 8;
+  test_support::WriteWholeFile(folder_ / "page.tif", file);
+  EXPECT_EQ(Read(0), nullptr);
+  BitmapPointer opened;
+  EXPECT_EQ(PxtOpenImageFile((folder_ / "page.tif").wstring().c_str(), Receive(opened)), 0);
 }
 
 TEST_F(ReadTiffFileTest, SurvivesFilesCutAnywhere) {
@@ -282,6 +305,7 @@ TEST_F(ReadTiffFileTest, SurvivesFilesCutAnywhere) {
   WriteTiff(folder_ / "page.tif", {page});
   const auto whole = test_support::ReadWholeFile(folder_ / "page.tif");
   ASSERT_GT(whole.size(), 100U);
+  ASSERT_NE(Read(0), nullptr);
   for (std::size_t size = 0; size < whole.size(); ++size) {
     Bytes cut = whole;
     cut.resize(size);

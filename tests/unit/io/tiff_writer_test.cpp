@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "io/tiff_reader.h"
+#include "support/decode_limit_guard.h"
 #include "support/platform_expectations.h"
 #include "support/temporary_folder.h"
 #include "support/test_bitmap.h"
@@ -150,6 +151,13 @@ TEST_F(WriteTiffFileTest, RefusesTypesThatAreNotTiff) {
     EXPECT_EQ(Write(*bitmap, static_cast<PxtFileType>(type)), 0) << type;
   }
   EXPECT_FALSE(std::filesystem::exists(path_));
+}
+
+TEST_F(WriteTiffFileTest, KnowsNoDecodeLimit) {
+  const BitmapPointer bitmap = Checkered(800, 100);
+  const test_support::DecodeLimitGuard limit({1, 16});
+  EXPECT_EQ(Write(*bitmap, PxtFileTypeTiffLzw), 1);
+  EXPECT_EQ(Write(*bitmap, PxtFileTypeTiffGroup4), 1);
 }
 
 TEST_F(WriteTiffFileTest, RecordsAFailedLock) {

@@ -1,0 +1,24 @@
+// Another decode limit for the length of a scope.
+#ifndef PIXTOLA_TESTS_DECODE_LIMIT_GUARD_H_
+#define PIXTOLA_TESTS_DECODE_LIMIT_GUARD_H_
+
+#include "decode_limit.h"
+
+namespace test_support {
+
+class DecodeLimitGuard {
+ public:
+  explicit DecodeLimitGuard(pixtola::platform::DecodeLimit limit) {
+    pixtola::platform::SetDecodeLimit(limit);
+  }
+  DecodeLimitGuard(const DecodeLimitGuard&) = delete;
+  DecodeLimitGuard& operator=(const DecodeLimitGuard&) = delete;
+  ~DecodeLimitGuard() { pixtola::platform::SetDecodeLimit(before_); }
+
+ private:
+  pixtola::platform::DecodeLimit before_ = pixtola::platform::GetDecodeLimit();
+};
+
+}  // namespace test_support
+
+#endif  // PIXTOLA_TESTS_DECODE_LIMIT_GUARD_H_

@@ -1,0 +1,39 @@
+// TIFF files from several threads at once, which share libtiff's one set of handlers.
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "io/tiff_reader.h"
+#include "io/tiff_writer.h"
+#include "support/temporary_folder.h"
+#include "support/test_bitmap.h"
+
+namespace pixtola {
+namespace {
+
+TEST(TiffSession, ServesSeveralThreads) {
+  const test_support::TemporaryFolder folder;
+  std::atomic<int> right{0};
+  const auto work = [&](std::uint8_t thread) {
+    const std::wstring path = (folder / (std::to_string(thread) + ".tif")).wstring();
+    for (std::uint8_t i = 0; i < 25; ++i) {
+      const test_support::Bytes rows(32 * 4, static_cast<std::uint8_t>(thread * 50 + i));
+      const auto page = test_support::MakeBitmap(32, 32, PixelFormat1bppIndexed, rows);
+      test_support::BitmapPointer read;
+      WriteTiffFile(page.get(), PxtFileTypeTiffGroup4, path.c_str());
+      ReadTiffFile(path.c_str(), 0, test_support::Receive(read));
+      right += read != nullptr && test_support::PixelsOf(*read) == rows ? 1 : 0;
+    }
+  };
+  std::vector<std::thread> threads;
+  for (std::uint8_t thread = 0; thread < 4; ++thread) threads.emplace_back(work, thread);
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(right, 100);
+}
+
+}  // namespace
+}  // namespace pixtola

@@ -1,0 +1,21 @@
+// Black-and-white pages whose palette says otherwise than the conversions assume.
+#ifndef PIXTOLA_TOOL_BILEVEL_PAGE_H_
+#define PIXTOLA_TOOL_BILEVEL_PAGE_H_
+
+#include <memory>
+
+#include "Pixtola.h"
+
+namespace pixtola::tool {
+
+/// What the two indexes of a 1-bit page show.
+enum class BilevelPalette { kBlackFirst, kWhiteFirst, kOther };
+
+BilevelPalette BilevelPaletteOf(Gdiplus::Bitmap& page);
+
+/// The page in 24-bit colour; null when it is too large.
+std::unique_ptr<Gdiplus::Bitmap> WithTrueColours(Gdiplus::Bitmap& page);
+
+}  // namespace pixtola::tool
+
+#endif  // PIXTOLA_TOOL_BILEVEL_PAGE_H_
