@@ -21,6 +21,28 @@ using test_support::PaletteOf;
 using test_support::PixelsOf;
 using test_support::Receive;
 
+/// The bitmap as gray bytes; empty when it cannot be converted.
+Bytes GrayBytes(Gdiplus::Bitmap& bitmap) {
+  std::uint32_t size = 0;
+  std::uint32_t stride = 0;
+  PxtBitmapToBytes(MethodGray8, bitmap, nullptr, &size, &stride);
+  Bytes gray(size, 0xA5);
+  return PxtBitmapToBytes(MethodGray8, bitmap, gray.data(), &size, &stride) != 0 ? gray : Bytes();
+}
+
+/// PxtExtractBytes with everything that it reports.
+struct Extraction {
+  std::uint32_t size = 7;
+  std::uint32_t width = 7;
+  std::uint32_t height = 7;
+  std::uint32_t stride = 7;
+  Gdiplus::PixelFormat format = 7;
+
+  int Run(Gdiplus::Bitmap& bitmap, std::uint8_t* destination) {
+    return PxtExtractBytes(bitmap, destination, &size, &width, &height, &stride, &format);
+  }
+};
+
 BitmapPointer RedGreenBlueWhite() {
   return MakeBitmap(4, 1, PixelFormat24bppRGB, {0, 0, 255, 0, 255, 0, 255, 0, 0, 255, 255, 255});
 }
@@ -41,33 +63,21 @@ TEST(PxtBitmapToBytes, ReportsSizeAndStrideWithoutLocking) {
 
 TEST(PxtBitmapToBytes, ConvertsPixels) {
   const BitmapPointer bitmap = RedGreenBlueWhite();
-  Bytes gray(4);
-  std::uint32_t size = 4;
-  std::uint32_t stride = 0;
-  ASSERT_EQ(PxtBitmapToBytes(MethodGray8, *bitmap, gray.data(), &size, &stride), 1);
-  EXPECT_EQ(gray, (Bytes{76, 150, 28, 254}));
+  EXPECT_EQ(GrayBytes(*bitmap), (Bytes{76, 150, 28, 254}));
 }
 
 TEST(PxtBitmapToBytes, ReadsEightBitPixelsThroughTheBitmapsPalette) {
   const BitmapPointer bitmap = MakeBitmap(4, 1, PixelFormat8bppIndexed, {0, 1, 1, 0});
   const PaletteBlock palette(0, {0xFFFF0000, 0xFF0000FF});
   bitmap->SetPalette(palette.get());
-  Bytes gray(4);
-  std::uint32_t size = 4;
-  std::uint32_t stride = 0;
-  ASSERT_EQ(PxtBitmapToBytes(MethodGray8, *bitmap, gray.data(), &size, &stride), 1);
-  EXPECT_EQ(gray, (Bytes{76, 28, 28, 76}));
+  EXPECT_EQ(GrayBytes(*bitmap), (Bytes{76, 28, 28, 76}));
 }
 
 TEST(PxtBitmapToBytes, ReadsOneBitPixelsWithoutTheirPalette) {
   const BitmapPointer bitmap = MakeBitmap(8, 1, PixelFormat1bppIndexed, {0b11000011});
   const PaletteBlock white_first(0, {0xFFFFFFFF, 0xFF000000});
   bitmap->SetPalette(white_first.get());
-  Bytes gray(8);
-  std::uint32_t size = 8;
-  std::uint32_t stride = 0;
-  ASSERT_EQ(PxtBitmapToBytes(MethodGray8, *bitmap, gray.data(), &size, &stride), 1);
-  EXPECT_EQ(gray, (Bytes{255, 255, 0, 0, 0, 0, 255, 255}));
+  EXPECT_EQ(GrayBytes(*bitmap), (Bytes{255, 255, 0, 0, 0, 0, 255, 255}));
 }
 
 TEST(PxtBitmapToBytes, ConvertsOtherDepthsAs24BitRgb) {
@@ -75,25 +85,19 @@ TEST(PxtBitmapToBytes, ConvertsOtherDepthsAs24BitRgb) {
   const BitmapPointer deep =
       MakeBitmap(4, 1, PixelFormat16bppRGB555, {0x00, 0x7C, 0xE0, 0x03, 0x1F, 0x00, 0xFF, 0x7F});
   ASSERT_NE(deep, nullptr);
-  Bytes gray(4);
-  std::uint32_t size = 4;
-  std::uint32_t stride = 0;
-  ASSERT_EQ(PxtBitmapToBytes(MethodGray8, *deep, gray.data(), &size, &stride), 1);
-  EXPECT_EQ(gray, (Bytes{76, 150, 28, 254}));
+  EXPECT_EQ(GrayBytes(*deep), (Bytes{76, 150, 28, 254}));
 
   // 48 bits: 13 bits of linear light a channel, full red.
   const BitmapPointer deepest =
       MakeBitmap(1, 1, PixelFormat48bppRGB, {0x00, 0x00, 0x00, 0x00, 0x00, 0x20});
   if (deepest != nullptr && !expectations::kNo48BitConversion) {
-    ASSERT_EQ(PxtBitmapToBytes(MethodGray8, *deepest, gray.data(), &size, &stride), 1);
-    EXPECT_EQ(gray[0], 76);
+    EXPECT_EQ(GrayBytes(*deepest), (Bytes{76, 0, 0, 0}));
   }
 
   const BitmapPointer four_bit = MakeBitmap(4, 1, PixelFormat4bppIndexed, {0x01, 0x23});
   const PaletteBlock palette(0, {0xFFFF0000, 0xFF00FF00, 0xFF0000FF, 0xFFFFFFFF});
   four_bit->SetPalette(palette.get());
-  ASSERT_EQ(PxtBitmapToBytes(MethodGray8, *four_bit, gray.data(), &size, &stride), 1);
-  EXPECT_EQ(gray, (Bytes{76, 150, 28, 254}));
+  EXPECT_EQ(GrayBytes(*four_bit), (Bytes{76, 150, 28, 254}));
 }
 
 TEST(PxtBitmapToBytes, ReadsBottomUpBitmapsTopDown) {
@@ -102,11 +106,7 @@ TEST(PxtBitmapToBytes, ReadsBottomUpBitmapsTopDown) {
   std::copy_n(bytes, 8, rows.data());
   Gdiplus::Bitmap bitmap(1, 2, -4, PixelFormat24bppRGB, rows.data() + 4);
   ASSERT_EQ(bitmap.GetLastStatus(), Gdiplus::Ok);
-  Bytes gray(8);
-  std::uint32_t size = 8;
-  std::uint32_t stride = 0;
-  ASSERT_EQ(PxtBitmapToBytes(MethodGray8, bitmap, gray.data(), &size, &stride), 1);
-  EXPECT_EQ(gray, (Bytes{76, 0, 0, 0, 150, 0, 0, 0}));
+  EXPECT_EQ(GrayBytes(bitmap), (Bytes{76, 0, 0, 0, 150, 0, 0, 0}));
 }
 
 TEST(PxtBitmapToBytes, RecordsAFailedLock) {
@@ -320,17 +320,13 @@ TEST(PxtInsertBytesRect, LeavesTheResultForNullBytesOnly) {
 
 TEST(PxtExtractBytes, ReportsEverythingWithoutDestination) {
   const BitmapPointer bitmap(new Gdiplus::Bitmap(5, 3, PixelFormat24bppRGB));
-  std::uint32_t size = 0;
-  std::uint32_t width = 0;
-  std::uint32_t height = 0;
-  std::uint32_t stride = 0;
-  Gdiplus::PixelFormat format = 0;
-  EXPECT_EQ(PxtExtractBytes(*bitmap, nullptr, &size, &width, &height, &stride, &format), 1);
-  EXPECT_EQ(width, 5U);
-  EXPECT_EQ(height, 3U);
-  EXPECT_EQ(stride, 16U);
-  EXPECT_EQ(size, 48U);
-  EXPECT_EQ(format, PixelFormat24bppRGB);
+  Extraction extraction;
+  EXPECT_EQ(extraction.Run(*bitmap, nullptr), 1);
+  EXPECT_EQ(extraction.width, 5U);
+  EXPECT_EQ(extraction.height, 3U);
+  EXPECT_EQ(extraction.stride, 16U);
+  EXPECT_EQ(extraction.size, 48U);
+  EXPECT_EQ(extraction.format, PixelFormat24bppRGB);
 }
 
 TEST(PxtExtractBytes, RefusesBitmapsThatNeedMoreThanItReports) {
@@ -339,42 +335,27 @@ TEST(PxtExtractBytes, RefusesBitmapsThatNeedMoreThanItReports) {
   Gdiplus::Bitmap bitmap(100, 1, 4, PixelFormat24bppRGB, row.data());
   if (bitmap.GetLastStatus() != Gdiplus::Ok) GTEST_SKIP() << "the platform refuses such strides";
   GuardedBuffer destination(4);
-  std::uint32_t size = 0;
-  std::uint32_t width = 0;
-  std::uint32_t height = 0;
-  std::uint32_t stride = 0;
-  Gdiplus::PixelFormat format = 0;
-  EXPECT_EQ(PxtExtractBytes(bitmap, nullptr, &size, &width, &height, &stride, &format), 1);
-  EXPECT_EQ(size, 4U);
-  EXPECT_EQ(PxtExtractBytes(bitmap, destination.data(), &size, &width, &height, &stride, &format),
-            0);
+  Extraction extraction;
+  EXPECT_EQ(extraction.Run(bitmap, nullptr), 1);
+  EXPECT_EQ(extraction.size, 4U);
+  EXPECT_EQ(extraction.Run(bitmap, destination.data()), 0);
 }
 
 TEST(PxtExtractBytes, LeavesTheBitmapUnlocked) {
   const BitmapPointer bitmap = RedGreenBlueWhite();
   Bytes destination(12);
-  std::uint32_t size = 0;
-  std::uint32_t width = 0;
-  std::uint32_t height = 0;
-  std::uint32_t stride = 0;
-  Gdiplus::PixelFormat format = 0;
+  Extraction extraction;
   for (int i = 0; i < 2; ++i) {
-    EXPECT_EQ(
-        PxtExtractBytes(*bitmap, destination.data(), &size, &width, &height, &stride, &format), 1);
+    EXPECT_EQ(extraction.Run(*bitmap, destination.data()), 1);
   }
 }
 
 TEST(PxtExtractBytes, CopiesThePixels) {
   const BitmapPointer bitmap = MakeBitmap(1, 2, PixelFormat24bppRGB, {1, 2, 3, 4, 5, 6});
   Bytes destination(8, 0xA5);
-  std::uint32_t size = 0;
-  std::uint32_t width = 0;
-  std::uint32_t height = 0;
-  std::uint32_t stride = 0;
-  Gdiplus::PixelFormat format = 0;
-  ASSERT_EQ(PxtExtractBytes(*bitmap, destination.data(), &size, &width, &height, &stride, &format),
-            1);
-  ASSERT_EQ(size, 8U);
+  Extraction extraction;
+  ASSERT_EQ(extraction.Run(*bitmap, destination.data()), 1);
+  ASSERT_EQ(extraction.size, 8U);
   destination[3] = destination[7] = 0;  // padding
   EXPECT_EQ(destination, (Bytes{1, 2, 3, 0, 4, 5, 6, 0}));
 }
@@ -384,15 +365,10 @@ TEST(PxtExtractBytes, FillsTopDownFromBottomUpBitmaps) {
   Gdiplus::Bitmap bitmap(1, 2, -4, PixelFormat24bppRGB, rows.data() + 4);
   ASSERT_EQ(bitmap.GetLastStatus(), Gdiplus::Ok);
   Bytes destination(8, 0xA5);
-  std::uint32_t size = 0;
-  std::uint32_t width = 0;
-  std::uint32_t height = 0;
-  std::uint32_t stride = 0;
-  Gdiplus::PixelFormat format = 0;
-  ASSERT_EQ(PxtExtractBytes(bitmap, destination.data(), &size, &width, &height, &stride, &format),
-            1);
-  EXPECT_EQ(stride, 4U);
-  EXPECT_EQ(size, 8U);
+  Extraction extraction;
+  ASSERT_EQ(extraction.Run(bitmap, destination.data()), 1);
+  EXPECT_EQ(extraction.stride, 4U);
+  EXPECT_EQ(extraction.size, 8U);
   destination[3] = destination[7] = 0;
   EXPECT_EQ(destination, (Bytes{1, 2, 3, 0, 4, 5, 6, 0}));
 }
@@ -400,19 +376,17 @@ TEST(PxtExtractBytes, FillsTopDownFromBottomUpBitmaps) {
 TEST(PxtExtractBytes, TellsSizeAndFormatOfABitmapItCannotLock) {
   const BitmapPointer bitmap(new Gdiplus::Bitmap(5, 3, PixelFormat24bppRGB));
   const HoldLock lock(*bitmap);
-  std::uint32_t size = 7;
-  std::uint32_t width = 0;
-  std::uint32_t height = 0;
-  std::uint32_t stride = 7;
-  Gdiplus::PixelFormat format = 0;
-  EXPECT_EQ(PxtExtractBytes(*bitmap, nullptr, &size, &width, &height, &stride, &format), 0);
-  EXPECT_EQ(width, 5U);
-  EXPECT_EQ(height, 3U);
-  EXPECT_EQ(format, PixelFormat24bppRGB);
-  EXPECT_EQ(size, 7U);
-  EXPECT_EQ(stride, 7U);
+  Extraction extraction;
+  EXPECT_EQ(extraction.Run(*bitmap, nullptr), 0);
+  EXPECT_EQ(extraction.width, 5U);
+  EXPECT_EQ(extraction.height, 3U);
+  EXPECT_EQ(extraction.format, PixelFormat24bppRGB);
+  EXPECT_EQ(extraction.size, 7U);
+  EXPECT_EQ(extraction.stride, 7U);
   EXPECT_EQ(bitmap->GetLastStatus(), Gdiplus::WrongState);
-  EXPECT_EQ(PxtExtractBytes(*bitmap, nullptr, nullptr, &width, &height, &stride, &format), 0);
+  EXPECT_EQ(PxtExtractBytes(*bitmap, nullptr, nullptr, &extraction.width, &extraction.height,
+                            &extraction.stride, &extraction.format),
+            0);
 }
 
 TEST(PxtExtractBytes, ReturnsWhatPxtInsertBytesWasGiven) {
@@ -425,16 +399,10 @@ TEST(PxtExtractBytes, ReturnsWhatPxtInsertBytesWasGiven) {
     ASSERT_EQ(PxtInsertBytes(bytes.data(), format, 7, 5, stride, 96, 96, Receive(bitmap), nullptr),
               1);
     Bytes extracted(bytes.size(), 0xA5);
-    std::uint32_t size = 0;
-    std::uint32_t width = 0;
-    std::uint32_t height = 0;
-    std::uint32_t extracted_stride = 0;
-    Gdiplus::PixelFormat extracted_format = 0;
-    ASSERT_EQ(PxtExtractBytes(*bitmap, extracted.data(), &size, &width, &height, &extracted_stride,
-                              &extracted_format),
-              1);
-    ASSERT_EQ(extracted_stride, stride);
-    EXPECT_EQ(extracted_format, format);
+    Extraction extraction;
+    ASSERT_EQ(extraction.Run(*bitmap, extracted.data()), 1);
+    ASSERT_EQ(extraction.stride, stride);
+    EXPECT_EQ(extraction.format, format);
     const std::size_t row_bytes = test_support::PackedBytes(format, 7);
     for (std::size_t y = 0; y < 5; ++y) {
       for (std::size_t x = 0; x < row_bytes; ++x) {

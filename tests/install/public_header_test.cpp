@@ -1,0 +1,10 @@
+// The public header in the oldest C++ that it supports: compiling this is the test.
+
+#include <Pixtola.h>
+
+static_assert(__cplusplus < 201703L, "this file is to be compiled as C++14");
+static_assert(sizeof(PxtConversionMethod) == 4, "conversion methods have 32 bits");
+static_assert(sizeof(PxtFileType) == sizeof(int), "file types are as large as int");
+static_assert(sizeof(LONG) == 4 && sizeof(RECT) == 16, "rectangles hold 32-bit numbers");
+
+int main() { return PxtCalcStride(33, PixelFormat1bppIndexed) == 8 ? 0 : 1; }
