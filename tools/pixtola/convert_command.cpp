@@ -135,10 +135,11 @@ void AddConvertCommand(CLI::App& app) {
   command->add_option("OUTPUT", request->output, "The file to write; replaced if it exists")
       ->required();
   command
-      ->add_option("--method", request->method,
-                   "gray: 8-bit gray; otsu: black and white by one threshold; adaptive: by a "
-                   "threshold for each part of the page; diffusion: by error diffusion. Without "
-                   "it the page is saved as it is; fax types dither it")
+      ->add_option(
+          "--method", request->method,
+          "gray: 8-bit gray; otsu: black and white by one threshold; adaptive: by a "
+          "threshold for each part of the page; diffusion: by error diffusion. Without "
+          "it the page is saved as it is; fax types dither it, tiff-packbits thresholds it")
       ->check(CLI::IsMember(kMethods));
   command
       ->add_option("--type", request->type,
