@@ -39,8 +39,9 @@ inline constexpr bool kAnyResolutionIsTaken = kIsWine;
 /// palettes without entries are taken.
 inline constexpr bool kPalettesAreCheckedDifferently = kIsWine;
 
-/// 48-bit bitmaps cannot be locked as 24-bit ones.
-inline constexpr bool kNo48BitConversion = kIsWine;
+/// Channels of 48-bit pixels are read as 16 bits of what a screen shows instead of 13 bits of
+/// linear light.
+inline constexpr bool k48BitChannelsHave16Bits = kIsWine;
 
 /// The TIFF encoder chooses its compression itself, whatever EncoderCompression says.
 inline constexpr bool kTiffEncoderIgnoresCompression = kIsWine;
