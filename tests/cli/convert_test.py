@@ -77,8 +77,9 @@ class ConvertTest(unittest.TestCase):
                         self.assert_dpi(image, expected, kind)
 
     def test_black_and_white_pages_keep_their_sense_whatever_their_palette(self):
-        page = Image.new("1", (64, 64), 1)
-        page.paste(0, (8, 8, 40, 56))
+        # No multiple of 16 each way, with black down to the last rows.
+        page = Image.new("1", (75, 59), 1)
+        page.paste(0, (8, 8, 40, 58))
         shown = page.convert("L").tobytes()
         for name, palette in {"black first": [0, 0, 0, 255, 255, 255],
                               "white first": [255, 255, 255, 0, 0, 0],
@@ -92,6 +93,7 @@ class ConvertTest(unittest.TestCase):
             for options in [["--type", "tiff-g4"], ["--type", "tiff-packbits"],
                             ["--type", "png", "--method", "otsu"],
                             ["--type", "tiff-g4", "--method", "diffusion"],
+                            ["--type", "tiff-g4", "--method", "adaptive"],
                             ["--type", "bmp", "--method", "otsu"]]:
                 with self.subTest(palette=name, options=options):
                     self.convert(self.folder / "indexed.png", self.folder / "out", *options)

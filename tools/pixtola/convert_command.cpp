@@ -73,14 +73,27 @@ bool NeedsTrueColours(Gdiplus::Bitmap& page, const Request& request, PxtFileType
   return !request.method.empty() || (is_tiff && palette == BilevelPalette::kOther);
 }
 
+/// Null when the page is too large.
+BitmapPointer Converted(Gdiplus::Bitmap& page, PxtConversionMethod method) {
+  Gdiplus::Bitmap* converted = nullptr;
+  PxtBitmapToBitmap(method, page, &converted);
+  return BitmapPointer(converted);
+}
+
 /// The page that is to be saved: converted if the user asked for it.
 BitmapPointer PreparePage(const Request& request, PxtFileType type) {
   BitmapPointer page = OpenInput(request.input);
-  if (NeedsTrueColours(*page, request, type)) page = WithTrueColours(*page);
+  if (NeedsTrueColours(*page, request, type)) {
+    // Two colours are told apart by one threshold without loss. Only gray is to show what they are,
+    // unless they are white and black.
+    const bool is_told_apart =
+        !request.method.empty() &&
+        (request.method != "gray" || BilevelPaletteOf(*page) == BilevelPalette::kWhiteFirst);
+    page = WithTrueColours(*page);
+    if (page != nullptr && is_told_apart) page = Converted(*page, MethodBilevelOtsu);
+  }
   if (page != nullptr && !request.method.empty()) {
-    Gdiplus::Bitmap* converted = nullptr;
-    PxtBitmapToBitmap(kMethods.at(request.method), *page, &converted);
-    page.reset(converted);
+    page = Converted(*page, kMethods.at(request.method));
   }
   if (page == nullptr) {
     throw Failure("Cannot convert " + Quoted(request.input) + ": the image is too large.");

@@ -111,7 +111,7 @@ void OutputFile::CreateTemporary() {
     const int descriptor = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
     if (descriptor < 0 && errno == EEXIST) continue;
     if (descriptor < 0) FailToWrite(path_, errno);
-    ::close(descriptor);
+    descriptor_ = descriptor;
     temporary_path_ = path;
     wide_temporary_path_ = *wide;
     RemoveOnSignals(path);
@@ -123,27 +123,41 @@ void OutputFile::CreateTemporary() {
 OutputFile::~OutputFile() {
   if (!temporary_path_.empty()) ::unlink(temporary_path_.c_str());
   path_to_remove[0] = '\0';
+  if (descriptor_ >= 0) ::close(descriptor_);
 }
 
 void OutputFile::Commit() {
+  // By descriptor, and only if the name still leads to it: whoever may write to the folder could
+  // have put a link to another file there.
+  struct stat written {};
+  struct stat named {};
+  if (::fstat(descriptor_, &written) != 0 || ::lstat(temporary_path_.c_str(), &named) != 0 ||
+      written.st_dev != named.st_dev || written.st_ino != named.st_ino) {
+    throw Failure("Cannot write " + Quoted(path_) + ": its temporary file was replaced.");
+  }
   struct stat target {};
-  const bool replaces = ::stat(target_path_.c_str(), &target) == 0;
-  // Only the superuser can give files away; for others the new file is theirs.
-  if (replaces) (void)!::chown(temporary_path_.c_str(), target.st_uid, target.st_gid);
-  const mode_t permissions = replaces ? target.st_mode & 07777 : PermissionsOfNewFiles();
-  (void)!::chmod(temporary_path_.c_str(), permissions);
+  if (::stat(target_path_.c_str(), &target) == 0) {
+    mode_t permissions = target.st_mode & 07777;
+    // Only the superuser can give files away. Rights of a group or an owner that the new file does
+    // not have are not passed on.
+    if (::fchown(descriptor_, target.st_uid, target.st_gid) != 0) {
+      permissions &= ~mode_t{06000};
+      if (::fchown(descriptor_, static_cast<uid_t>(-1), target.st_gid) != 0)
+        permissions &= ~mode_t{070};
+    }
+    (void)!::fchmod(descriptor_, permissions);
+  } else {
+    (void)!::fchmod(descriptor_, PermissionsOfNewFiles());
+  }
   if (::rename(temporary_path_.c_str(), target_path_.c_str()) != 0) FailToWrite(path_, errno);
   temporary_path_.clear();
 }
 
 std::string OutputFile::ExplainWriteFailure() const {
-  const int descriptor = ::open(temporary_path_.c_str(), O_WRONLY | O_APPEND | O_CREAT, 0600);
-  if (descriptor < 0) return std::strerror(errno);
   const std::array<char, 65536> probe{};
-  const ssize_t written = ::write(descriptor, probe.data(), probe.size());
-  const int error = errno;
-  ::close(descriptor);
-  if (written < 0) return std::strerror(error);
+  (void)::lseek(descriptor_, 0, SEEK_END);
+  const ssize_t written = ::write(descriptor_, probe.data(), probe.size());
+  if (written < 0) return std::strerror(errno);
   const bool is_full = static_cast<std::size_t>(written) < probe.size();
   return is_full ? "no space is left for it" : "";
 }

@@ -33,6 +33,7 @@ class OutputFile {
   std::string target_path_;  ///< symbolic links followed
   std::string temporary_path_;
   std::wstring wide_temporary_path_;
+  int descriptor_ = -1;  ///< of the temporary file, whatever its name leads to meanwhile
 };
 
 }  // namespace pixtola::tool
