@@ -24,7 +24,7 @@ Rows TopDownRows(const Gdiplus::BitmapData& data);
 /// Rows over which the platform can make a bitmap: top-down, with a stride that is a multiple of 4
 /// and no row reaching past the end. Copied only where the original ones are not like that.
 /// `stride` is negative, as a 32-bit number, when rows run upwards from `data`. Returns
-/// InvalidParameter for null or too small a stride, OutOfMemory, or Ok.
+/// InvalidParameter for null or a stride that does not fit, OutOfMemory, or Ok.
 Gdiplus::Status PrepareRows(const std::uint8_t* data, Gdiplus::PixelFormat format,
                             std::uint32_t width, std::uint32_t height, std::uint32_t stride,
                             Rows& rows);

@@ -321,11 +321,14 @@ class ConvertTest(unittest.TestCase):
         process = subprocess.Popen(
             [TOOL, "convert", self.page, self.folder / "out.png"],
             preexec_fn=lambda: signal.signal(signal.SIGHUP, signal.SIG_IGN))
+        is_sent = False
         deadline = time.monotonic() + 60
         while process.poll() is None and time.monotonic() < deadline:
             if any(path.name.startswith(".pixtola") for path in self.folder.iterdir()):
                 process.send_signal(signal.SIGHUP)
+                is_sent = True
                 break
+        self.assertTrue(is_sent)
         self.assertEqual(process.wait(timeout=60), 0)
         self.assert_only("out.png", "page.png")
 

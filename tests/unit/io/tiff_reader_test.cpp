@@ -294,6 +294,20 @@ TEST_F(ReadTiffFileTest, RefusesCompressionsThatKnowNoLimit) {
   EXPECT_EQ(PxtOpenImageFile((folder_ / "page.tif").wstring().c_str(), Receive(opened)), 0);
 }
 
+TEST(TiffCompressions, AreReadWhenTheyKeepToTheLimits) {
+  for (const int compression :
+       {COMPRESSION_NONE, COMPRESSION_CCITTRLE, COMPRESSION_CCITTFAX3, COMPRESSION_CCITTFAX4,
+        COMPRESSION_LZW, COMPRESSION_JPEG, COMPRESSION_ADOBE_DEFLATE, COMPRESSION_PACKBITS}) {
+    EXPECT_TRUE(platform::IsTiffCompressionRead(static_cast<std::uint16_t>(compression)))
+        << compression;
+  }
+  for (const int compression : {0, COMPRESSION_JBIG, COMPRESSION_LZMA, COMPRESSION_ZSTD,
+                                COMPRESSION_WEBP, COMPRESSION_LERC}) {
+    EXPECT_FALSE(platform::IsTiffCompressionRead(static_cast<std::uint16_t>(compression)))
+        << compression;
+  }
+}
+
 TEST_F(ReadTiffFileTest, SurvivesFilesCutAnywhere) {
   TiffPage page;
   page.width = 40;
