@@ -85,6 +85,23 @@ enum PxtFileType : int {
   PxtFileTypeJpegHigh = 11       ///< as PxtFileTypeJpeg, quality 97
 };
 
+/// What PxtRotateFlip does. The pixel at (x, y) of a source of W x H pixels moves to ...
+enum PxtRotateFlipOperation : uint32_t {
+  PxtFlipVertical = 1,            ///< (x, H - 1 - y)
+  PxtFlipHorizontal = 2,          ///< (W - 1 - x, y)
+  PxtRotateCounterClockwise = 3,  ///< (y, W - 1 - x): a quarter turn to the left, H x W pixels
+  PxtRotate180 = 4,               ///< (W - 1 - x, H - 1 - y)
+  PxtRotateClockwise = 5          ///< (H - 1 - y, x): a quarter turn to the right, H x W pixels
+};
+
+/// How many bits a pixel has in memory.
+enum PxtPixelSize : uint32_t {
+  PxtPixelSize1 = 1,
+  PxtPixelSize8 = 8,
+  PxtPixelSize24 = 24,
+  PxtPixelSize32 = 32
+};
+
 extern "C" {
 
 // -------------------------------------------------------------------------- formats and conversion
@@ -186,6 +203,24 @@ PIXTOLA_API int PxtExtractBytes(Gdiplus::Bitmap& bitmap, uint8_t* destination, u
                                 uint32_t* width, uint32_t* height, uint32_t* stride,
                                 Gdiplus::PixelFormat* format);
 
+// ----------------------------------------------------------------------------------------------
+// single colours
+
+/// The gray level, 0 to 254, of a colour. Kept as it always was: the arguments are red, BLUE and
+/// green in this order, weighted 0.30, 0.11 and 0.59.
+PIXTOLA_API uint32_t PxtGetGrayValue(uint8_t red, uint8_t blue, uint8_t green);
+
+/// A colour as hue, saturation and value. Hue 0 to 255 is one full turn, with red at 0, green at 85
+/// and blue at 170; saturation and value are fractions of 255. Grays have hue and saturation 0. The
+/// out pointers must be valid: they are not tested.
+PIXTOLA_API void PxtRGBtoHSV(uint8_t red, uint8_t green, uint8_t blue, uint8_t* hue,
+                             uint8_t* saturation, uint8_t* value);
+
+/// The colour of a hue, saturation and value. Hue 255 gives the colour of hue 0, so this is not
+/// quite the inverse of PxtRGBtoHSV. The out pointers must be valid: they are not tested.
+PIXTOLA_API void PxtHSVtoRGB(uint8_t hue, uint8_t saturation, uint8_t value, uint8_t* red,
+                             uint8_t* green, uint8_t* blue);
+
 // ------------------------------------------------------------------------------------------
 // bitmaps
 
@@ -207,5 +242,42 @@ PIXTOLA_API int PxtOpenImageFile(const wchar_t* path, Gdiplus::Bitmap** bitmap);
 PIXTOLA_API int PxtSaveBitmapToFile(Gdiplus::Bitmap* bitmap, PxtFileType type, const wchar_t* path);
 
 }  // extern "C"
+
+// ----------------------------------------------------------------------------------- pixel blocks
+
+/// Mirrors or turns a block of pixels into another block; the two must not overlap.
+///
+/// @param source       Read: all fields. 8-bit indexed, 16-bit, 24-bit and 32-bit formats (ARGB and
+///                     PARGB included); others, 1, 4, 48 and 64 bits among them, give 0. Operations
+///                     1 and 2 take only rows of exactly PxtCalcStride bytes and no empty blocks.
+/// @param destination  In: Scan0, Height and Stride; `Height * Stride` is the capacity in bytes. It
+///                     must hold the result, except that operations 1 and 2 accept a description
+///                     one row short while they WRITE ALL ROWS; for these Scan0 must be a multiple
+///                     of 4.
+///                     Out: Width, Height and Stride of the result, which has the source's stride
+///                     for operations 1, 2 and 4 and PxtCalcStride of its new width for quarter
+///                     turns. PixelFormat and Scan0 stay as they are. Untouched on failure.
+/// @param operation    One of PxtRotateFlipOperation; any other value gives 0.
+///
+/// A negative Stride walks upwards in memory. Sources may have one with operations 3 to 5;
+/// operation 4 then counts and reports its absolute value. The padding of destination rows is left
+/// as it is, except by operation 1, which copies whole rows.
+PIXTOLA_API int PxtRotateFlip(const Gdiplus::BitmapData* source, Gdiplus::BitmapData* destination,
+                              PxtRotateFlipOperation operation);
+
+/// Stretches each channel of pixels in memory to the full range 0 to 255, which takes away colour
+/// casts.
+///
+/// @param source,destination  `byte_count` bytes each; may be the same. Pixels follow one another
+///                            without regard to rows: padding counts as pixels.
+/// @param byte_count          Bytes of a last pixel that is not whole are not written. Above
+///                            2^32 - 1: 0.
+/// @param pixel_size          PxtPixelSize1 copies the bytes. With 32 bits the fourth byte (alpha)
+///                            is stretched like the others.
+/// @param clip_fraction       The share of the pixels, 0.01 being one per cent, that each channel
+///                            may lose at its dark end and at its bright end. Negative counts as 0.
+PIXTOLA_API int PxtWhiteBalance(unsigned char* source, unsigned char* destination,
+                                unsigned long byte_count, PxtPixelSize pixel_size,
+                                float clip_fraction);
 
 #endif  // PIXTOLA_H_

@@ -24,17 +24,17 @@ std::uint32_t ConvertedPixelsPerRow(std::uint32_t width, std::uint32_t source_st
   return width;
 }
 
-void GrayRow(const std::uint8_t* source, std::uint32_t count, std::uint32_t source_bits_per_pixel,
-             const GrayLookup& lookup, std::uint8_t* gray) {
+void GrayRow(const GrayKernels& kernels, const std::uint8_t* source, std::uint32_t count,
+             std::uint32_t source_bits_per_pixel, const GrayLookup& lookup, std::uint8_t* gray) {
   switch (source_bits_per_pixel) {
     case 1:
-      return GrayRowFrom1Bit(source, count, gray);
+      return kernels.row_from_1_bit(source, count, gray);
     case 8:
-      return GrayRowFrom8Bit(source, count, lookup, gray);
+      return kernels.row_from_8_bit(source, count, lookup, gray);
     case 24:
-      return GrayRowFrom24Bit(source, count, gray);
+      return kernels.row_from_24_bit(source, count, gray);
     default:
-      return GrayRowFrom32Bit(source, count, gray);
+      return kernels.row_from_32_bit(source, count, gray);
   }
 }
 
@@ -61,33 +61,6 @@ GrayLookup MakeGrayLookup(const Gdiplus::ColorPalette& palette) {
   return lookup;
 }
 
-void GrayRowFrom1Bit(const std::uint8_t* source, std::uint32_t count, std::uint8_t* gray) {
-  for (std::uint32_t x = 0; x < count; ++x) {
-    gray[x] = (source[x / 8] >> (7 - x % 8) & 1) != 0 ? 255 : 0;
-  }
-}
-
-void GrayRowFrom8Bit(const std::uint8_t* source, std::uint32_t count, const GrayLookup& lookup,
-                     std::uint8_t* gray) {
-  for (std::uint32_t x = 0; x < count; ++x) gray[x] = lookup[source[x]];
-}
-
-void GrayRowFrom24Bit(const std::uint8_t* source, std::uint32_t count, std::uint8_t* gray) {
-  for (std::uint32_t x = 0; x < count; ++x, source += 3) {
-    gray[x] = GrayValue(source[2], source[1], source[0]);
-  }
-}
-
-void GrayRowFrom32Bit(const std::uint8_t* source, std::uint32_t count, std::uint8_t* gray) {
-  for (std::uint32_t x = 0; x < count; ++x, source += 4) {
-    gray[x] = GrayValue(source[2], source[1], source[0]);
-  }
-}
-
-void CountGrayLevels(const std::uint8_t* gray, std::uint64_t count, Histogram& histogram) {
-  for (std::uint64_t i = 0; i < count; ++i) ++histogram[gray[i]];
-}
-
 int ConvertToGray(const std::uint8_t* source, std::uint32_t width, std::uint32_t height,
                   std::uint32_t source_stride, std::uint32_t source_bits_per_pixel,
                   std::uint8_t* destination, std::uint32_t destination_stride,
@@ -102,10 +75,11 @@ int ConvertToGray(const std::uint8_t* source, std::uint32_t width, std::uint32_t
 
   const std::uint32_t count =
       ConvertedPixelsPerRow(width, source_stride, source_bits_per_pixel, destination_stride);
+  const GrayKernels& kernels = BestGrayKernels();
   for (std::uint32_t y = 0; y < height; ++y) {
     const std::uint8_t* source_row = source + std::size_t{y} * source_stride;
     std::uint8_t* destination_row = destination + std::size_t{y} * destination_stride;
-    GrayRow(source_row, count, source_bits_per_pixel, lookup, destination_row);
+    GrayRow(kernels, source_row, count, source_bits_per_pixel, lookup, destination_row);
     std::memset(destination_row + count, 0, destination_stride - count);
   }
   return 1;
@@ -124,12 +98,12 @@ int ConvertToGrayWithHistogram(const std::uint8_t* source, std::uint32_t width,
   GrayLookup lookup{};
   if (!PrepareLookup(source_bits_per_pixel, palette, lookup)) return 0;
 
+  const GrayKernels& kernels = BestGrayKernels();
   for (std::uint32_t y = 0; y < height; ++y) {
-    const std::uint8_t* source_row = source + std::size_t{y} * source_stride;
-    std::uint8_t* gray_row = gray + std::size_t{y} * width;
-    GrayRow(source_row, width, source_bits_per_pixel, lookup, gray_row);
-    CountGrayLevels(gray_row, width, *histogram);
+    GrayRow(kernels, source + std::size_t{y} * source_stride, width, source_bits_per_pixel, lookup,
+            gray + std::size_t{y} * width);
   }
+  kernels.count_levels(gray, std::uint64_t{width} * height, *histogram);
   return 1;
 }
 

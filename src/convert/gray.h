@@ -3,19 +3,13 @@
 #ifndef PIXTOLA_CONVERT_GRAY_H_
 #define PIXTOLA_CONVERT_GRAY_H_
 
-#include <array>
 #include <cstdint>
 
 #include "base/memory.h"
+#include "convert/gray_kernels.h"
 #include "platform.h"
 
 namespace pixtola {
-
-/// Pixel counts per gray level.
-using Histogram = std::array<std::uint32_t, 256>;
-
-/// Gray of each value of an 8-bit pixel.
-using GrayLookup = std::array<std::uint8_t, 256>;
 
 /// The gray of each palette entry, alpha ignored; values at or above the palette's Count give 0.
 GrayLookup MakeGrayLookup(const Gdiplus::ColorPalette& palette);
@@ -46,16 +40,6 @@ struct GrayImage {
 GrayImage MakeGrayImage(const std::uint8_t* source, std::uint32_t width, std::uint32_t height,
                         std::uint32_t source_stride, std::uint32_t source_bits_per_pixel,
                         const Gdiplus::ColorPalette* palette);
-
-/// Counts `count` gray values into `histogram`, which keeps what it holds.
-void CountGrayLevels(const std::uint8_t* gray, std::uint64_t count, Histogram& histogram);
-
-// One row each: `count` pixels from `source` to as many gray values.
-void GrayRowFrom1Bit(const std::uint8_t* source, std::uint32_t count, std::uint8_t* gray);
-void GrayRowFrom8Bit(const std::uint8_t* source, std::uint32_t count, const GrayLookup& lookup,
-                     std::uint8_t* gray);
-void GrayRowFrom24Bit(const std::uint8_t* source, std::uint32_t count, std::uint8_t* gray);
-void GrayRowFrom32Bit(const std::uint8_t* source, std::uint32_t count, std::uint8_t* gray);
 
 }  // namespace pixtola
 

@@ -1,0 +1,38 @@
+// The inner steps of the conversions to gray: rows of pixels to gray values, and their histogram.
+#ifndef PIXTOLA_CONVERT_GRAY_KERNELS_H_
+#define PIXTOLA_CONVERT_GRAY_KERNELS_H_
+
+#include <array>
+#include <cstdint>
+
+namespace pixtola {
+
+/// Pixel counts per gray level.
+using Histogram = std::array<std::uint32_t, 256>;
+
+/// Gray of each value of an 8-bit pixel.
+using GrayLookup = std::array<std::uint8_t, 256>;
+
+struct GrayKernels {
+  const char* target;  ///< the instruction set; "plain" for the definition
+
+  // One row each: `count` pixels from `source` to as many gray values.
+  void (*row_from_1_bit)(const std::uint8_t* source, std::uint32_t count, std::uint8_t* gray);
+  void (*row_from_8_bit)(const std::uint8_t* source, std::uint32_t count, const GrayLookup& lookup,
+                         std::uint8_t* gray);
+  void (*row_from_24_bit)(const std::uint8_t* source, std::uint32_t count, std::uint8_t* gray);
+  void (*row_from_32_bit)(const std::uint8_t* source, std::uint32_t count, std::uint8_t* gray);
+
+  /// Counts `count` values into `histogram`, which keeps what it holds.
+  void (*count_levels)(const std::uint8_t* values, std::uint64_t count, Histogram& histogram);
+};
+
+/// The definition.
+extern const GrayKernels kPlainGrayKernels;
+
+/// Those for the best instruction set of the processor. They give the same bytes.
+const GrayKernels& BestGrayKernels();
+
+}  // namespace pixtola
+
+#endif  // PIXTOLA_CONVERT_GRAY_KERNELS_H_
