@@ -11,6 +11,7 @@
 HWY_BEFORE_NAMESPACE();
 namespace pixtola {
 namespace HWY_NAMESPACE {
+namespace {
 
 #if HWY_TARGET == HWY_SCALAR
 
@@ -23,6 +24,9 @@ namespace hn = hwy::HWY_NAMESPACE;
 using Bytes = hn::ScalableTag<std::uint8_t>;
 /// For what is left of a row where the full vector no longer fits.
 using SixteenBytes = hn::CappedTag<std::uint8_t, 16>;
+
+template <class D>
+inline constexpr std::uint32_t kLanes = static_cast<std::uint32_t>(hn::MaxLanes(D()));
 
 // The gray weights without their tables, exact for every colour: floor(i * weight * 256) is
 // i * 256 * K / 65536 for red and blue. No single K does it for green, whose weight is split into
@@ -58,11 +62,11 @@ HWY_INLINE V GrayOfChannels(V blue8, V green8, V red8) {
   return hn::OddEven(hn::BitCast(d, odd), hn::BitCast(d, hn::ShiftRight<8>(even)));
 }
 
+/// Converts whole vectors of pixels from `x` on and returns where it stopped.
 template <class D>
 std::uint32_t GrayFrom24Bit(D d, const std::uint8_t* source, std::uint32_t x, std::uint32_t count,
                             std::uint8_t* gray) {
-  constexpr std::uint32_t kLanes = static_cast<std::uint32_t>(hn::MaxLanes(D()));
-  for (; count - x >= kLanes; x += kLanes) {
+  for (; count - x >= kLanes<D>; x += kLanes<D>) {
     hn::Vec<D> blue, green, red;
     hn::LoadInterleaved3(d, source + std::size_t{x} * 3, blue, green, red);
     hn::StoreU(GrayOfChannels(blue, green, red), d, gray + x);
@@ -76,20 +80,144 @@ void GrayRowFrom24Bit(const std::uint8_t* source, std::uint32_t count, std::uint
   kPlainGrayKernels.row_from_24_bit(source + std::size_t{x} * 3, count - x, gray + x);
 }
 
+/// The weight sums of two vectors of 32-bit pixels.
+template <class D, class V = hn::Vec<D>>
+HWY_INLINE V WeightSumOfPixels(D d16, V first, V second) {
+  const V blue_green = hn::ConcatEven(d16, second, first);
+  const V red_alpha = hn::ConcatOdd(d16, second, first);
+  return WeightSum(hn::ShiftLeft<8>(red_alpha), hn::ShiftRight<8>(blue_green),
+                   hn::ShiftLeft<8>(blue_green));
+}
+
+template <class D>
+std::uint32_t GrayFrom32Bit(D d, const std::uint8_t* source, std::uint32_t x, std::uint32_t count,
+                            std::uint8_t* gray) {
+  const hn::RepartitionToWide<D> d16;
+  for (; count - x >= kLanes<D>; x += kLanes<D>) {
+    const std::uint8_t* pixels = source + std::size_t{x} * 4;
+    const auto first = hn::BitCast(d16, hn::LoadU(d, pixels));
+    const auto second = hn::BitCast(d16, hn::LoadU(d, pixels + kLanes<D>));
+    const auto third = hn::BitCast(d16, hn::LoadU(d, pixels + 2 * kLanes<D>));
+    const auto fourth = hn::BitCast(d16, hn::LoadU(d, pixels + 3 * kLanes<D>));
+    const auto low = WeightSumOfPixels(d16, first, second);
+    const auto high = WeightSumOfPixels(d16, third, fourth);
+    hn::StoreU(hn::ConcatOdd(d, hn::BitCast(d, high), hn::BitCast(d, low)), d, gray + x);
+  }
+  return x;
+}
+
+void GrayRowFrom32Bit(const std::uint8_t* source, std::uint32_t count, std::uint8_t* gray) {
+  std::uint32_t x = GrayFrom32Bit(Bytes(), source, 0, count, gray);
+  x = GrayFrom32Bit(SixteenBytes(), source, x, count, gray);
+  kPlainGrayKernels.row_from_32_bit(source + std::size_t{x} * 4, count - x, gray + x);
+}
+
+/// A row through a table of 256 bytes that lies in registers, 16 entries each. An index that lost
+/// k * 16 selects from the k-th part until it turns negative; the parts hold differences, so that
+/// the exclusive or of all parts up to the right one is the entry.
+class RegisterTable {
+ public:
+  using V = hn::Vec<Bytes>;
+
+  explicit RegisterTable(const GrayLookup& lookup) {
+    const Bytes d;
+    auto previous = hn::Zero(d);
+    for (int part = 0; part < 16; ++part) {
+      // Each half of the table starts anew.
+      if (part == 8) previous = hn::Zero(d);
+      const auto entries = hn::LoadDup128(d, lookup.data() + part * 16);
+      hn::StoreU(hn::Xor(entries, previous), d, differences_ + part * kLanes<Bytes>);
+      previous = entries;
+    }
+  }
+
+  HWY_INLINE V Lookup(V index) const {
+    const Bytes d;
+    const hn::RebindToSigned<Bytes> d_signed;
+    const auto upper_bit = hn::Set(d, std::uint8_t{0x80});
+    const V low = LookupHalf(index, differences_);
+    const V high = LookupHalf(hn::Xor(index, upper_bit), differences_ + 8 * kLanes<Bytes>);
+    const auto is_high =
+        hn::MaskFromVec(hn::BitCast(d, hn::BroadcastSignBit(hn::BitCast(d_signed, index))));
+    return hn::IfThenElse(is_high, high, low);
+  }
+
+ private:
+  HWY_INLINE V LookupHalf(V index, const std::uint8_t* differences) const {
+    const Bytes d;
+    const auto sixteen = hn::Set(d, std::uint8_t{16});
+    V result = hn::TableLookupBytesOr0(hn::LoadU(d, differences), index);
+    for (std::uint32_t part = 1; part < 8; ++part) {
+      index = hn::Sub(index, sixteen);
+      result = hn::Xor(
+          result, hn::TableLookupBytesOr0(hn::LoadU(d, differences + part * kLanes<Bytes>), index));
+    }
+    return result;
+  }
+
+  std::uint8_t differences_[16 * kLanes<Bytes>];
+};
+
+void GrayRowFrom8Bit(const std::uint8_t* source, std::uint32_t count, const GrayLookup& lookup,
+                     std::uint8_t* gray) {
+  const Bytes d;
+  std::uint32_t x = 0;
+  const RegisterTable table(lookup);
+  for (; count - x >= kLanes<Bytes>; x += kLanes<Bytes>) {
+    hn::StoreU(table.Lookup(hn::LoadU(d, source + x)), d, gray + x);
+  }
+  kPlainGrayKernels.row_from_8_bit(source + x, count - x, lookup, gray + x);
+}
+
+constexpr std::uint64_t kPairs = 256 * 256;
+
+HWY_INLINE std::uint64_t LoadEight(const std::uint8_t* from) {
+  std::uint64_t eight;
+  __builtin_memcpy(&eight, from, 8);
+  return eight;
+}
+void CountLevels(const std::uint8_t* values, std::uint64_t count, Histogram& histogram) {
+  const Block<std::uint32_t> pairs = AllocateZeroed<std::uint32_t>(kPairs);
+  std::uint32_t* p = pairs.get();
+  std::uint64_t i = 0;
+  for (; count - i >= 8; i += 8) {
+    const std::uint64_t eight = LoadEight(values + i);
+    if (eight == ((eight >> 8) | (eight << 56))) {
+      histogram[eight & 255] += 8;
+      continue;
+    }
+    ++p[eight & 0xFFFF];
+    ++p[eight >> 16 & 0xFFFF];
+    ++p[eight >> 32 & 0xFFFF];
+    ++p[eight >> 48];
+  }
+  for (std::uint32_t hi = 0; hi < 256; ++hi) {
+    std::uint32_t sum = 0;
+    for (std::uint32_t lo = 0; lo < 256; ++lo) {
+      const std::uint32_t n = p[hi * 256 + lo];
+      sum += n;
+      histogram[lo] += n;
+    }
+    histogram[hi] += sum;
+  }
+  kPlainGrayKernels.count_levels(values + i, count - i, histogram);
+}
+
 const GrayKernels& Kernels() {
   static const GrayKernels kernels{
       .target = hwy::TargetName(HWY_TARGET),
       .row_from_1_bit = kPlainGrayKernels.row_from_1_bit,
-      .row_from_8_bit = kPlainGrayKernels.row_from_8_bit,
+      .row_from_8_bit = GrayRowFrom8Bit,
       .row_from_24_bit = GrayRowFrom24Bit,
-      .row_from_32_bit = kPlainGrayKernels.row_from_32_bit,
-      .count_levels = kPlainGrayKernels.count_levels,
+      .row_from_32_bit = GrayRowFrom32Bit,
+      .count_levels = CountLevels,
   };
   return kernels;
 }
 
 #endif
 
+}  // namespace
 }  // namespace HWY_NAMESPACE
 }  // namespace pixtola
 HWY_AFTER_NAMESPACE();

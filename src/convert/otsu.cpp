@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "convert/conversion_arguments.h"
+#include "convert/pack_kernels.h"
 #include "format/pixel_format.h"
 
 namespace pixtola {
@@ -61,27 +62,16 @@ std::uint8_t OtsuThreshold(const Histogram* histogram) {
   return BestSeparation(*histogram, total, weighted);
 }
 
-void PackRow(std::uint8_t threshold, const std::uint8_t* gray, std::uint32_t width,
-             std::uint8_t* destination) {
-  for (std::uint64_t x = 0; x < width; x += 8) {
-    const std::uint64_t pixels = std::min<std::uint64_t>(8, width - x);
-    unsigned bits = 0;
-    for (std::uint64_t i = 0; i < pixels; ++i) {
-      if (gray[x + i] >= threshold) bits |= 0x80U >> i;
-    }
-    destination[x / 8] = static_cast<std::uint8_t>(bits);
-  }
-}
-
 int PackByThreshold(std::uint8_t threshold, const std::uint8_t* gray, std::uint32_t width,
                     std::uint32_t height, std::uint8_t* destination,
                     std::uint32_t destination_stride) {
   if (gray == nullptr || destination == nullptr || !IsValidStride(width, 1, destination_stride)) {
     return 0;
   }
+  const PackKernels& kernels = BestPackKernels();
   for (std::uint32_t y = 0; y < height; ++y) {
-    PackRow(threshold, gray + std::size_t{y} * width, width,
-            destination + std::size_t{y} * destination_stride);
+    kernels.row(threshold, gray + std::size_t{y} * width, width,
+                destination + std::size_t{y} * destination_stride);
   }
   return 1;
 }

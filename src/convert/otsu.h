@@ -18,10 +18,6 @@ int PackByThreshold(std::uint8_t threshold, const std::uint8_t* gray, std::uint3
                     std::uint32_t height, std::uint8_t* destination,
                     std::uint32_t destination_stride);
 
-/// One row of PackByThreshold.
-void PackRow(std::uint8_t threshold, const std::uint8_t* gray, std::uint32_t width,
-             std::uint8_t* destination);
-
 /// What all bilevel methods do with a 1-bit source: rows are copied as they are, whatever the
 /// method, and what the source row does not reach becomes 0.
 void CopyBilevelRows(const std::uint8_t* source, std::uint32_t height, std::uint32_t source_stride,
