@@ -103,7 +103,7 @@ int ConvertToGrayWithHistogram(const std::uint8_t* source, std::uint32_t width,
     GrayRow(kernels, source + std::size_t{y} * source_stride, width, source_bits_per_pixel, lookup,
             gray + std::size_t{y} * width);
   }
-  kernels.count_levels(gray, std::uint64_t{width} * height, *histogram);
+  kernels.count_levels(gray, width, height, width, *histogram);
   return 1;
 }
 

@@ -23,8 +23,9 @@ struct GrayKernels {
   void (*row_from_24_bit)(const std::uint8_t* source, std::uint32_t count, std::uint8_t* gray);
   void (*row_from_32_bit)(const std::uint8_t* source, std::uint32_t count, std::uint8_t* gray);
 
-  /// Counts `count` values into `histogram`, which keeps what it holds.
-  void (*count_levels)(const std::uint8_t* values, std::uint64_t count, Histogram& histogram);
+  /// Adds the values of an image of bytes to what `histogram` holds.
+  void (*count_levels)(const std::uint8_t* values, std::uint32_t width, std::uint32_t height,
+                       std::uint32_t stride, Histogram& histogram);
 };
 
 /// The definition.

@@ -112,9 +112,12 @@ void GrayRowFrom32Bit(const std::uint8_t* source, std::uint32_t count, std::uint
   kPlainGrayKernels.row_from_32_bit(source + std::size_t{x} * 4, count - x, gray + x);
 }
 
-/// A row through a table of 256 bytes that lies in registers, 16 entries each. An index that lost
-/// k * 16 selects from the k-th part until it turns negative; the parts hold differences, so that
-/// the exclusive or of all parts up to the right one is the entry.
+#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX2
+
+/// A table of 256 bytes in vectors of 16 entries. An index below 128 that has lost k * 16 selects
+/// from the k-th vector by its low four bits until it turns negative, which selects 0. The vectors
+/// hold differences to the one before, so that the exclusive or of all that were selected is the
+/// entry. Narrower vectors would gain nothing over looking up one by one.
 class RegisterTable {
  public:
   using V = hn::Vec<Bytes>;
@@ -161,46 +164,83 @@ class RegisterTable {
 void GrayRowFrom8Bit(const std::uint8_t* source, std::uint32_t count, const GrayLookup& lookup,
                      std::uint8_t* gray) {
   const Bytes d;
-  std::uint32_t x = 0;
   const RegisterTable table(lookup);
+  std::uint32_t x = 0;
   for (; count - x >= kLanes<Bytes>; x += kLanes<Bytes>) {
     hn::StoreU(table.Lookup(hn::LoadU(d, source + x)), d, gray + x);
   }
   kPlainGrayKernels.row_from_8_bit(source + x, count - x, lookup, gray + x);
 }
 
-constexpr std::uint64_t kPairs = 256 * 256;
+#else
 
-HWY_INLINE std::uint64_t LoadEight(const std::uint8_t* from) {
-  std::uint64_t eight;
-  __builtin_memcpy(&eight, from, 8);
-  return eight;
+void GrayRowFrom8Bit(const std::uint8_t* source, std::uint32_t count, const GrayLookup& lookup,
+                     std::uint8_t* gray) {
+  kPlainGrayKernels.row_from_8_bit(source, count, lookup, gray);
 }
-void CountLevels(const std::uint8_t* values, std::uint64_t count, Histogram& histogram) {
-  const Block<std::uint32_t> pairs = AllocateZeroed<std::uint32_t>(kPairs);
-  std::uint32_t* p = pairs.get();
-  std::uint64_t i = 0;
-  for (; count - i >= 8; i += 8) {
-    const std::uint64_t eight = LoadEight(values + i);
-    if (eight == ((eight >> 8) | (eight << 56))) {
-      histogram[eight & 255] += 8;
-      continue;
+
+#endif
+
+/// Counts values two at a time: one counter for each pair halves the increments.
+class PairCounter {
+ public:
+  /// `pairs` has 65536 counters of 0.
+  PairCounter(std::uint32_t* pairs, Histogram& histogram) : pairs_(pairs), histogram_(histogram) {}
+
+  void Count(const std::uint8_t* values, std::uint64_t count) {
+    std::uint64_t i = 0;
+    for (; count - i >= 8; i += 8) {
+      std::uint64_t eight;
+      hwy::CopyBytes<8>(values + i, &eight);
+      if (eight == (eight >> 8 | eight << 56)) {
+        // All the same. On flat paper the same counters would wait for one another.
+        histogram_[eight & 0xFF] += 8;
+        continue;
+      }
+      ++pairs_[eight & 0xFFFF];
+      ++pairs_[eight >> 16 & 0xFFFF];
+      ++pairs_[eight >> 32 & 0xFFFF];
+      ++pairs_[eight >> 48];
     }
-    ++p[eight & 0xFFFF];
-    ++p[eight >> 16 & 0xFFFF];
-    ++p[eight >> 32 & 0xFFFF];
-    ++p[eight >> 48];
+    for (; i < count; ++i) ++histogram_[values[i]];
   }
-  for (std::uint32_t hi = 0; hi < 256; ++hi) {
-    std::uint32_t sum = 0;
-    for (std::uint32_t lo = 0; lo < 256; ++lo) {
-      const std::uint32_t n = p[hi * 256 + lo];
-      sum += n;
-      histogram[lo] += n;
+
+  /// Adds what the pairs hold to the histogram.
+  void Fold() {
+    for (std::uint32_t first = 0; first < 256; ++first) {
+      std::uint32_t sum = 0;
+      for (std::uint32_t second = 0; second < 256; ++second) {
+        const std::uint32_t pairs = pairs_[first * 256 + second];
+        sum += pairs;
+        histogram_[second] += pairs;
+      }
+      histogram_[first] += sum;
     }
-    histogram[hi] += sum;
   }
-  kPlainGrayKernels.count_levels(values + i, count - i, histogram);
+
+ private:
+  std::uint32_t* pairs_;
+  Histogram& histogram_;
+};
+
+void CountLevels(const std::uint8_t* values, std::uint32_t width, std::uint32_t height,
+                 std::uint32_t stride, Histogram& histogram) {
+  constexpr std::uint64_t kFewestForPairs = 1 << 18;  // below, clearing and folding costs more
+  const std::uint64_t count = std::uint64_t{width} * height;
+  const Block<std::uint32_t> pairs =
+      count < kFewestForPairs ? nullptr : AllocateZeroed<std::uint32_t>(65536);
+  if (pairs == nullptr) {
+    return kPlainGrayKernels.count_levels(values, width, height, stride, histogram);
+  }
+  PairCounter counter(pairs.get(), histogram);
+  if (stride == width) {
+    counter.Count(values, count);
+  } else {
+    for (std::uint32_t y = 0; y < height; ++y) {
+      counter.Count(values + std::size_t{y} * stride, width);
+    }
+  }
+  counter.Fold();
 }
 
 const GrayKernels& Kernels() {

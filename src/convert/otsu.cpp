@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <optional>
 
 #include "convert/conversion_arguments.h"
 #include "convert/pack_kernels.h"
@@ -40,6 +41,16 @@ std::uint8_t BestSeparation(const Histogram& histogram, std::uint64_t total, dou
   return best_level;
 }
 
+void PackRows(std::uint8_t threshold, const std::uint8_t* pixels, std::uint32_t width,
+              std::uint32_t height, std::uint32_t stride, std::uint8_t* destination,
+              std::uint32_t destination_stride) {
+  const PackKernels& kernels = BestPackKernels();
+  for (std::uint32_t y = 0; y < height; ++y) {
+    kernels.row(threshold, pixels + std::size_t{y} * stride, width,
+                destination + std::size_t{y} * destination_stride);
+  }
+}
+
 }  // namespace
 
 std::uint8_t OtsuThreshold(const Histogram* histogram) {
@@ -68,11 +79,7 @@ int PackByThreshold(std::uint8_t threshold, const std::uint8_t* gray, std::uint3
   if (gray == nullptr || destination == nullptr || !IsValidStride(width, 1, destination_stride)) {
     return 0;
   }
-  const PackKernels& kernels = BestPackKernels();
-  for (std::uint32_t y = 0; y < height; ++y) {
-    kernels.row(threshold, gray + std::size_t{y} * width, width,
-                destination + std::size_t{y} * destination_stride);
-  }
+  PackRows(threshold, gray, width, height, width, destination, destination_stride);
   return 1;
 }
 
@@ -86,6 +93,52 @@ void CopyBilevelRows(const std::uint8_t* source, std::uint32_t height, std::uint
   }
 }
 
+namespace {
+
+/// The value from which on the pixels of an 8-bit source are white, if there is one: the values
+/// below are black, whatever the order of the palette's grays. Values that no pixel has count as
+/// either.
+std::optional<std::uint8_t> FirstWhiteValue(const Histogram& values, const GrayLookup& lookup,
+                                            std::uint8_t threshold) {
+  std::optional<std::uint8_t> first_white;
+  for (std::uint32_t value = 0; value < 256; ++value) {
+    if (values[value] == 0) continue;
+    const bool is_white = lookup[value] >= threshold;
+    if (!is_white && first_white) return std::nullopt;
+    if (is_white && !first_white) first_white = static_cast<std::uint8_t>(value);
+  }
+  return first_white;
+}
+
+/// An 8-bit source needs no gray image: its values are counted as they are, and as a rule one of
+/// them separates black from white.
+int BinarizeIndexed(const std::uint8_t* source, std::uint32_t width, std::uint32_t height,
+                    std::uint32_t source_stride, std::uint8_t* destination,
+                    std::uint32_t destination_stride, const Gdiplus::ColorPalette& palette) {
+  const GrayKernels& kernels = BestGrayKernels();
+  const GrayLookup lookup = MakeGrayLookup(palette);
+  Histogram values{};
+  kernels.count_levels(source, width, height, source_stride, values);
+  Histogram levels{};
+  for (std::uint32_t value = 0; value < 256; ++value) levels[lookup[value]] += values[value];
+  const std::uint8_t threshold = OtsuThreshold(&levels);
+
+  if (const auto first_white = FirstWhiteValue(values, lookup, threshold)) {
+    PackRows(*first_white, source, width, height, source_stride, destination, destination_stride);
+    return 1;
+  }
+  const Block<std::uint8_t> gray = Allocate<std::uint8_t>(width);
+  if (gray == nullptr) return 0;
+  const PackKernels& pack = BestPackKernels();
+  for (std::uint32_t y = 0; y < height; ++y) {
+    kernels.row_from_8_bit(source + std::size_t{y} * source_stride, width, lookup, gray.get());
+    pack.row(threshold, gray.get(), width, destination + std::size_t{y} * destination_stride);
+  }
+  return 1;
+}
+
+}  // namespace
+
 int BinarizeOtsu(const std::uint8_t* source, std::uint32_t width, std::uint32_t height,
                  std::uint32_t source_stride, std::uint32_t source_bits_per_pixel,
                  std::uint8_t* destination, std::uint32_t destination_stride,
@@ -97,6 +150,11 @@ int BinarizeOtsu(const std::uint8_t* source, std::uint32_t width, std::uint32_t 
   if (source_bits_per_pixel == 1) {
     CopyBilevelRows(source, height, source_stride, destination, destination_stride);
     return 1;
+  }
+  if (source_bits_per_pixel == 8) {
+    if (palette == nullptr) return 0;
+    return BinarizeIndexed(source, width, height, source_stride, destination, destination_stride,
+                           *palette);
   }
   const GrayImage gray =
       MakeGrayImage(source, width, height, source_stride, source_bits_per_pixel, palette);

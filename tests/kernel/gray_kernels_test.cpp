@@ -106,12 +106,24 @@ TEST(GrayKernels, AllColoursHaveTheGrayOfTheWeightTables) {
   }
 }
 
+struct CountedImage {
+  std::uint32_t width;
+  std::uint32_t height;
+  std::uint32_t stride;
+};
+
+// The largest ones are counted in pairs; flat stretches take a short cut.
+constexpr CountedImage kCountedImages[] = {
+    {0, 0, 0},   {1, 1, 4},      {7, 3, 8},         {8, 1, 8},         {9, 5, 12},
+    {63, 2, 63}, {129, 31, 132}, {1000, 263, 1000}, {1001, 262, 1004}, {1'000'003, 1, 1'000'003},
+};
+
 TEST(GrayKernels, LevelsAreAddedToWhatTheHistogramHolds) {
   std::mt19937 random(7);
-  // The longest ones are counted in pairs, the flat ones by a short cut.
-  for (const std::uint64_t count : {0U, 1U, 2U, 7U, 8U, 9U, 63U, 129U, 4096U, 100001U, 1000003U}) {
+  for (const auto& [width, height, stride] : kCountedImages) {
     for (const std::uint32_t levels : {1U, 2U, 256U}) {
-      GuardedBuffer values(count);
+      const std::size_t size = height == 0 ? 0 : std::size_t{height - 1} * stride + width;
+      GuardedBuffer values(size);
       for (std::uint8_t& value : values.span()) {
         value = static_cast<std::uint8_t>(255 - random() % levels);
       }
@@ -120,11 +132,14 @@ TEST(GrayKernels, LevelsAreAddedToWhatTheHistogramHolds) {
       expected[255] = 5;
       expected[0] = 0xFFFFFFFF;
       const Histogram before = expected;
-      for (std::uint64_t i = 0; i < count; ++i) ++expected[values.data()[i]];
+      for (std::uint32_t y = 0; y < height; ++y) {
+        for (std::uint32_t x = 0; x < width; ++x) ++expected[values.data()[y * stride + x]];
+      }
       for (const GrayKernels* table : Tables()) {
         Histogram counted = before;
-        table->count_levels(values.data(), count, counted);
-        ASSERT_EQ(counted, expected) << table->target << " count " << count;
+        table->count_levels(values.data(), width, height, stride, counted);
+        ASSERT_EQ(counted, expected) << table->target << " " << width << " x " << height
+                                     << " stride " << stride << " levels " << levels;
       }
     }
   }
