@@ -6,7 +6,7 @@
 #include <cstring>
 
 #include "convert/conversion_arguments.h"
-#include "convert/gray.h"
+#include "convert/gray_rows.h"
 #include "convert/otsu.h"
 
 namespace pixtola {
@@ -248,14 +248,18 @@ int BinarizeAdaptive(const std::uint8_t* source, std::uint32_t width, std::uint3
     CopyBilevelRows(source, height, source_stride, destination, destination_stride);
     return 1;
   }
-  const GrayImage gray =
-      MakeGrayImage(source, width, height, source_stride, source_bits_per_pixel, palette);
-  if (gray.pixels == nullptr) return 0;
-  const CellGrid grid = ComputeCellThresholds(gray.pixels.get(), width, height);
+  const GrayRows rows(source, width, height, source_stride, source_bits_per_pixel, palette);
+  if (!rows.IsValid()) return 0;
+  const Block<std::uint8_t> gray = Allocate<std::uint8_t>(std::uint64_t{width} * height);
+  if (gray == nullptr) return 0;
+  LevelCounter counter(std::uint64_t{width} * height);
+  rows.ConvertToGrayWithHistogram(0, height, gray.get(), counter);
+  const Histogram histogram = counter.Total();
+  const CellGrid grid = ComputeCellThresholds(gray.get(), width, height);
   if (grid.values == nullptr) return 0;
 
-  CellRowBinarizer binarizer(grid, OtsuThreshold(&gray.histogram), gray.pixels.get(), width,
-                             destination, destination_stride);
+  CellRowBinarizer binarizer(grid, OtsuThreshold(&histogram), gray.get(), width, destination,
+                             destination_stride);
   for (std::uint32_t row = 0; row < grid.rows; ++row) binarizer.Binarize(row);
   return 1;
 }

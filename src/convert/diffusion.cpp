@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "convert/conversion_arguments.h"
+#include "convert/gray_rows.h"
 #include "convert/otsu.h"
 #include "format/pixel_format.h"
 
@@ -78,11 +79,15 @@ int BinarizeDiffusion(const std::uint8_t* source, std::uint32_t width, std::uint
     CopyBilevelRows(source, height, source_stride, destination, destination_stride);
     return 1;
   }
-  const GrayImage gray =
-      MakeGrayImage(source, width, height, source_stride, source_bits_per_pixel, palette);
-  if (gray.pixels == nullptr) return 0;
-  return DiffuseErrors(FindDiffusionLevels(gray.histogram), gray.pixels.get(), width, height,
-                       destination, destination_stride);
+  const GrayRows rows(source, width, height, source_stride, source_bits_per_pixel, palette);
+  if (!rows.IsValid()) return 0;
+  const Block<std::uint8_t> gray = Allocate<std::uint8_t>(std::uint64_t{width} * height);
+  if (gray == nullptr) return 0;
+  LevelCounter counter(std::uint64_t{width} * height);
+  rows.ConvertToGrayWithHistogram(0, height, gray.get(), counter);
+  const Histogram histogram = counter.Total();
+  return DiffuseErrors(FindDiffusionLevels(histogram), gray.get(), width, height, destination,
+                       destination_stride);
 }
 
 }  // namespace pixtola

@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "convert/gray.h"
+#include "convert/gray_kernels.h"
 #include "platform.h"
 
 namespace pixtola {

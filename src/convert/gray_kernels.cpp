@@ -29,12 +29,9 @@ void GrayRowFrom32Bit(const std::uint8_t* source, std::uint32_t count, std::uint
   }
 }
 
-void CountLevels(const std::uint8_t* values, std::uint32_t width, std::uint32_t height,
-                 std::uint32_t stride, Histogram& histogram) {
-  for (std::uint32_t y = 0; y < height; ++y) {
-    const std::uint8_t* row = values + std::size_t{y} * stride;
-    for (std::uint32_t x = 0; x < width; ++x) ++histogram[row[x]];
-  }
+void CountLevels(const std::uint8_t* values, std::uint64_t count, Histogram& levels,
+                 std::uint32_t* /*pairs*/) {
+  for (std::uint64_t i = 0; i < count; ++i) ++levels[values[i]];
 }
 
 }  // namespace

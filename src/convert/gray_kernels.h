@@ -13,6 +13,8 @@ using Histogram = std::array<std::uint32_t, 256>;
 /// Gray of each value of an 8-bit pixel.
 using GrayLookup = std::array<std::uint8_t, 256>;
 
+inline constexpr std::uint32_t kPairCounters = 256 * 256;
+
 struct GrayKernels {
   const char* target;  ///< the instruction set; "plain" for the definition
 
@@ -23,9 +25,11 @@ struct GrayKernels {
   void (*row_from_24_bit)(const std::uint8_t* source, std::uint32_t count, std::uint8_t* gray);
   void (*row_from_32_bit)(const std::uint8_t* source, std::uint32_t count, std::uint8_t* gray);
 
-  /// Adds the values of an image of bytes to what `histogram` holds.
-  void (*count_levels)(const std::uint8_t* values, std::uint32_t width, std::uint32_t height,
-                       std::uint32_t stride, Histogram& histogram);
+  /// Adds `count` values to what `levels` holds. `pairs` is null or has kPairCounters counters,
+  /// where a kernel may count values two at a time: a value followed by another one belongs to
+  /// pairs[other * 256 + value]. The definition leaves them alone.
+  void (*count_levels)(const std::uint8_t* values, std::uint64_t count, Histogram& levels,
+                       std::uint32_t* pairs);
 };
 
 /// The definition.

@@ -5,7 +5,6 @@
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
-#include "base/memory.h"
 #include "convert/gray_kernels.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -74,6 +73,49 @@ std::uint32_t GrayFrom24Bit(D d, const std::uint8_t* source, std::uint32_t x, st
   return x;
 }
 
+#if HWY_TARGET == HWY_AVX3_DL
+
+/// The weight sums of 32 pixels of 24 bits, whose blue bytes stand at every third place from
+/// `first_blue` on in two vectors: one instruction selects a whole channel.
+HWY_INLINE hn::Vec<hn::ScalableTag<std::uint16_t>> WeightSumOfTriples(hn::Vec<Bytes> bytes,
+                                                                      hn::Vec<Bytes> more_bytes,
+                                                                      hn::Vec<Bytes> first_blue) {
+  const Bytes d;
+  using V16 = hn::Vec<hn::ScalableTag<std::uint16_t>>;
+  constexpr __mmask64 kLower = 0x5555555555555555;  // the lower bytes of 16-bit lanes
+  const auto green = hn::Add(first_blue, hn::Set(d, std::uint8_t{1}));
+  const auto red = hn::Add(first_blue, hn::Set(d, std::uint8_t{2}));
+  const auto select = [&](__mmask64 lanes, hn::Vec<Bytes> places) HWY_ATTR {
+    return V16{_mm512_maskz_permutex2var_epi8(lanes, bytes.raw, places.raw, more_bytes.raw)};
+  };
+  return WeightSum(select(~kLower, red), select(kLower, green), select(~kLower, first_blue));
+}
+
+std::uint32_t GrayFrom24Bit(Bytes d, const std::uint8_t* source, std::uint32_t x,
+                            std::uint32_t count, std::uint8_t* gray) {
+  alignas(64) std::uint8_t blue_places[64];  // each for the lower and the upper byte of a lane
+  alignas(64) std::uint8_t upper_bytes[64];
+  for (std::uint32_t i = 0; i < 64; ++i) {
+    blue_places[i] = static_cast<std::uint8_t>(i / 2 * 3);
+    upper_bytes[i] = static_cast<std::uint8_t>(i * 2 + 1);
+  }
+  const auto blue = hn::Load(d, blue_places);
+  const auto blue_from_32 = hn::Add(blue, hn::Set(d, std::uint8_t{32}));
+  const auto upper = hn::Load(d, upper_bytes);
+  for (; count - x >= 64; x += 64) {
+    const std::uint8_t* pixels = source + std::size_t{x} * 3;
+    const auto first = hn::LoadU(d, pixels);
+    const auto second = hn::LoadU(d, pixels + 64);
+    const auto third = hn::LoadU(d, pixels + 128);
+    const auto low = WeightSumOfTriples(first, second, blue);
+    const auto high = WeightSumOfTriples(second, third, blue_from_32);
+    hn::StoreU(hn::Vec<Bytes>{_mm512_permutex2var_epi8(low.raw, upper.raw, high.raw)}, d, gray + x);
+  }
+  return x;
+}
+
+#endif
+
 void GrayRowFrom24Bit(const std::uint8_t* source, std::uint32_t count, std::uint8_t* gray) {
   std::uint32_t x = GrayFrom24Bit(Bytes(), source, 0, count, gray);
   x = GrayFrom24Bit(SixteenBytes(), source, x, count, gray);
@@ -112,7 +154,29 @@ void GrayRowFrom32Bit(const std::uint8_t* source, std::uint32_t count, std::uint
   kPlainGrayKernels.row_from_32_bit(source + std::size_t{x} * 4, count - x, gray + x);
 }
 
-#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX2
+#if HWY_TARGET == HWY_AVX3_DL
+
+/// A table of 256 bytes in four vectors: one instruction looks up in two of them.
+class RegisterTable {
+ public:
+  using V = hn::Vec<Bytes>;
+
+  explicit RegisterTable(const GrayLookup& lookup) {
+    const Bytes d;
+    for (int part = 0; part < 4; ++part) parts_[part] = hn::LoadU(d, lookup.data() + part * 64);
+  }
+
+  HWY_INLINE V Lookup(V index) const {
+    const V low{_mm512_permutex2var_epi8(parts_[0].raw, index.raw, parts_[1].raw)};
+    const V high{_mm512_permutex2var_epi8(parts_[2].raw, index.raw, parts_[3].raw)};
+    return V{_mm512_mask_mov_epi8(low.raw, _mm512_movepi8_mask(index.raw), high.raw)};
+  }
+
+ private:
+  V parts_[4];
+};
+
+#elif HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX2
 
 /// A table of 256 bytes in vectors of 16 entries. An index below 128 that has lost k * 16 selects
 /// from the k-th vector by its low four bits until it turns negative, which selects 0. The vectors
@@ -161,6 +225,10 @@ class RegisterTable {
   std::uint8_t differences_[16 * kLanes<Bytes>];
 };
 
+#endif
+
+#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX2
+
 void GrayRowFrom8Bit(const std::uint8_t* source, std::uint32_t count, const GrayLookup& lookup,
                      std::uint8_t* gray) {
   const Bytes d;
@@ -181,66 +249,26 @@ void GrayRowFrom8Bit(const std::uint8_t* source, std::uint32_t count, const Gray
 
 #endif
 
-/// Counts values two at a time: one counter for each pair halves the increments.
-class PairCounter {
- public:
-  /// `pairs` has 65536 counters of 0.
-  PairCounter(std::uint32_t* pairs, Histogram& histogram) : pairs_(pairs), histogram_(histogram) {}
-
-  void Count(const std::uint8_t* values, std::uint64_t count) {
-    std::uint64_t i = 0;
-    for (; count - i >= 8; i += 8) {
-      std::uint64_t eight;
-      hwy::CopyBytes<8>(values + i, &eight);
-      if (eight == (eight >> 8 | eight << 56)) {
-        // All the same. On flat paper the same counters would wait for one another.
-        histogram_[eight & 0xFF] += 8;
-        continue;
-      }
-      ++pairs_[eight & 0xFFFF];
-      ++pairs_[eight >> 16 & 0xFFFF];
-      ++pairs_[eight >> 32 & 0xFFFF];
-      ++pairs_[eight >> 48];
+/// Not in vectors, but with half the increments: one for each pair.
+void CountLevels(const std::uint8_t* values, std::uint64_t count, Histogram& levels,
+                 std::uint32_t* pairs) {
+  if (pairs == nullptr) return kPlainGrayKernels.count_levels(values, count, levels, nullptr);
+  std::uint64_t i = 0;
+  for (; count - i >= 8; i += 8) {
+    std::uint64_t eight;
+    hwy::CopyBytes<8>(values + i, &eight);
+    if (eight == (eight >> 8 | eight << 56)) {
+      // All the same. On flat paper the increments would wait for one another.
+      levels[eight & 0xFF] += 8;
+      continue;
     }
-    for (; i < count; ++i) ++histogram_[values[i]];
+    // Whichever end the bytes come from, each value of a pair is counted.
+    ++pairs[eight & 0xFFFF];
+    ++pairs[eight >> 16 & 0xFFFF];
+    ++pairs[eight >> 32 & 0xFFFF];
+    ++pairs[eight >> 48];
   }
-
-  /// Adds what the pairs hold to the histogram.
-  void Fold() {
-    for (std::uint32_t first = 0; first < 256; ++first) {
-      std::uint32_t sum = 0;
-      for (std::uint32_t second = 0; second < 256; ++second) {
-        const std::uint32_t pairs = pairs_[first * 256 + second];
-        sum += pairs;
-        histogram_[second] += pairs;
-      }
-      histogram_[first] += sum;
-    }
-  }
-
- private:
-  std::uint32_t* pairs_;
-  Histogram& histogram_;
-};
-
-void CountLevels(const std::uint8_t* values, std::uint32_t width, std::uint32_t height,
-                 std::uint32_t stride, Histogram& histogram) {
-  constexpr std::uint64_t kFewestForPairs = 1 << 18;  // below, clearing and folding costs more
-  const std::uint64_t count = std::uint64_t{width} * height;
-  const Block<std::uint32_t> pairs =
-      count < kFewestForPairs ? nullptr : AllocateZeroed<std::uint32_t>(65536);
-  if (pairs == nullptr) {
-    return kPlainGrayKernels.count_levels(values, width, height, stride, histogram);
-  }
-  PairCounter counter(pairs.get(), histogram);
-  if (stride == width) {
-    counter.Count(values, count);
-  } else {
-    for (std::uint32_t y = 0; y < height; ++y) {
-      counter.Count(values + std::size_t{y} * stride, width);
-    }
-  }
-  counter.Fold();
+  for (; i < count; ++i) ++levels[values[i]];
 }
 
 const GrayKernels& Kernels() {

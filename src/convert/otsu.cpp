@@ -4,7 +4,9 @@
 #include <cstring>
 #include <optional>
 
+#include "base/memory.h"
 #include "convert/conversion_arguments.h"
+#include "convert/gray_rows.h"
 #include "convert/pack_kernels.h"
 #include "format/pixel_format.h"
 
@@ -41,16 +43,6 @@ std::uint8_t BestSeparation(const Histogram& histogram, std::uint64_t total, dou
   return best_level;
 }
 
-void PackRows(std::uint8_t threshold, const std::uint8_t* pixels, std::uint32_t width,
-              std::uint32_t height, std::uint32_t stride, std::uint8_t* destination,
-              std::uint32_t destination_stride) {
-  const PackKernels& kernels = BestPackKernels();
-  for (std::uint32_t y = 0; y < height; ++y) {
-    kernels.row(threshold, pixels + std::size_t{y} * stride, width,
-                destination + std::size_t{y} * destination_stride);
-  }
-}
-
 }  // namespace
 
 std::uint8_t OtsuThreshold(const Histogram* histogram) {
@@ -79,7 +71,11 @@ int PackByThreshold(std::uint8_t threshold, const std::uint8_t* gray, std::uint3
   if (gray == nullptr || destination == nullptr || !IsValidStride(width, 1, destination_stride)) {
     return 0;
   }
-  PackRows(threshold, gray, width, height, width, destination, destination_stride);
+  const PackKernels& kernels = BestPackKernels();
+  for (std::uint32_t y = 0; y < height; ++y) {
+    kernels.row(threshold, gray + std::size_t{y} * width, width,
+                destination + std::size_t{y} * destination_stride);
+  }
   return 1;
 }
 
@@ -93,52 +89,6 @@ void CopyBilevelRows(const std::uint8_t* source, std::uint32_t height, std::uint
   }
 }
 
-namespace {
-
-/// The value from which on the pixels of an 8-bit source are white, if there is one: the values
-/// below are black, whatever the order of the palette's grays. Values that no pixel has count as
-/// either.
-std::optional<std::uint8_t> FirstWhiteValue(const Histogram& values, const GrayLookup& lookup,
-                                            std::uint8_t threshold) {
-  std::optional<std::uint8_t> first_white;
-  for (std::uint32_t value = 0; value < 256; ++value) {
-    if (values[value] == 0) continue;
-    const bool is_white = lookup[value] >= threshold;
-    if (!is_white && first_white) return std::nullopt;
-    if (is_white && !first_white) first_white = static_cast<std::uint8_t>(value);
-  }
-  return first_white;
-}
-
-/// An 8-bit source needs no gray image: its values are counted as they are, and as a rule one of
-/// them separates black from white.
-int BinarizeIndexed(const std::uint8_t* source, std::uint32_t width, std::uint32_t height,
-                    std::uint32_t source_stride, std::uint8_t* destination,
-                    std::uint32_t destination_stride, const Gdiplus::ColorPalette& palette) {
-  const GrayKernels& kernels = BestGrayKernels();
-  const GrayLookup lookup = MakeGrayLookup(palette);
-  Histogram values{};
-  kernels.count_levels(source, width, height, source_stride, values);
-  Histogram levels{};
-  for (std::uint32_t value = 0; value < 256; ++value) levels[lookup[value]] += values[value];
-  const std::uint8_t threshold = OtsuThreshold(&levels);
-
-  if (const auto first_white = FirstWhiteValue(values, lookup, threshold)) {
-    PackRows(*first_white, source, width, height, source_stride, destination, destination_stride);
-    return 1;
-  }
-  const Block<std::uint8_t> gray = Allocate<std::uint8_t>(width);
-  if (gray == nullptr) return 0;
-  const PackKernels& pack = BestPackKernels();
-  for (std::uint32_t y = 0; y < height; ++y) {
-    kernels.row_from_8_bit(source + std::size_t{y} * source_stride, width, lookup, gray.get());
-    pack.row(threshold, gray.get(), width, destination + std::size_t{y} * destination_stride);
-  }
-  return 1;
-}
-
-}  // namespace
-
 int BinarizeOtsu(const std::uint8_t* source, std::uint32_t width, std::uint32_t height,
                  std::uint32_t source_stride, std::uint32_t source_bits_per_pixel,
                  std::uint8_t* destination, std::uint32_t destination_stride,
@@ -151,16 +101,26 @@ int BinarizeOtsu(const std::uint8_t* source, std::uint32_t width, std::uint32_t 
     CopyBilevelRows(source, height, source_stride, destination, destination_stride);
     return 1;
   }
-  if (source_bits_per_pixel == 8) {
-    if (palette == nullptr) return 0;
-    return BinarizeIndexed(source, width, height, source_stride, destination, destination_stride,
-                           *palette);
+  const GrayRows rows(source, width, height, source_stride, source_bits_per_pixel, palette);
+  if (!rows.IsValid()) return 0;
+  const Block<std::uint8_t> gray = Allocate<std::uint8_t>(width);
+  const std::optional<Histogram> levels = rows.CountLevels();
+  if (gray == nullptr || !levels) return 0;
+  const std::uint8_t threshold = OtsuThreshold(&*levels);
+  // As a rule one value divides the black pixels of an 8-bit source from the white ones, and its
+  // rows can be packed as they are.
+  const std::optional<std::uint8_t> first_white_value = rows.FirstValueFrom(threshold);
+  const PackKernels& kernels = BestPackKernels();
+  for (std::uint32_t y = 0; y < height; ++y) {
+    std::uint8_t* destination_row = destination + std::size_t{y} * destination_stride;
+    if (first_white_value) {
+      kernels.row(*first_white_value, rows.SourceRow(y), width, destination_row);
+    } else {
+      rows.ConvertRow(y, width, gray.get());
+      kernels.row(threshold, gray.get(), width, destination_row);
+    }
   }
-  const GrayImage gray =
-      MakeGrayImage(source, width, height, source_stride, source_bits_per_pixel, palette);
-  if (gray.pixels == nullptr) return 0;
-  return PackByThreshold(OtsuThreshold(&gray.histogram), gray.pixels.get(), width, height,
-                         destination, destination_stride);
+  return 1;
 }
 
 }  // namespace pixtola

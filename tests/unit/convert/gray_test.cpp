@@ -102,35 +102,5 @@ TEST(ConvertToGray, ChecksItsArguments) {
   EXPECT_EQ(destination, Bytes(16, 0xA5));
 }
 
-TEST(ConvertToGrayWithHistogram, PacksRowsAndCountsThem) {
-  const Bytes source = {0b10100000, 9, 9, 9, 0b01000000, 9, 9, 9};
-  Bytes gray(7, 0xA5);
-  Histogram histogram;
-  histogram.fill(99);
-  ASSERT_EQ(ConvertToGrayWithHistogram(source.data(), 3, 2, 4, 1, gray.data(), &histogram, nullptr),
-            1);
-  EXPECT_EQ(gray, (Bytes{255, 0, 255, 0, 255, 0, 0xA5}));
-  EXPECT_EQ(histogram[0], 3U);
-  EXPECT_EQ(histogram[255], 3U);
-  EXPECT_EQ(histogram[128], 0U);
-}
-
-TEST(ConvertToGrayWithHistogram, ChecksItsArguments) {
-  const Bytes source(12, 255);
-  Bytes gray(4);
-  Histogram histogram{};
-  EXPECT_EQ(ConvertToGrayWithHistogram(source.data(), 4, 1, 12, 24, gray.data(), nullptr, nullptr),
-            0);
-  EXPECT_EQ(ConvertToGrayWithHistogram(nullptr, 4, 1, 12, 24, gray.data(), &histogram, nullptr), 0);
-  EXPECT_EQ(ConvertToGrayWithHistogram(source.data(), 4, 1, 12, 24, nullptr, &histogram, nullptr),
-            0);
-  EXPECT_EQ(
-      ConvertToGrayWithHistogram(source.data(), 0, 1, 12, 24, gray.data(), &histogram, nullptr), 0);
-  EXPECT_EQ(
-      ConvertToGrayWithHistogram(source.data(), 4, 0, 12, 24, gray.data(), &histogram, nullptr), 0);
-  EXPECT_EQ(
-      ConvertToGrayWithHistogram(source.data(), 5, 1, 12, 24, gray.data(), &histogram, nullptr), 0);
-}
-
 }  // namespace
 }  // namespace pixtola
