@@ -14,17 +14,32 @@ LAYERS = [
     {"bitmap"},
     # Conversions of bitmaps stand in the room of the conversions but use the bitmap layer.
     {"transfer"},
+    # So do the operations on whole bitmaps beside their pixel algorithms.
+    {"operations"},
     {"io"},
 ]
 TRANSFER_FILES = {"convert/bitmap_transfer.cpp"}
+# What these begin with stands in the room of the processing but is pixel algorithms, like "convert".
+PIXEL_PROCESSING = (
+    "process/color_model",
+    "process/convolution",
+    "process/recolor",
+    "process/sharpen",
+    "process/white_balance_bytes",
+    "process/white_balance_kernels",
+)
 PLATFORM_DOORS = {"platform.h", "Pixtola.h"}
-LIBRARIES = {"tiffio.h"}
+LIBRARIES = {"hwy/foreach_target.h", "hwy/highway.h", "tiffio.h"}
 
 SOURCE = None  # the folder src, set from the command line
 
 
 def layer_of(name):
-    folder = "transfer" if name in TRANSFER_FILES else name.split("/")[0]
+    folder = name.split("/")[0]
+    if name in TRANSFER_FILES:
+        folder = "transfer"
+    elif folder == "process":
+        folder = "convert" if name.startswith(PIXEL_PROCESSING) else "operations"
     for rank, folders in enumerate(LAYERS):
         if folder in folders:
             return rank
