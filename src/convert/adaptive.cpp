@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <cstring>
 
+#include "convert/adaptive_bands.h"
 #include "convert/conversion_arguments.h"
 #include "convert/gray_rows.h"
 #include "convert/otsu.h"
@@ -13,16 +13,8 @@ namespace pixtola {
 
 namespace {
 
-constexpr std::uint32_t kWindowSize = 128;
-constexpr std::uint32_t kWindowSamples = kWindowSize * kWindowSize;
 /// The window's deviation is measured anew after this many cells, across and down.
 constexpr std::uint32_t kWindowRefreshPeriod = 8;
-constexpr std::uint32_t kNeighbourhoodRadius = 5;
-
-struct Statistics {
-  std::uint8_t mean;
-  double deviation;
-};
 
 /// The large window: 128 x 128 samples from an anchor on. Samples that lie past the image's end
 /// keep what the window before had there.
@@ -43,12 +35,12 @@ class LargeWindow {
       for (std::uint64_t i = 0; i < count; ++i) sum += samples[i];
     }
     const auto mean = static_cast<std::uint8_t>(sum / kWindowSamples);
-    std::uint64_t squares = 0;
+    std::uint32_t squares = 0;
     for (const std::uint8_t sample : samples_) {
       const int difference = sample - mean;
-      squares += static_cast<std::uint64_t>(difference * difference);
+      squares += static_cast<std::uint32_t>(difference * difference);
     }
-    return {mean, std::sqrt(static_cast<double>(squares) / kWindowSamples)};
+    return {mean, Deviation<kWindowSamples>(squares)};
   }
 
  private:
@@ -80,13 +72,8 @@ class RefreshRule {
   bool due_ = true;
 };
 
-struct CellLevels {
-  Statistics statistics;
-  std::uint8_t minimum;
-};
-
-CellLevels MeasureCell(const std::uint8_t* cell, std::uint32_t width) {
-  constexpr std::uint32_t kSamples = kCellSize * kCellSize;
+/// The value of the cell whose first pixel is `cell`.
+std::uint8_t MeasureCell(const std::uint8_t* cell, std::uint32_t width, const Statistics& window) {
   std::uint32_t sum = 0;
   std::uint8_t minimum = 255;
   for (std::uint32_t y = 0; y < kCellSize; ++y) {
@@ -96,7 +83,7 @@ CellLevels MeasureCell(const std::uint8_t* cell, std::uint32_t width) {
       minimum = std::min(minimum, value);
     }
   }
-  const auto mean = static_cast<std::uint8_t>(sum / kSamples);
+  const auto mean = static_cast<std::uint8_t>(sum / kCellSamples);
   std::uint32_t squares = 0;
   for (std::uint32_t y = 0; y < kCellSize; ++y) {
     for (std::uint32_t x = 0; x < kCellSize; ++x) {
@@ -104,23 +91,7 @@ CellLevels MeasureCell(const std::uint8_t* cell, std::uint32_t width) {
       squares += static_cast<std::uint32_t>(difference * difference);
     }
   }
-  return {{mean, std::sqrt(static_cast<double>(squares) / kSamples)}, minimum};
-}
-
-/// Truncates; what is no number or beyond 32 bits gives 0. The low 8 bits are the cell's value,
-/// which is never negative.
-std::uint8_t TruncateToCellValue(double value) {
-  if (!(value < 2147483648.0)) return 0;
-  return static_cast<std::uint8_t>(static_cast<std::int32_t>(value));
-}
-
-std::uint8_t CellValue(const CellLevels& cell, const Statistics& window) {
-  const double mean = cell.statistics.mean;
-  const double minimum = cell.minimum;
-  // A flat window or a black cell divides by zero; the result is then no usable number.
-  const double k = cell.statistics.deviation / window.deviation;
-  return TruncateToCellValue(k * k * k * 0.05 * (mean - minimum) + mean * 0.6 +
-                             k * k * 0.02 * minimum + window.mean * 0.1 / mean);
+  return CellValue({mean, Deviation<kCellSamples>(squares)}, minimum, window);
 }
 
 int AbsoluteDifference(std::uint32_t a, std::uint32_t b) {
@@ -144,56 +115,17 @@ std::uint8_t NeighbourhoodAverage(const CellGrid& grid, std::uint32_t row, std::
   return static_cast<std::uint8_t>(weighted / weights);
 }
 
-/// Clears the bits of a cell's row of pixels that are darker than `first_white`.
-void ClearDarkBits(const std::uint8_t* gray, int first_white, std::uint8_t* destination) {
-  for (std::uint32_t x = 0; x < kCellSize; ++x) {
-    if (gray[x] < first_white) {
-      destination[x / 8] = static_cast<std::uint8_t>(destination[x / 8] & ~(0x80 >> (x % 8)));
+/// Clears the bits of the pixels darker than `first_white` in a block 16 pixels wide.
+void ClearDarkBits(const std::uint8_t* gray, std::size_t gray_stride, std::uint32_t rows,
+                   int first_white, std::uint8_t* destination, std::size_t destination_stride) {
+  for (std::uint32_t y = 0; y < rows; ++y) {
+    for (std::uint32_t x = 0; x < kCellSize; ++x) {
+      if (gray[y * gray_stride + x] >= first_white) continue;
+      std::uint8_t& byte = destination[y * destination_stride + x / 8];
+      byte = static_cast<std::uint8_t>(byte & ~(0x80 >> (x % 8)));
     }
   }
 }
-
-/// One row of cells, with the strip to the right of its last whole cell.
-class CellRowBinarizer {
- public:
-  CellRowBinarizer(const CellGrid& grid, std::uint8_t global_threshold, const std::uint8_t* gray,
-                   std::uint32_t width, std::uint8_t* destination, std::uint32_t destination_stride)
-      : grid_(grid),
-        global_threshold_(global_threshold),
-        gray_(gray),
-        width_(width),
-        destination_(destination),
-        destination_stride_(destination_stride) {}
-
-  void Binarize(std::uint32_t row) {
-    for (std::uint32_t column = 0; column < grid_.columns; ++column) {
-      threshold_ = CellThreshold(grid_, row, column, global_threshold_);
-      ClearBlock(row, column, kCellSize, threshold_ + 1);
-    }
-    // Kept on purpose: the strip has as many rows as columns are left over, is always 16 pixels
-    // wide (its rows run on into the next gray row), takes the last cell's threshold, and leaves
-    // pixels at the threshold white where the cells make them black.
-    ClearBlock(row, grid_.columns, width_ % kCellSize, threshold_);
-  }
-
- private:
-  void ClearBlock(std::uint32_t row, std::uint32_t column, std::uint32_t block_rows,
-                  int first_white) const {
-    for (std::uint32_t i = 0; i < block_rows; ++i) {
-      const std::size_t y = std::size_t{row} * kCellSize + i;
-      ClearDarkBits(gray_ + y * width_ + std::size_t{column} * kCellSize, first_white,
-                    destination_ + y * destination_stride_ + std::size_t{column} * 2);
-    }
-  }
-
-  const CellGrid& grid_;
-  std::uint8_t global_threshold_;
-  const std::uint8_t* gray_;
-  std::uint32_t width_;
-  std::uint8_t* destination_;
-  std::uint32_t destination_stride_;
-  std::uint8_t threshold_ = 255;  ///< of the last cell; images narrower than a cell never set it
-};
 
 }  // namespace
 
@@ -215,7 +147,7 @@ CellGrid ComputeCellThresholds(const std::uint8_t* gray, std::uint32_t width,
         window_statistics = window.Measure(anchor);
         refresh.Refreshed();
       }
-      *value++ = CellValue(MeasureCell(gray + anchor, width), window_statistics);
+      *value++ = MeasureCell(gray + anchor, width, window_statistics);
       refresh.EndCell();
     }
     refresh.EndRow();
@@ -225,14 +157,35 @@ CellGrid ComputeCellThresholds(const std::uint8_t* gray, std::uint32_t width,
 
 std::uint8_t CellThreshold(const CellGrid& grid, std::uint32_t row, std::uint32_t column,
                            std::uint8_t global_threshold) {
-  const int local = NeighbourhoodAverage(grid, row, column);
-  const int global = global_threshold;
-  if (global >= local) {
-    const int pull = static_cast<int>((global - local) * 0.75);
-    return static_cast<std::uint8_t>(pull + local < 255 ? local + pull : local);
+  return PullTowardGlobal(NeighbourhoodAverage(grid, row, column), global_threshold);
+}
+
+bool BinarizeCells(const std::uint8_t* gray, std::uint32_t width, std::uint32_t height,
+                   std::uint8_t global_threshold, std::uint8_t* destination,
+                   std::uint32_t destination_stride) {
+  const CellGrid grid = ComputeCellThresholds(gray, width, height);
+  if (grid.values == nullptr) return false;
+  std::uint8_t threshold = kThresholdWithoutCells;
+  for (std::uint32_t row = 0; row < grid.rows; ++row) {
+    const std::uint8_t* cell = gray + std::size_t{row} * kCellSize * width;
+    std::uint8_t* bits = destination + std::size_t{row} * kCellSize * destination_stride;
+    for (std::uint32_t column = 0; column < grid.columns; ++column) {
+      threshold = CellThreshold(grid, row, column, global_threshold);
+      ClearDarkBits(cell, width, kCellSize, threshold + 1, bits, destination_stride);
+      cell += kCellSize;
+      bits += kCellSize / 8;
+    }
+    BinarizeStrip(cell, width, threshold, bits, destination_stride);
   }
-  const int pull = static_cast<int>((local - global) * 0.25);
-  return static_cast<std::uint8_t>(local > pull ? local - pull : local);
+  return true;
+}
+
+void BinarizeStrip(const std::uint8_t* gray, std::uint32_t width, std::uint8_t threshold,
+                   std::uint8_t* destination, std::uint32_t destination_stride) {
+  // Kept on purpose: the strip has as many rows as columns are left over, is always 16 pixels wide
+  // (its rows run on into the next gray row), takes the last cell's threshold, and leaves pixels at
+  // the threshold white where the cells make them black.
+  ClearDarkBits(gray, width, width % kCellSize, threshold, destination, destination_stride);
 }
 
 int BinarizeAdaptive(const std::uint8_t* source, std::uint32_t width, std::uint32_t height,
@@ -255,13 +208,14 @@ int BinarizeAdaptive(const std::uint8_t* source, std::uint32_t width, std::uint3
   LevelCounter counter(std::uint64_t{width} * height);
   rows.ConvertToGrayWithHistogram(0, height, gray.get(), counter);
   const Histogram histogram = counter.Total();
-  const CellGrid grid = ComputeCellThresholds(gray.get(), width, height);
-  if (grid.values == nullptr) return 0;
-
-  CellRowBinarizer binarizer(grid, OtsuThreshold(&histogram), gray.get(), width, destination,
-                             destination_stride);
-  for (std::uint32_t row = 0; row < grid.rows; ++row) binarizer.Binarize(row);
-  return 1;
+  const std::uint8_t threshold = OtsuThreshold(&histogram);
+  const AdaptiveKernels& kernels = BestAdaptiveKernels();
+  const bool done = &kernels == &kPlainAdaptiveKernels
+                        ? BinarizeCells(gray.get(), width, height, threshold, destination,
+                                        destination_stride)
+                        : BinarizeCellsInBands(kernels, gray.get(), width, height, threshold,
+                                               destination, destination_stride);
+  return done ? 1 : 0;
 }
 
 }  // namespace pixtola

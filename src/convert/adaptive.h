@@ -5,12 +5,10 @@
 #include <cstdint>
 
 #include "base/memory.h"
+#include "convert/adaptive_kernels.h"
 #include "platform.h"
 
 namespace pixtola {
-
-/// Pixels along each side of a cell.
-inline constexpr std::uint32_t kCellSize = 16;
 
 /// One value for each whole cell of a gray image, row by row.
 struct CellGrid {
@@ -31,6 +29,20 @@ CellGrid ComputeCellThresholds(const std::uint8_t* gray, std::uint32_t width, st
 /// the whole image.
 std::uint8_t CellThreshold(const CellGrid& grid, std::uint32_t row, std::uint32_t column,
                            std::uint8_t global_threshold);
+
+/// Clears the bits of the dark pixels of a packed gray image: of all whole cells, and of the strip
+/// to the right of them. `destination` holds 255 in every byte. False when memory lacked.
+bool BinarizeCells(const std::uint8_t* gray, std::uint32_t width, std::uint32_t height,
+                   std::uint8_t global_threshold, std::uint8_t* destination,
+                   std::uint32_t destination_stride);
+
+/// The threshold of the strip where the image is too narrow for cells.
+inline constexpr std::uint8_t kThresholdWithoutCells = 255;
+
+/// Clears the bits of the dark pixels in the strip to the right of a row's last whole cell. `gray`
+/// and `destination` are where the strip starts.
+void BinarizeStrip(const std::uint8_t* gray, std::uint32_t width, std::uint8_t threshold,
+                   std::uint8_t* destination, std::uint32_t destination_stride);
 
 /// The method MethodBilevelAdaptive.
 int BinarizeAdaptive(const std::uint8_t* source, std::uint32_t width, std::uint32_t height,

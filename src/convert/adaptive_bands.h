@@ -1,0 +1,19 @@
+// The adaptive bilevel conversion of a gray image in one pass down the image, a row of cells at a
+// time, so that the pixels are still near when their bits are written.
+#ifndef PIXTOLA_CONVERT_ADAPTIVE_BANDS_H_
+#define PIXTOLA_CONVERT_ADAPTIVE_BANDS_H_
+
+#include <cstdint>
+
+#include "convert/adaptive_kernels.h"
+
+namespace pixtola {
+
+/// Does what BinarizeCells does, with `kernels`.
+bool BinarizeCellsInBands(const AdaptiveKernels& kernels, const std::uint8_t* gray,
+                          std::uint32_t width, std::uint32_t height, std::uint8_t global_threshold,
+                          std::uint8_t* destination, std::uint32_t destination_stride);
+
+}  // namespace pixtola
+
+#endif  // PIXTOLA_CONVERT_ADAPTIVE_BANDS_H_
