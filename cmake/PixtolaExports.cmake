@@ -1,14 +1,17 @@
 # What a shared library exports is a text file, one name a line.
 
 # pixtola_export_list(<target> <file>): exports exactly the names in <file> from the shared library
-# <target>. A line "C++ <pattern>" names C++ functions as a linker script does.
+# <target>. C++ functions stand there by their mangled names, or as a line "C++ <pattern>" that names
+# some of them as a linker script does. Lines that begin with # are comments.
 function(pixtola_export_list target file)
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${file})
   file(STRINGS ${file} lines)
   set(plain_names "")
   set(cxx_patterns "")
   foreach(line IN LISTS lines)
-    if(line MATCHES "^C\\+\\+ (.*)$")
+    if(line MATCHES "^#")
+      continue()
+    elseif(line MATCHES "^C\\+\\+ (.*)$")
       list(APPEND cxx_patterns ${CMAKE_MATCH_1})
     else()
       list(APPEND plain_names ${line})

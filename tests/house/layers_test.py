@@ -10,7 +10,7 @@ LAYERS = [
     {"base"},
     {"format"},
     # The pixel algorithms know nothing of bitmaps.
-    {"convert"},
+    {"convert", "transform"},
     {"bitmap"},
     # Conversions of bitmaps stand in the room of the conversions but use the bitmap layer.
     {"transfer"},
@@ -29,7 +29,7 @@ PIXEL_PROCESSING = (
     "process/white_balance_kernels",
 )
 PLATFORM_DOORS = {"platform.h", "Pixtola.h"}
-LIBRARIES = {"hwy/foreach_target.h", "hwy/highway.h", "tiffio.h"}
+LIBRARIES = {"hwy/cache_control.h", "hwy/foreach_target.h", "hwy/highway.h", "tiffio.h"}
 
 SOURCE = None  # the folder src, set from the command line
 

@@ -1,6 +1,7 @@
 """Compares the names that a built shared library exports with the list that says what it shall export.
 
-Arguments: nm, objdump, the library, the list. A line "C++ PATTERN" of the list allows C++ names.
+Arguments: nm, objdump, the library, the list. A line "C++ PATTERN" of the list allows C++ names by their
+readable form; a list without such lines has mangled ones. Lines that begin with # are comments.
 """
 
 import fnmatch
@@ -9,8 +10,8 @@ import subprocess
 import sys
 
 
-def exported_by_elf(nm, library):
-    output = subprocess.run([nm, "-D", "--defined-only", "-C", library], check=True,
+def exported_by_elf(nm, library, *options):
+    output = subprocess.run([nm, "-D", "--defined-only", *options, library], check=True,
                             capture_output=True, text=True).stdout
     return {line.split(maxsplit=2)[2] for line in output.splitlines()}
 
@@ -26,11 +27,15 @@ def exported_by_dll(objdump, library):
 def main():
     nm, objdump, library, list_path = sys.argv[1:]
     with open(list_path, encoding="utf-8") as lines:
-        wanted = [line.rstrip("\n") for line in lines]
+        wanted = [line.rstrip("\n") for line in lines if not line.startswith("#")]
     patterns = [line[4:] for line in wanted if line.startswith("C++ ")]
     names = {line for line in wanted if not line.startswith("C++ ")}
-    exported = (exported_by_dll(objdump, library) if library.lower().endswith(".dll")
-                else exported_by_elf(nm, library))
+    if library.lower().endswith(".dll"):
+        exported = exported_by_dll(objdump, library)
+    elif patterns:
+        exported = exported_by_elf(nm, library, "--demangle")
+    else:
+        exported = exported_by_elf(nm, library)
     matched = {name for name in exported
                if any(fnmatch.fnmatchcase(name, pattern) for pattern in patterns)}
     unmatched = [pattern for pattern in patterns
