@@ -26,7 +26,9 @@ PIXEL_PROCESSING = (
     "process/recolor",
     "process/sharpen",
     "process/white_balance_bytes",
+    "process/white_balance_cuts",
     "process/white_balance_kernels",
+    "process/white_balance_search",
 )
 PLATFORM_DOORS = {"platform.h", "Pixtola.h"}
 LIBRARIES = {"hwy/cache_control.h", "hwy/foreach_target.h", "hwy/highway.h", "tiffio.h"}
