@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <optional>
 
 #include "convert/adaptive_bands.h"
 #include "convert/conversion_arguments.h"
@@ -127,6 +128,18 @@ void ClearDarkBits(const std::uint8_t* gray, std::size_t gray_stride, std::uint3
   }
 }
 
+/// What is only defined on a packed gray image gets a whole one.
+bool BinarizeCellsOf(const GrayRows& rows, std::uint8_t global_threshold, std::uint8_t* destination,
+                     std::uint32_t destination_stride) {
+  const std::uint32_t width = rows.width();
+  const std::uint32_t height = rows.height();
+  const Block<std::uint8_t> gray = Allocate<std::uint8_t>(std::uint64_t{width} * height);
+  if (gray == nullptr) return false;
+  rows.Read(0, height, gray.get(), width);
+  return BinarizeCells(gray.get(), width, height, global_threshold, destination,
+                       destination_stride);
+}
+
 }  // namespace
 
 CellGrid ComputeCellThresholds(const std::uint8_t* gray, std::uint32_t width,
@@ -175,17 +188,18 @@ bool BinarizeCells(const std::uint8_t* gray, std::uint32_t width, std::uint32_t 
       cell += kCellSize;
       bits += kCellSize / 8;
     }
-    BinarizeStrip(cell, width, threshold, bits, destination_stride);
+    BinarizeStrip(cell, width, width, threshold, bits, destination_stride);
   }
   return true;
 }
 
-void BinarizeStrip(const std::uint8_t* gray, std::uint32_t width, std::uint8_t threshold,
-                   std::uint8_t* destination, std::uint32_t destination_stride) {
+void BinarizeStrip(const std::uint8_t* gray, std::size_t gray_stride, std::uint32_t width,
+                   std::uint8_t threshold, std::uint8_t* destination,
+                   std::uint32_t destination_stride) {
   // Kept on purpose: the strip has as many rows as columns are left over, is always 16 pixels wide
   // (its rows run on into the next gray row), takes the last cell's threshold, and leaves pixels at
   // the threshold white where the cells make them black.
-  ClearDarkBits(gray, width, width % kCellSize, threshold, destination, destination_stride);
+  ClearDarkBits(gray, gray_stride, width % kCellSize, threshold, destination, destination_stride);
 }
 
 int BinarizeAdaptive(const std::uint8_t* source, std::uint32_t width, std::uint32_t height,
@@ -203,18 +217,14 @@ int BinarizeAdaptive(const std::uint8_t* source, std::uint32_t width, std::uint3
   }
   const GrayRows rows(source, width, height, source_stride, source_bits_per_pixel, palette);
   if (!rows.IsValid()) return 0;
-  const Block<std::uint8_t> gray = Allocate<std::uint8_t>(std::uint64_t{width} * height);
-  if (gray == nullptr) return 0;
-  LevelCounter counter(std::uint64_t{width} * height);
-  rows.ConvertToGrayWithHistogram(0, height, gray.get(), counter);
-  const Histogram histogram = counter.Total();
-  const std::uint8_t threshold = OtsuThreshold(&histogram);
+  const std::optional<Histogram> levels = rows.CountLevels();
+  if (!levels) return 0;
+  const std::uint8_t threshold = OtsuThreshold(&*levels);
   const AdaptiveKernels& kernels = BestAdaptiveKernels();
   const bool done = &kernels == &kPlainAdaptiveKernels
-                        ? BinarizeCells(gray.get(), width, height, threshold, destination,
-                                        destination_stride)
-                        : BinarizeCellsInBands(kernels, gray.get(), width, height, threshold,
-                                               destination, destination_stride);
+                        ? BinarizeCellsOf(rows, threshold, destination, destination_stride)
+                        : BinarizeCellsInBands(kernels, rows, width, height, threshold, destination,
+                                               destination_stride);
   return done ? 1 : 0;
 }
 

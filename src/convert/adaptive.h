@@ -2,6 +2,7 @@
 #ifndef PIXTOLA_CONVERT_ADAPTIVE_H_
 #define PIXTOLA_CONVERT_ADAPTIVE_H_
 
+#include <cstddef>
 #include <cstdint>
 
 #include "base/memory.h"
@@ -40,9 +41,10 @@ bool BinarizeCells(const std::uint8_t* gray, std::uint32_t width, std::uint32_t 
 inline constexpr std::uint8_t kThresholdWithoutCells = 255;
 
 /// Clears the bits of the dark pixels in the strip to the right of a row's last whole cell. `gray`
-/// and `destination` are where the strip starts.
-void BinarizeStrip(const std::uint8_t* gray, std::uint32_t width, std::uint8_t threshold,
-                   std::uint8_t* destination, std::uint32_t destination_stride);
+/// and `destination` are where the strip starts, `width` is the image's.
+void BinarizeStrip(const std::uint8_t* gray, std::size_t gray_stride, std::uint32_t width,
+                   std::uint8_t threshold, std::uint8_t* destination,
+                   std::uint32_t destination_stride);
 
 /// The method MethodBilevelAdaptive.
 int BinarizeAdaptive(const std::uint8_t* source, std::uint32_t width, std::uint32_t height,

@@ -5,6 +5,7 @@
 #include "base/memory.h"
 #include "convert/adaptive.h"
 #include "convert/adaptive_windows.h"
+#include "convert/gray_bands.h"
 
 namespace pixtola {
 
@@ -35,12 +36,13 @@ struct LineWeights {
 
 class BandConverter {
  public:
-  BandConverter(const AdaptiveKernels& kernels, const GrayCells& image, std::uint8_t global)
+  BandConverter(const AdaptiveKernels& kernels, const GrayCells& image, GrayBands& bands,
+                std::uint8_t global)
       : kernels_(kernels),
         image_(image),
         global_(global),
         padded_columns_(std::uint64_t{image.groups} * kCellsPerGroup),
-        windows_(kernels, image),
+        windows_(kernels, image, bands),
         values_(AllocateZeroed<std::uint8_t>(kKeptValueRows * padded_columns_)),
         no_values_(AllocateZeroed<std::uint8_t>(padded_columns_)),
         sums_(AllocateZeroed<std::uint16_t>(padded_columns_ + 2 * kMargin)),
@@ -120,22 +122,24 @@ class BandConverter {
 
 }  // namespace
 
-bool BinarizeCellsInBands(const AdaptiveKernels& kernels, const std::uint8_t* gray,
+bool BinarizeCellsInBands(const AdaptiveKernels& kernels, const GrayReader& gray,
                           std::uint32_t width, std::uint32_t height, std::uint8_t global_threshold,
                           std::uint8_t* destination, std::uint32_t destination_stride) {
-  const GrayCells image(gray, width, height);
-  BandConverter converter(kernels, image, global_threshold);
-  if (!converter.has_memory()) return false;
+  const GrayCells image(width, height);
+  GrayBands bands(gray, width, height);
+  BandConverter converter(kernels, image, bands, global_threshold);
+  if (!bands.has_memory() || !converter.has_memory()) return false;
   for (std::uint32_t row = 0; row < image.rows; ++row) {
-    const std::uint8_t* band = image.Cell(row, 0);
     std::uint8_t* bits = destination + std::size_t{row} * kCellSize * destination_stride;
     std::uint8_t strip_threshold = kThresholdWithoutCells;
+    bands.LoadThrough(row);
     if (image.columns != 0) {
       const std::uint8_t* thresholds = converter.NextThresholds();
-      kernels.binarize_cells(band, width, thresholds, image.columns, bits, destination_stride);
+      kernels.binarize_cells(bands.Cell(row, 0), bands.stride(), thresholds, image.columns, bits,
+                             destination_stride);
       strip_threshold = thresholds[image.columns - 1];
     }
-    BinarizeStrip(band + std::size_t{image.columns} * kCellSize, width, strip_threshold,
+    BinarizeStrip(bands.Cell(row, image.columns), bands.stride(), width, strip_threshold,
                   bits + std::size_t{image.columns} * 2, destination_stride);
   }
   return true;

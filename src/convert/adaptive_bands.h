@@ -1,16 +1,17 @@
 // The adaptive bilevel conversion of a gray image in one pass down the image, a row of cells at a
-// time, so that the pixels are still near when their bits are written.
+// time. The gray rows are made on the way, and are still near when their bits are written.
 #ifndef PIXTOLA_CONVERT_ADAPTIVE_BANDS_H_
 #define PIXTOLA_CONVERT_ADAPTIVE_BANDS_H_
 
 #include <cstdint>
 
 #include "convert/adaptive_kernels.h"
+#include "convert/gray_reader.h"
 
 namespace pixtola {
 
-/// Does what BinarizeCells does, with `kernels`.
-bool BinarizeCellsInBands(const AdaptiveKernels& kernels, const std::uint8_t* gray,
+/// Does what BinarizeCells does, with `kernels`. Each row is read once, from the first one on.
+bool BinarizeCellsInBands(const AdaptiveKernels& kernels, const GrayReader& gray,
                           std::uint32_t width, std::uint32_t height, std::uint8_t global_threshold,
                           std::uint8_t* destination, std::uint32_t destination_stride);
 

@@ -41,20 +41,20 @@ Totals WindowSlots::LeftBelow(std::uint32_t first_row) {
   return left_;
 }
 
-Statistics WindowSlots::MeasureCut(const std::uint8_t* anchor, std::uint32_t rows) {
+Statistics WindowSlots::MeasureCut(CellPlace anchor, std::uint32_t rows) {
   CopyPending();
-  const std::uint8_t* end = image_.gray + std::size_t{image_.width} * image_.height;
+  const std::uint32_t x = anchor.column * kCellSize;
   std::uint32_t whole_rows = 0;
   std::uint32_t sum = 0;
   for (std::uint32_t row = 0; row < rows; ++row) {
-    const std::uint8_t* start = anchor + std::size_t{row} * image_.width;
-    const auto count = std::min<std::ptrdiff_t>(kWindowSize, end - start);
+    const std::uint32_t y = anchor.row * kCellSize + row;
+    const auto count = std::min<std::uint64_t>(kWindowSize, image_.PixelsFrom(y, x));
     std::uint8_t* slots = samples_.data() + std::size_t{row} * kWindowSize;
-    std::memcpy(slots, start, static_cast<std::size_t>(count));
+    std::memcpy(slots, bands_.Row(y) + x, count);
     if (count == kWindowSize) {
       ++whole_rows;
     } else {
-      for (std::ptrdiff_t x = 0; x < count; ++x) sum += slots[x];
+      for (std::uint64_t i = 0; i < count; ++i) sum += slots[i];
     }
   }
   if (whole_rows != 0) sum += Measure(0, whole_rows).sum;
@@ -63,8 +63,10 @@ Statistics WindowSlots::MeasureCut(const std::uint8_t* anchor, std::uint32_t row
 
 void WindowSlots::CopyPending() {
   for (std::uint32_t row = 0; row < pending_rows_; ++row) {
-    std::memcpy(samples_.data() + std::size_t{row} * kWindowSize,
-                pending_ + std::size_t{row} * image_.width, kWindowSize);
+    std::memcpy(
+        samples_.data() + std::size_t{row} * kWindowSize,
+        bands_.Row(pending_.row * kCellSize + row) + std::size_t{pending_.column} * kCellSize,
+        kWindowSize);
   }
   pending_rows_ = 0;
 }
@@ -79,11 +81,12 @@ Totals WindowSlots::Measure(std::uint32_t first_row, std::uint32_t rows) const {
   return GroupTotals(levels);
 }
 
-WindowRows::WindowRows(const AdaptiveKernels& kernels, const GrayCells& image)
+WindowRows::WindowRows(const AdaptiveKernels& kernels, const GrayCells& image, GrayBands& bands)
     : kernels_(kernels),
       image_(image),
+      bands_(bands),
       padded_columns_(std::uint64_t{image.groups} * kCellsPerGroup),
-      slots_(kernels, image),
+      slots_(kernels, image, bands),
       sums_(AllocateZeroed<std::uint32_t>(kWindowBands * padded_columns_)),
       squares_(AllocateZeroed<std::uint32_t>(kWindowBands * padded_columns_)),
       minima_(AllocateZeroed<std::uint8_t>(kWindowBands * padded_columns_)),
@@ -110,7 +113,7 @@ const Statistics* WindowRows::MeasureRow(std::uint32_t row) {
 void WindowRows::MeasureWindows(std::uint32_t row, std::uint32_t first_group) {
   const std::uint32_t rows = std::min(kWindowSize, image_.height - row * kCellSize);
   const std::uint32_t last_group = image_.groups - 1;
-  const std::uint8_t* last_anchor = image_.Cell(row, last_group * kCellsPerGroup);
+  const CellPlace last_anchor{row, last_group * kCellsPerGroup};
   const bool is_last_cut = !image_.Holds(last_anchor, rows, kWindowSize);
   const std::uint32_t end = is_last_cut ? last_group : image_.groups;
   if (first_group < end) {
@@ -120,7 +123,7 @@ void WindowRows::MeasureWindows(std::uint32_t row, std::uint32_t first_group) {
       slots.Add(left);
       windows_[group] = WindowStatistics(covered_[group].sum, slots);
     }
-    slots_.Take(image_.Cell(row, (end - 1) * kCellsPerGroup), rows);
+    slots_.Take({row, (end - 1) * kCellsPerGroup}, rows);
   }
   if (is_last_cut && first_group <= last_group) {
     windows_[last_group] = slots_.MeasureCut(last_anchor, rows);
@@ -135,7 +138,10 @@ CellLevels WindowRows::Levels(std::uint32_t row) const {
 void WindowRows::MeasureBand(std::uint32_t band) {
   CellLevels levels = Levels(band);
   const bool has_pixels = std::uint64_t{band} * kCellSize < image_.height;
-  if (has_pixels) MeasureCells(band, levels);
+  if (has_pixels) {
+    bands_.LoadThrough(band);
+    MeasureCells(band, levels);
+  }
   Totals* replaced = band_totals_.get() + std::uint64_t{band % kWindowBands} * image_.groups;
   for (std::uint32_t group = 0; group < image_.groups; ++group) {
     const Totals totals = has_pixels ? GroupTotals(levels) : Totals{};
@@ -149,13 +155,12 @@ void WindowRows::MeasureBand(std::uint32_t band) {
 
 void WindowRows::MeasureCells(std::uint32_t band, const CellLevels& levels) const {
   const std::uint32_t rows = std::min(kCellSize, image_.height - band * kCellSize);
-  const std::uint8_t* first = image_.Cell(band, 0);
   // As window rows do, blocks run on into the next image row to complete the last group. At the end
   // of the image there is none; the totals of the last group are not used then.
   const std::uint32_t whole_groups = image_.groups * kCellsPerGroup;
-  const bool is_whole = image_.Holds(first, rows, whole_groups * kCellSize);
-  kernels_.measure_cells(first, image_.width, rows, is_whole ? whole_groups : image_.columns,
-                         levels);
+  const bool is_whole = image_.Holds({band, 0}, rows, whole_groups * kCellSize);
+  kernels_.measure_cells(bands_.Cell(band, 0), bands_.stride(), rows,
+                         is_whole ? whole_groups : image_.columns, levels);
 }
 
 }  // namespace pixtola

@@ -8,32 +8,37 @@
 
 #include "base/memory.h"
 #include "convert/adaptive_kernels.h"
+#include "convert/gray_bands.h"
 
 namespace pixtola {
 
-/// A packed gray image and how many whole cells fit into it.
+struct CellPlace {
+  std::uint32_t row = 0;
+  std::uint32_t column = 0;
+};
+
+/// The size of a gray image and how many whole cells fit into it.
 struct GrayCells {
-  GrayCells(const std::uint8_t* gray_pixels, std::uint32_t gray_width, std::uint32_t gray_height)
-      : gray(gray_pixels),
-        width(gray_width),
+  GrayCells(std::uint32_t gray_width, std::uint32_t gray_height)
+      : width(gray_width),
         height(gray_height),
         columns(gray_width / kCellSize),
         rows(gray_height / kCellSize),
         groups((columns + kCellsPerGroup - 1) / kCellsPerGroup) {}
 
-  const std::uint8_t* Cell(std::uint32_t row, std::uint32_t column) const {
-    return gray + (std::size_t{row} * width + column) * kCellSize;
+  /// How many pixels a packed image has from pixel `x` of row `y` on; `x` may lie behind the row,
+  /// but not behind the image.
+  std::uint64_t PixelsFrom(std::uint32_t y, std::uint32_t x) const {
+    return std::uint64_t{height - y} * width - x;
   }
 
-  /// Whether a block that runs on into the next image rows at the right edge ends within the image.
-  bool Holds(const std::uint8_t* block, std::uint32_t block_rows, std::uint32_t block_width) const {
-    const std::size_t end = std::size_t{width} * height;
-    return static_cast<std::size_t>(block - gray) + std::size_t{block_rows - 1} * width +
-               block_width <=
-           end;
+  /// Whether a block of pixels that runs on into the next image rows at the right edge ends within
+  /// the image. It starts with a cell.
+  bool Holds(CellPlace place, std::uint32_t block_rows, std::uint32_t block_width) const {
+    const std::uint32_t last_row = place.row * kCellSize + block_rows - 1;
+    return PixelsFrom(last_row, place.column * kCellSize) >= block_width;
   }
 
-  const std::uint8_t* gray;
   std::uint32_t width;
   std::uint32_t height;
   std::uint32_t columns;
@@ -60,11 +65,11 @@ struct Totals {
 /// they leave behind is asked for.
 class WindowSlots {
  public:
-  WindowSlots(const AdaptiveKernels& kernels, const GrayCells& image)
-      : kernels_(kernels), image_(image) {}
+  WindowSlots(const AdaptiveKernels& kernels, const GrayCells& image, const GrayBands& bands)
+      : kernels_(kernels), image_(image), bands_(bands) {}
 
   /// A window from `anchor` on takes `rows` rows, all within the image.
-  void Take(const std::uint8_t* anchor, std::uint32_t rows) {
+  void Take(CellPlace anchor, std::uint32_t rows) {
     pending_ = anchor;
     pending_rows_ = rows;
   }
@@ -73,7 +78,7 @@ class WindowSlots {
   Totals LeftBelow(std::uint32_t first_row);
 
   /// A window takes `rows` rows, of which the last ones run on past the image's end.
-  Statistics MeasureCut(const std::uint8_t* anchor, std::uint32_t rows);
+  Statistics MeasureCut(CellPlace anchor, std::uint32_t rows);
 
  private:
   void CopyPending();
@@ -81,7 +86,8 @@ class WindowSlots {
 
   const AdaptiveKernels& kernels_;
   const GrayCells& image_;
-  const std::uint8_t* pending_ = nullptr;
+  const GrayBands& bands_;
+  CellPlace pending_;
   std::uint32_t pending_rows_ = 0;
   std::uint32_t left_from_ = kWindowSize;  ///< the row from which on `left_` are the totals
   Totals left_;
@@ -91,7 +97,7 @@ class WindowSlots {
 /// Measures the cells of an image, and the windows at every eighth cell of a row of cells.
 class WindowRows {
  public:
-  WindowRows(const AdaptiveKernels& kernels, const GrayCells& image);
+  WindowRows(const AdaptiveKernels& kernels, const GrayCells& image, GrayBands& bands);
 
   bool has_memory() const;
 
@@ -108,6 +114,7 @@ class WindowRows {
 
   const AdaptiveKernels& kernels_;
   const GrayCells& image_;
+  GrayBands& bands_;
   std::uint64_t padded_columns_;
   std::uint32_t next_band_ = 0;
   WindowSlots slots_;

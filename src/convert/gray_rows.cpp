@@ -48,6 +48,12 @@ void GrayRows::ConvertRow(std::uint32_t y, std::uint32_t count, std::uint8_t* gr
   }
 }
 
+void GrayRows::Read(std::uint32_t first_row, std::uint32_t row_count, std::uint8_t* gray,
+                    std::size_t gray_stride) const {
+  for (std::uint32_t i = 0; i < row_count; ++i)
+    ConvertRow(first_row + i, width_, gray + i * gray_stride);
+}
+
 std::optional<std::uint8_t> GrayRows::FirstValueFrom(std::uint8_t level) const {
   if (bits_per_pixel_ != 8) return std::nullopt;
   const auto is_from_level = [level](std::uint8_t gray) { return gray >= level; };

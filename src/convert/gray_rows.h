@@ -7,6 +7,7 @@
 #include <optional>
 
 #include "convert/gray_kernels.h"
+#include "convert/gray_reader.h"
 #include "convert/level_counter.h"
 #include "platform.h"
 
@@ -16,7 +17,7 @@ namespace pixtola {
 GrayLookup MakeGrayLookup(const Gdiplus::ColorPalette& palette);
 
 /// A source of 1, 8, 24 or 32 bits a pixel, seen as gray rows.
-class GrayRows {
+class GrayRows final : public GrayReader {
  public:
   /// The palette is that of an 8-bit source; null for other depths.
   GrayRows(const std::uint8_t* source, std::uint32_t width, std::uint32_t height,
@@ -36,6 +37,9 @@ class GrayRows {
   /// The gray of the first `count` pixels of row `y`, which may be more than the row's width where
   /// the source has bytes of padding for them.
   void ConvertRow(std::uint32_t y, std::uint32_t count, std::uint8_t* gray) const;
+
+  void Read(std::uint32_t first_row, std::uint32_t row_count, std::uint8_t* gray,
+            std::size_t gray_stride) const override;
 
   /// The smallest value of an 8-bit source's pixels that is `level` or lighter, if all values above
   /// it are so as well and all below it darker: what a palette in the order of its grays has.

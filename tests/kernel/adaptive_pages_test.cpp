@@ -9,8 +9,10 @@
 
 #include "convert/adaptive.h"
 #include "convert/adaptive_bands.h"
+#include "convert/gray_bands.h"
 #include "support/guarded_buffer.h"
 #include "support/kernel_targets.h"
+#include "support/packed_gray.h"
 #include "support/reference_conversion.h"
 
 namespace pixtola {
@@ -72,8 +74,8 @@ void ExpectEqualPages(std::uint32_t width, std::uint32_t height, Content content
   for (const AdaptiveKernels* table : Tables()) {
     GuardedBuffer bits(expected.size(), 0, side);
     std::fill(bits.span().begin(), bits.span().end(), std::uint8_t{255});
-    ASSERT_TRUE(
-        BinarizeCellsInBands(*table, gray.data(), width, height, global, bits.data(), stride));
+    ASSERT_TRUE(BinarizeCellsInBands(*table, test::PackedGray(gray.data(), width), width, height,
+                                     global, bits.data(), stride));
     const auto difference = std::mismatch(expected.begin(), expected.end(), bits.data());
     const auto position = static_cast<std::size_t>(difference.first - expected.begin());
     ASSERT_EQ(position, expected.size())
@@ -104,6 +106,20 @@ TEST(AdaptivePages, AreTheSameWhereTheLastWindowsAreCut) {
   for (const std::uint32_t width : {16U, 127U, 128U, 129U, 143U, 144U, 255U, 256U, 257U, 391U}) {
     for (const std::uint32_t height :
          {16U, 17U, 127U, 128U, 129U, 135U, 143U, 144U, 145U, 160U, 255U, 256U, 257U, 290U}) {
+      ExpectEqualPages(width, height, AnyContent(random), random);
+      if (HasFatalFailure()) return;
+    }
+  }
+}
+
+/// Fewer rows are kept than such a page has. In narrow ones, many of them run on behind a row.
+TEST(AdaptivePages, AreTheSameWhenHigherThanWhatIsKept) {
+  constexpr std::uint32_t kKeptRows = GrayBands::kKeptBands * kCellSize;
+  std::mt19937 random(27);
+  for (const std::uint32_t width : {1U, 15U, 16U, 17U, 31U, 33U, 112U, 127U, 129U, 145U, 250U}) {
+    for (const std::uint32_t height :
+         {kKeptRows - 1, kKeptRows, kKeptRows + 1, kKeptRows + 7, kKeptRows + 15, kKeptRows + 16,
+          kKeptRows + 17, 2 * kKeptRows, 2 * kKeptRows + 1 + Next(random) % 150}) {
       ExpectEqualPages(width, height, AnyContent(random), random);
       if (HasFatalFailure()) return;
     }

@@ -9,6 +9,8 @@
 #include <vector>
 
 #include "convert/adaptive_windows.h"
+#include "convert/gray_bands.h"
+#include "support/packed_gray.h"
 
 namespace pixtola {
 namespace {
@@ -123,8 +125,10 @@ TEST(WindowRows, KeepWhatTheWindowBeforeLeftBelowTheImage) {
     gray.insert(gray.end(), 128, 10);
     gray.insert(gray.end(), 128, 30);
   }
-  const GrayCells image(gray.data(), 256, 128);
-  WindowRows windows(kPlain, image);
+  const GrayCells image(256, 128);
+  const test::PackedGray reader(gray.data(), 256);
+  GrayBands bands(reader, 256, 128);
+  WindowRows windows(kPlain, image, bands);
   ASSERT_TRUE(windows.has_memory());
   const Statistics* row = windows.MeasureRow(0);
   ExpectWindow(row[0], 10, 0);
@@ -145,8 +149,10 @@ TEST(WindowRows, GoOnWithTheLastWindowOfTheRowAbove) {
     gray.insert(gray.end(), 128, 40);
     gray.insert(gray.end(), 16, 200);
   }
-  const GrayCells image(gray.data(), 144, 16 * 16);
-  WindowRows windows(kPlain, image);
+  const GrayCells image(144, 16 * 16);
+  const test::PackedGray reader(gray.data(), 144);
+  GrayBands bands(reader, 144, 16 * 16);
+  WindowRows windows(kPlain, image, bands);
   ASSERT_TRUE(windows.has_memory());
   for (std::uint32_t y = 0; y <= 8; ++y) {
     const Statistics* row = windows.MeasureRow(y);
