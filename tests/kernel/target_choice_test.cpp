@@ -1,48 +1,74 @@
-// Which instruction set runs is what Highway was told, and every table is one of its own.
+// Which instruction set runs, in every room that has kernels.
 #include <gtest/gtest.h>
 
 #include <set>
 #include <string>
 
+#include "convert/adaptive_kernels.h"
+#include "convert/diffusion_kernels.h"
 #include "convert/gray_kernels.h"
+#include "convert/pack_kernels.h"
+#include "process/recolor_kernels.h"
+#include "process/sharpen_kernels.h"
+#include "process/white_balance_kernels.h"
 #include "support/kernel_targets.h"
+#include "transform/rotate_flip_kernels.h"
 
 namespace pixtola {
 namespace {
 
-TEST(TargetChoice, EveryTableHasATargetOfItsOwn) {
+template <typename KernelTable, const KernelTable& kPlainTable, const KernelTable& (*kBestTable)()>
+struct Room {
+  using Table = KernelTable;
+  static const Table& Plain() { return kPlainTable; }
+  static const Table& Best() { return kBestTable(); }
+};
+
+template <typename T>
+class TargetChoice : public testing::Test {};
+
+using Rooms = testing::Types<
+    Room<AdaptiveKernels, kPlainAdaptiveKernels, BestAdaptiveKernels>,
+    Room<DiffusionKernels, kPlainDiffusionKernels, BestDiffusionKernels>,
+    Room<GrayKernels, kPlainGrayKernels, BestGrayKernels>,
+    Room<PackKernels, kPlainPackKernels, BestPackKernels>,
+    Room<RecolorKernels, kPlainRecolorKernels, BestRecolorKernels>,
+    Room<RotateFlipKernels, kPlainRotateFlipKernels, BestRotateFlipKernels>,
+    Room<SharpenKernels, kPlainSharpenKernels, BestSharpenKernels>,
+    Room<WhiteBalanceKernels, kPlainWhiteBalanceKernels, BestWhiteBalanceKernels>>;
+TYPED_TEST_SUITE(TargetChoice, Rooms);
+
+TYPED_TEST(TargetChoice, EveryTableHasATargetOfItsOwn) {
   std::set<std::string> targets;
-  std::set<const void*> functions;
-  const auto tables = test::AllKernels(kPlainGrayKernels, BestGrayKernels);
-  for (const GrayKernels* table : tables) {
-    targets.insert(table->target);
-    functions.insert(reinterpret_cast<const void*>(table->row_from_24_bit));
-  }
+  const auto tables = test::AllKernels(TypeParam::Plain(), TypeParam::Best);
+  for (const auto* table : tables) targets.insert(table->target);
   EXPECT_EQ(targets.size(), tables.size());
-  EXPECT_EQ(functions.size(), tables.size());
+  EXPECT_EQ(std::string(tables.front()->target), "plain");
 }
 
 #if PIXTOLA_WITH_HIGHWAY
 
-TEST(TargetChoice, TheForcedTargetIsTheOneThatRuns) {
+/// The definition serves where a processor has none of the instruction sets.
+std::string NameOf(std::int64_t target) {
+  return target == HWY_SCALAR ? "plain" : hwy::TargetName(target);
+}
+
+TYPED_TEST(TargetChoice, TheForcedTargetIsTheOneThatRuns) {
   for (const std::int64_t target : test::RunnableTargets()) {
     const test::ForcedTargets forced(target);
-    const std::string expected = target == HWY_SCALAR ? "plain" : hwy::TargetName(target);
-    EXPECT_EQ(BestGrayKernels().target, expected);
+    EXPECT_EQ(TypeParam::Best().target, NameOf(target));
   }
 }
 
-TEST(TargetChoice, TheBestRunnableTargetIsChosenByItself) {
+TYPED_TEST(TargetChoice, TheBestRunnableTargetIsChosenByItself) {
   // Better instruction sets have lower bits, so the first is the best.
-  const std::int64_t best = test::RunnableTargets().front();
-  const std::string expected = best == HWY_SCALAR ? "plain" : hwy::TargetName(best);
-  EXPECT_EQ(BestGrayKernels().target, expected);
+  EXPECT_EQ(TypeParam::Best().target, NameOf(test::RunnableTargets().front()));
 }
 
 #else
 
-TEST(TargetChoice, OnlyThePlainDefinitionExistsWithoutHighway) {
-  EXPECT_EQ(&BestGrayKernels(), &kPlainGrayKernels);
+TYPED_TEST(TargetChoice, OnlyThePlainDefinitionExistsWithoutHighway) {
+  EXPECT_EQ(&TypeParam::Best(), &TypeParam::Plain());
 }
 
 #endif
