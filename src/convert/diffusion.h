@@ -4,23 +4,19 @@
 
 #include <cstdint>
 
+#include "convert/diffusion_kernels.h"
 #include "convert/gray_kernels.h"
+#include "convert/gray_reader.h"
 #include "platform.h"
 
 namespace pixtola {
 
-/// The levels between which diffused values are kept, and the one from which on they are white.
-struct DiffusionLevels {
-  std::uint8_t threshold;
-  std::uint8_t low;
-  std::uint8_t high;
-};
-
 DiffusionLevels FindDiffusionLevels(const Histogram& histogram);
 
-/// Diffuses a packed gray image into 1-bit rows; all `height * destination_stride` bytes are
-/// written. Returns 1, or 0 for null pointers, too small a stride or lack of memory.
-int DiffuseErrors(const DiffusionLevels& levels, const std::uint8_t* gray, std::uint32_t width,
+/// Diffuses gray rows into 1-bit rows; all `height * destination_stride` bytes are written. Returns
+/// 1, or 0 for a null destination, too small a stride or lack of memory: the destination is then
+/// untouched.
+int DiffuseErrors(const DiffusionLevels& levels, const GrayReader& gray, std::uint32_t width,
                   std::uint32_t height, std::uint8_t* destination,
                   std::uint32_t destination_stride);
 

@@ -27,15 +27,15 @@ struct Room {
 template <typename T>
 class TargetChoice : public testing::Test {};
 
-using Rooms = testing::Types<
-    Room<AdaptiveKernels, kPlainAdaptiveKernels, BestAdaptiveKernels>,
-    Room<DiffusionKernels, kPlainDiffusionKernels, BestDiffusionKernels>,
-    Room<GrayKernels, kPlainGrayKernels, BestGrayKernels>,
-    Room<PackKernels, kPlainPackKernels, BestPackKernels>,
-    Room<RecolorKernels, kPlainRecolorKernels, BestRecolorKernels>,
-    Room<RotateFlipKernels, kPlainRotateFlipKernels, BestRotateFlipKernels>,
-    Room<SharpenKernels, kPlainSharpenKernels, BestSharpenKernels>,
-    Room<WhiteBalanceKernels, kPlainWhiteBalanceKernels, BestWhiteBalanceKernels>>;
+using Rooms =
+    testing::Types<Room<AdaptiveKernels, kPlainAdaptiveKernels, BestAdaptiveKernels>,
+                   Room<DiffusionKernels, kPlainDiffusionKernels, BestDiffusionKernels>,
+                   Room<GrayKernels, kPlainGrayKernels, BestGrayKernels>,
+                   Room<PackKernels, kPlainPackKernels, BestPackKernels>,
+                   Room<RecolorKernels, kPlainRecolorKernels, BestRecolorKernels>,
+                   Room<RotateFlipKernels, kPlainRotateFlipKernels, BestRotateFlipKernels>,
+                   Room<SharpenKernels, kPlainSharpenKernels, BestSharpenKernels>,
+                   Room<WhiteBalanceKernels, kPlainWhiteBalanceKernels, BestWhiteBalanceKernels>>;
 TYPED_TEST_SUITE(TargetChoice, Rooms);
 
 TYPED_TEST(TargetChoice, EveryTableHasATargetOfItsOwn) {

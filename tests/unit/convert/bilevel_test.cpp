@@ -8,6 +8,7 @@
 #include "convert/adaptive.h"
 #include "convert/diffusion.h"
 #include "convert/otsu.h"
+#include "support/packed_gray.h"
 #include "support/test_bitmap.h"
 
 namespace pixtola {
@@ -346,7 +347,9 @@ TEST(FindDiffusionLevels, StopsAt254BelowAnd0Above) {
 TEST(DiffuseErrors, MakesAValueEqualToTheThresholdWhite) {
   const Bytes gray = {100};
   Bytes destination(4, 0xA5);
-  ASSERT_EQ(DiffuseErrors({100, 0, 255}, gray.data(), 1, 1, destination.data(), 4), 1);
+  ASSERT_EQ(
+      DiffuseErrors({100, 0, 255}, test::PackedGray(gray.data(), 1), 1, 1, destination.data(), 4),
+      1);
   EXPECT_EQ(destination, (Bytes{0b10000000, 0, 0, 0}));
 }
 
@@ -358,7 +361,9 @@ TEST(DiffuseErrors, PassesOnBlackValuesAndWhiteDifferences) {
   //   40 + (-4 >> 2) + 92/8 = 40 - 1 + 11 = 50: black
   const Bytes gray = {90, 70, 70, 40};
   Bytes destination(4, 0xA5);
-  ASSERT_EQ(DiffuseErrors({100, 0, 255}, gray.data(), 4, 1, destination.data(), 4), 1);
+  ASSERT_EQ(
+      DiffuseErrors({100, 0, 255}, test::PackedGray(gray.data(), 4), 4, 1, destination.data(), 4),
+      1);
   EXPECT_EQ(destination, (Bytes{0b00100000, 0, 0, 0}));
 }
 
@@ -368,10 +373,14 @@ TEST(DiffuseErrors, TakesFromThePreviousRow) {
   // Row 1, x 1: 65 + 90/4 + 80/8 + 0/4 = 65 + 22 + 10 = 97 black. One more would be:
   const Bytes gray = {80, 80, 70, 65};
   Bytes destination(8, 0xA5);
-  ASSERT_EQ(DiffuseErrors({100, 0, 255}, gray.data(), 2, 2, destination.data(), 4), 1);
+  ASSERT_EQ(
+      DiffuseErrors({100, 0, 255}, test::PackedGray(gray.data(), 2), 2, 2, destination.data(), 4),
+      1);
   EXPECT_EQ(destination, (Bytes{0b01000000, 0, 0, 0, 0, 0, 0, 0}));
   const Bytes lighter = {80, 80, 70, 68};
-  ASSERT_EQ(DiffuseErrors({100, 0, 255}, lighter.data(), 2, 2, destination.data(), 4), 1);
+  ASSERT_EQ(DiffuseErrors({100, 0, 255}, test::PackedGray(lighter.data(), 2), 2, 2,
+                          destination.data(), 4),
+            1);
   EXPECT_EQ(destination, (Bytes{0b01000000, 0, 0, 0, 0b01000000, 0, 0, 0}));
 }
 
@@ -379,20 +388,25 @@ TEST(DiffuseErrors, KeepsValuesBetweenLowAndHigh) {
   // High below the threshold: nothing can become white, whatever the gray.
   const Bytes gray = {255, 255};
   Bytes destination(4, 0xA5);
-  ASSERT_EQ(DiffuseErrors({100, 0, 99}, gray.data(), 2, 1, destination.data(), 4), 1);
+  ASSERT_EQ(
+      DiffuseErrors({100, 0, 99}, test::PackedGray(gray.data(), 2), 2, 1, destination.data(), 4),
+      1);
   EXPECT_EQ(destination, Bytes(4, 0));
   // Low at the threshold: everything is.
   const Bytes dark = {0, 0};
-  ASSERT_EQ(DiffuseErrors({100, 100, 255}, dark.data(), 2, 1, destination.data(), 4), 1);
+  ASSERT_EQ(
+      DiffuseErrors({100, 100, 255}, test::PackedGray(dark.data(), 2), 2, 1, destination.data(), 4),
+      1);
   EXPECT_EQ(destination, (Bytes{0b11000000, 0, 0, 0}));
 }
 
 TEST(DiffuseErrors, ChecksItsArguments) {
   const Bytes gray(64);
   Bytes destination(8, 0xA5);
-  EXPECT_EQ(DiffuseErrors({1, 0, 255}, nullptr, 8, 1, destination.data(), 4), 0);
-  EXPECT_EQ(DiffuseErrors({1, 0, 255}, gray.data(), 8, 1, nullptr, 4), 0);
-  EXPECT_EQ(DiffuseErrors({1, 0, 255}, gray.data(), 33, 1, destination.data(), 4), 0);
+  EXPECT_EQ(DiffuseErrors({1, 0, 255}, test::PackedGray(gray.data(), 8), 8, 1, nullptr, 4), 0);
+  EXPECT_EQ(
+      DiffuseErrors({1, 0, 255}, test::PackedGray(gray.data(), 33), 33, 1, destination.data(), 4),
+      0);
   EXPECT_EQ(destination, Bytes(8, 0xA5));
 }
 
