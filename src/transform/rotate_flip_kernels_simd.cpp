@@ -54,40 +54,56 @@ HWY_INLINE hn::Vec<D> ReversePixels(D d, hn::Vec<D> v) {
   return hn::ReverseBlocks(d, in_blocks);
 }
 
-/// A row of at least one vector of pixels of 1, 2 or 4 bytes. The row to come is `next_row` bytes
-/// away from it; without a hint the processor would expect this one to go on below its beginning.
+/// A row of at least one vector of pixels of 1, 2 or 4 bytes, from its byte `i` on.
 template <std::size_t kBytes, class D>
-HWY_INLINE void MirrorLongRow(D d, const std::uint8_t* from, std::size_t size, std::uint8_t* to,
-                              std::ptrdiff_t next_row) {
-  std::size_t i = 0;
+HWY_INLINE void MirrorRowFrom(D d, const std::uint8_t* from, std::size_t size, std::uint8_t* to,
+                              std::size_t i) {
   for (; i + kSize<D> <= size; i += kSize<D>) {
-    const std::uint8_t* const pixels = from + (size - kSize<D> - i);
-    hwy::Prefetch(pixels + next_row);
-    hn::StoreU(ReversePixels<kBytes>(d, hn::LoadU(d, pixels)), d, to + i);
+    hn::StoreU(ReversePixels<kBytes>(d, hn::LoadU(d, from + (size - kSize<D> - i))), d, to + i);
   }
   if (i != size) {
     hn::StoreU(ReversePixels<kBytes>(d, hn::LoadU(d, from)), d, to + (size - kSize<D>));
   }
 }
 
-/// Bytes from the row `y` to the one to come; 0 in the last.
-HWY_INLINE std::ptrdiff_t NextRow(const BlockMove& move, std::size_t y) {
-  return y + 1 < move.height ? move.source_stride : 0;
+/// The same for rows of blocks that are larger than the cache: past it.
+template <std::size_t kBytes, class D>
+HWY_INLINE void StreamMirroredRow(D d, const std::uint8_t* from, std::size_t size,
+                                  std::uint8_t* to) {
+  const std::size_t misalignment = reinterpret_cast<std::uintptr_t>(to) % kSize<D>;
+  if (misalignment % kBytes != 0) return MirrorRowFrom<kBytes>(d, from, size, to, 0);
+  std::size_t i = 0;
+  if (misalignment != 0) {
+    hn::StoreU(ReversePixels<kBytes>(d, hn::LoadU(d, from + (size - kSize<D>))), d, to);
+    i = kSize<D> - misalignment;
+  }
+  for (; i + kSize<D> <= size; i += kSize<D>) {
+    hn::Stream(ReversePixels<kBytes>(d, hn::LoadU(d, from + (size - kSize<D> - i))), d, to + i);
+  }
+  MirrorRowFrom<kBytes>(d, from, size, to, i);
 }
+
+/// What is written to blocks of so many bytes has left the cache before anybody reads it. Without
+/// the cache in between, their lines need not be read before they are written.
+constexpr std::uint64_t kStreamedBytes = 64 << 20;
 
 template <std::size_t kBytes>
 void Mirror(const BlockMove& move) {
   const std::size_t size = move.width * kBytes;
   if (size < 16) return kPlainRotateFlipKernels.mirror[kBytes - 1](move);
+  const bool is_streamed = std::uint64_t{size} * move.height >= kStreamedBytes;
   for (std::size_t y = 0; y < move.height; ++y) {
     const std::uint8_t* const from = RowAt(move.source, move.source_stride, y);
     std::uint8_t* const to = RowAt(move.destination, move.destination_stride, y);
-    if (size >= kSize<Bytes>) {
-      MirrorLongRow<kBytes>(Bytes(), from, size, to, NextRow(move, y));
+    if (size < kSize<Bytes>) {
+      MirrorRowFrom<kBytes>(SixteenBytes(), from, size, to, 0);
+    } else if (is_streamed) {
+      StreamMirroredRow<kBytes>(Bytes(), from, size, to);
     } else {
-      MirrorLongRow<kBytes>(SixteenBytes(), from, size, to, NextRow(move, y));
+      MirrorRowFrom<kBytes>(Bytes(), from, size, to, 0);
     }
   }
+  if (is_streamed) hwy::FlushStream();
 }
 
 /// Five pixels of 3 bytes that follow a byte of the pixel before. The last byte is any.
@@ -99,7 +115,7 @@ HWY_INLINE hn::Vec<D> ReverseFivePixels(D d, hn::Vec<D> v) {
 }
 
 /// Five pixels a step. The vector has room for a byte more; what lands there is overwritten by the
-/// next step, so a pixel must be left.
+/// next step, so a pixel must be left. The row to come is `next_row` bytes away.
 HWY_INLINE void MirrorRow24(const std::uint8_t* from, std::size_t count, std::uint8_t* to,
                             std::ptrdiff_t next_row) {
   const SixteenBytes d;
@@ -118,8 +134,12 @@ HWY_INLINE void MirrorRow24(const std::uint8_t* from, std::size_t count, std::ui
 
 void Mirror24(const BlockMove& move) {
   for (std::size_t y = 0; y < move.height; ++y) {
+    // When rows come from the top, processors expect a row that is read from its end to go on below
+    // its beginning. When they come from the bottom that is right.
+    const bool is_foreseen = move.source_stride < 0 || y + 1 == move.height;
     MirrorRow24(RowAt(move.source, move.source_stride, y), move.width,
-                RowAt(move.destination, move.destination_stride, y), NextRow(move, y));
+                RowAt(move.destination, move.destination_stride, y),
+                is_foreseen ? 0 : move.source_stride);
   }
 }
 
