@@ -38,7 +38,7 @@ constexpr std::size_t kPrefetchBytes = 256;
 
 /// Rows that are made gray at once. Lanes must fill up and run empty in each piece, so the more the
 /// better, as long as the memory for them is soon had and stays in the cache.
-constexpr std::uint32_t kPieceRows = 1024;
+constexpr std::uint32_t kPieceRows = 512;
 static_assert(kPieceRows % kLanes == 0);
 
 /// The lanes: two vectors, so that one is computed while the other one waits for its last result.

@@ -171,7 +171,7 @@ TEST(DiffusionKernels, EqualThePlainOneForRowsLongerThanTheLagOfAllLanes) {
 TEST(DiffusionKernels, EqualThePlainOneWhereTheImageIsReadInSeveralPieces) {
   std::uint32_t seed = 3000;
   for (const std::uint32_t width : {5U, 64U, 301U, 513U, 640U}) {
-    for (const std::uint32_t height : {1023U, 1024U, 1025U, 1100U, 2048U, 2100U}) {
+    for (const std::uint32_t height : {511U, 512U, 513U, 600U, 1024U, 1100U}) {
       // Every other image keeps all errors, some of them the largest.
       ExpectAllTablesEqualOn(seed % 2 == 0 ? Content::kDocument : Content::kExtreme, width, height,
                              seed % 11, 0, seed);
