@@ -50,8 +50,9 @@ void GrayRows::ConvertRow(std::uint32_t y, std::uint32_t count, std::uint8_t* gr
 
 void GrayRows::Read(std::uint32_t first_row, std::uint32_t row_count, std::uint8_t* gray,
                     std::size_t gray_stride) const {
-  for (std::uint32_t i = 0; i < row_count; ++i)
+  for (std::uint32_t i = 0; i < row_count; ++i) {
     ConvertRow(first_row + i, width_, gray + i * gray_stride);
+  }
 }
 
 std::optional<std::uint8_t> GrayRows::FirstValueFrom(std::uint8_t level) const {
@@ -64,14 +65,6 @@ std::optional<std::uint8_t> GrayRows::FirstValueFrom(std::uint8_t level) const {
   return static_cast<std::uint8_t>(first - lookup_.begin());
 }
 
-void GrayRows::ConvertToGrayWithHistogram(std::uint32_t first_row, std::uint32_t row_count,
-                                          std::uint8_t* gray, LevelCounter& counter) const {
-  for (std::uint32_t i = 0; i < row_count; ++i) {
-    ConvertRow(first_row + i, width_, gray + std::size_t{i} * width_);
-  }
-  counter.Add(gray, std::uint64_t{row_count} * width_);
-}
-
 Histogram GrayRows::CountIndexedLevels() const {
   LevelCounter counter(size());
   for (std::uint32_t y = 0; y < height_; ++y) counter.Add(SourceRow(y), width_);
@@ -81,14 +74,16 @@ Histogram GrayRows::CountIndexedLevels() const {
   return levels;
 }
 
-void GrayRows::CountRow(const std::uint8_t* gray, const std::uint8_t* next_source_row,
-                        LevelCounter& counter) const {
+void GrayRows::ConvertToGrayWithHistogram(std::uint32_t y, std::uint8_t* gray,
+                                          LevelCounter& counter) const {
   constexpr std::uint32_t kPiece = 256;
   constexpr std::uint32_t kCacheLine = 64;
+  ConvertRow(y, width_, gray);
+  const std::uint8_t* next_row = SourceRow(y + 1 < height_ ? y + 1 : y);
   const std::uint32_t bytes_per_pixel = bits_per_pixel_ / 8;
   for (std::uint32_t x = 0; x < width_;) {
     const std::uint32_t count = std::min(kPiece, width_ - x);
-    const std::uint8_t* source = next_source_row + std::size_t{x} * bytes_per_pixel;
+    const std::uint8_t* source = next_row + std::size_t{x} * bytes_per_pixel;
     for (std::uint32_t i = 0; i < count * bytes_per_pixel; i += kCacheLine) {
       __builtin_prefetch(source + i);
     }
@@ -104,8 +99,7 @@ std::optional<Histogram> GrayRows::CountLevels() const {
   if (gray == nullptr) return std::nullopt;
   LevelCounter counter(size());
   for (std::uint32_t y = 0; y < height_; ++y) {
-    ConvertRow(y, width_, gray.get());
-    CountRow(gray.get(), SourceRow(y + 1 < height_ ? y + 1 : y), counter);
+    ConvertToGrayWithHistogram(y, gray.get(), counter);
   }
   return counter.Total();
 }

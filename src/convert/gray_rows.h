@@ -45,19 +45,14 @@ class GrayRows final : public GrayReader {
   /// it are so as well and all below it darker: what a palette in the order of its grays has.
   std::optional<std::uint8_t> FirstValueFrom(std::uint8_t level) const;
 
-  /// Converts rows to `row_count * width` gray values without padding, and counts them.
-  void ConvertToGrayWithHistogram(std::uint32_t first_row, std::uint32_t row_count,
-                                  std::uint8_t* gray, LevelCounter& counter) const;
-
   /// The levels of the whole source. Nothing when memory lacks.
   std::optional<Histogram> CountLevels() const;
 
  private:
   std::uint64_t size() const { return std::uint64_t{width_} * height_; }
   Histogram CountIndexedLevels() const;
-  /// Counts a row. Meanwhile the memory has time to bring the next one's source.
-  void CountRow(const std::uint8_t* gray, const std::uint8_t* next_source_row,
-                LevelCounter& counter) const;
+  /// Converts a row and counts its levels. Meanwhile the memory has time to bring the next row.
+  void ConvertToGrayWithHistogram(std::uint32_t y, std::uint8_t* gray, LevelCounter& counter) const;
 
   const std::uint8_t* source_;
   std::uint32_t width_;

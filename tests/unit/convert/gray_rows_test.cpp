@@ -6,7 +6,6 @@
 #include <random>
 #include <vector>
 
-#include "convert/level_counter.h"
 #include "support/test_bitmap.h"
 
 namespace pixtola {
@@ -15,28 +14,30 @@ namespace {
 using test_support::PaletteBlock;
 using Bytes = std::vector<std::uint8_t>;
 
-TEST(GrayRows, ConvertsToPackedRowsAndCountsThem) {
-  const Bytes source = {0b10100000, 9, 9, 9, 0b01000000, 9, 9, 9};
-  const GrayRows rows(source.data(), 3, 2, 4, 1, nullptr);
-  ASSERT_TRUE(rows.IsValid());
-  Bytes gray(7, 0xA5);
-  LevelCounter counter(6);
-  rows.ConvertToGrayWithHistogram(0, 2, gray.data(), counter);
-  EXPECT_EQ(gray, (Bytes{255, 0, 255, 0, 255, 0, 0xA5}));
-  const Histogram histogram = counter.Total();
-  EXPECT_EQ(histogram[0], 3U);
-  EXPECT_EQ(histogram[255], 3U);
-  EXPECT_EQ(histogram[128], 0U);
-}
-
-TEST(GrayRows, StartWithAnyRow) {
+TEST(GrayRows, AreReadFromAnyRowOnWithoutTheirPadding) {
   const Bytes source = {1, 2, 0, 0, 3, 4, 0, 0, 5, 6, 0, 0};
   const PaletteBlock palette(0, {0, 0, 0, 0xFFFFFFFF, 0, 0, 0xFFFF0000});
   const GrayRows rows(source.data(), 2, 3, 4, 8, palette.get());
-  Bytes gray(4);
-  LevelCounter counter(4);
-  rows.ConvertToGrayWithHistogram(1, 2, gray.data(), counter);
-  EXPECT_EQ(gray, (Bytes{254, 0, 0, 76}));
+  Bytes packed(5, 0xA5);
+  rows.Read(1, 2, packed.data(), 2);
+  EXPECT_EQ(packed, (Bytes{254, 0, 0, 76, 0xA5}));
+  Bytes apart(6, 0xA5);
+  rows.Read(1, 2, apart.data(), 3);
+  EXPECT_EQ(apart, (Bytes{254, 0, 0xA5, 0, 76, 0xA5}));
+}
+
+TEST(GrayRows, OfOneBitAreBlackAndWhite) {
+  const Bytes source = {0b10100000, 9, 9, 9, 0b01000000, 9, 9, 9};
+  const GrayRows rows(source.data(), 3, 2, 4, 1, nullptr);
+  ASSERT_TRUE(rows.IsValid());
+  Bytes gray(6);
+  rows.Read(0, 2, gray.data(), 3);
+  EXPECT_EQ(gray, (Bytes{255, 0, 255, 0, 255, 0}));
+  const auto levels = rows.CountLevels();
+  ASSERT_TRUE(levels.has_value());
+  EXPECT_EQ((*levels)[0], 3U);
+  EXPECT_EQ((*levels)[255], 3U);
+  EXPECT_EQ((*levels)[128], 0U);
 }
 
 TEST(GrayRows, NeedADepthThatConvertsAndThePaletteOfEightBits) {
