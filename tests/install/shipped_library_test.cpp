@@ -51,4 +51,34 @@ TEST(ShippedLibrary, TurnsPixelsIntoAGroup4File) {
   }
 }
 
+TEST(ShippedLibrary, WorksOnPixelsInMemory) {
+  // Two gray pixels become a column; the left one comes first when turned to the right.
+  std::uint8_t row[4] = {50, 200, 0, 0};
+  std::uint8_t column[8] = {};
+  Gdiplus::BitmapData source{2, 1, 4, PixelFormat8bppIndexed, row, 0};
+  Gdiplus::BitmapData turned{0, 2, 4, PixelFormat8bppIndexed, column, 0};
+  ASSERT_EQ(PxtRotateFlip(&source, &turned, PxtRotateClockwise), 1);
+  EXPECT_EQ(turned.Width, 1U);
+  EXPECT_EQ(turned.Height, 2U);
+  EXPECT_EQ(column[0], 50);
+  EXPECT_EQ(column[4], 200);
+
+  std::uint8_t balanced[2] = {};
+  ASSERT_EQ(PxtWhiteBalance(row, balanced, 2, PxtPixelSize8, 0), 1);
+  EXPECT_EQ(balanced[0], 0);
+  EXPECT_EQ(balanced[1], 255);
+}
+
+TEST(ShippedLibrary, ConvertsSingleColours) {
+  EXPECT_EQ(PxtGetGrayValue(255, 255, 255), 254U);
+  std::uint8_t hue = 0, saturation = 0, value = 0;
+  PxtRGBtoHSV(0, 0, 255, &hue, &saturation, &value);
+  EXPECT_EQ(hue, 170);
+  std::uint8_t red = 1, green = 1, blue = 0;
+  PxtHSVtoRGB(hue, saturation, value, &red, &green, &blue);
+  EXPECT_EQ(red, 0);
+  EXPECT_EQ(green, 0);
+  EXPECT_EQ(blue, 255);
+}
+
 }  // namespace
