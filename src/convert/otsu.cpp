@@ -110,15 +110,14 @@ int BinarizeOtsu(const std::uint8_t* source, std::uint32_t width, std::uint32_t 
   // As a rule one value divides the black pixels of an 8-bit source from the white ones, and its
   // rows can be packed as they are.
   const std::optional<std::uint8_t> first_white_value = rows.FirstValueFrom(threshold);
-  const PackKernels& kernels = BestPackKernels();
   for (std::uint32_t y = 0; y < height; ++y) {
-    std::uint8_t* destination_row = destination + std::size_t{y} * destination_stride;
-    if (first_white_value) {
-      kernels.row(*first_white_value, rows.SourceRow(y), width, destination_row);
-    } else {
+    const std::uint8_t* values = rows.SourceRow(y);
+    if (!first_white_value) {
       rows.ConvertRow(y, width, gray.get());
-      kernels.row(threshold, gray.get(), width, destination_row);
+      values = gray.get();
     }
+    PackByThreshold(first_white_value.value_or(threshold), values, width, 1,
+                    destination + std::size_t{y} * destination_stride, destination_stride);
   }
   return 1;
 }
