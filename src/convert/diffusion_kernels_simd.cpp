@@ -43,6 +43,11 @@ static_assert(kPieceRows % kLanes == 0);
 
 /// The lanes: two vectors, so that one is computed while the other one waits for its last result.
 struct Pair {
+  // Constructors that the compiler writes itself are not for this instruction set on all
+  // processors.
+  HWY_INLINE Pair() {}
+  HWY_INLINE Pair(V lower_vector, V upper_vector) : lower(lower_vector), upper(upper_vector) {}
+
   V lower, upper;
 };
 
@@ -174,6 +179,8 @@ constexpr std::uint8_t kNoFar = 128;
 
 /// What the lanes remember of the last steps, each by step modulo its length.
 struct LaneState {
+  HWY_INLINE LaneState() {}
+
   Pair quarter[2];
   Pair eighth[4];
   Pair sixteenth[4];

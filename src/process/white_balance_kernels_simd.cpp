@@ -84,12 +84,18 @@ HWY_INLINE ByteVector BitsOfLevels() {
 /// A vector of each phase.
 template <std::uint32_t kPhases>
 struct PhaseVectors {
+  // A constructor that the compiler writes itself is not for this instruction set on all
+  // processors.
+  HWY_INLINE PhaseVectors() {}
+
   ByteVector of[kPhases];
 };
 
 /// Reads bytes as the bits of a window.
 template <std::uint32_t kWindow, std::uint32_t kPhases>
 struct BitReader {
+  HWY_INLINE BitReader() {}
+
   HWY_INLINE PhaseVectors<kPhases> Next() {
     const Bytes d;
     PhaseVectors<kPhases> bits;
