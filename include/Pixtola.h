@@ -10,8 +10,9 @@
 ///
 /// 24-bit pixels are stored blue, green, red; 32-bit pixels blue, green, red, alpha. A 1-bit row
 /// has eight pixels a byte, the leftmost in the most significant bit; a set bit is white. An image
-/// takes `height * stride` bytes; the library never reads or writes outside of them. That holds for
-/// a bitmap over your own memory, too: its last row must be as long as the others.
+/// takes `height * stride` bytes; the library never reads or writes outside of them, with one
+/// exception that PxtRotateFlip tells of. That holds for a bitmap over your own memory, too: its
+/// last row must be as long as the others.
 ///
 /// At the upper height an image is a `Gdiplus::Bitmap`: GDI+'s own class on Windows, the class of
 /// the same name from <pixtola/portable/gdiplus.h> on every other system. Call
@@ -32,8 +33,9 @@
 /// Threads. Every call runs wholly on the calling thread. Any number of threads may convert
 /// distinct buffers at once; one bitmap must not be used by two threads at once.
 ///
-/// Null pointers for required arguments give 0 with nothing done. The one exception is the palette
-/// of 8-bit pixels in memory: it is missed only when pixels are converted.
+/// Null pointers for required arguments give 0 with nothing done. The exceptions are the palette of
+/// 8-bit pixels in memory, which is missed only when pixels are converted, and the out pointers of
+/// PxtRGBtoHSV and PxtHSVtoRGB, which are not tested.
 #ifndef PIXTOLA_H_
 #define PIXTOLA_H_
 
@@ -256,7 +258,8 @@ PIXTOLA_API int PxtSaveBitmapToFile(Gdiplus::Bitmap* bitmap, PxtFileType type, c
 ///                     of 4.
 ///                     Out: Width, Height and Stride of the result, which has the source's stride
 ///                     for operations 1, 2 and 4 and PxtCalcStride of its new width for quarter
-///                     turns. PixelFormat and Scan0 stay as they are. Untouched on failure.
+///                     turns; a stride beyond 2^31 - 1 gives 0. PixelFormat and Scan0 stay as they
+///                     are. Untouched on failure.
 /// @param operation    One of PxtRotateFlipOperation; any other value gives 0.
 ///
 /// A negative Stride walks upwards in memory. Sources may have one with operations 3 to 5;
@@ -275,7 +278,8 @@ PIXTOLA_API int PxtRotateFlip(const Gdiplus::BitmapData* source, Gdiplus::Bitmap
 /// @param pixel_size          PxtPixelSize1 copies the bytes. With 32 bits the fourth byte (alpha)
 ///                            is stretched like the others.
 /// @param clip_fraction       The share of the pixels, 0.01 being one per cent, that each channel
-///                            may lose at its dark end and at its bright end. Negative counts as 0.
+///                            may lose at its dark end and at its bright end. Negative values and
+///                            NaN count as 0.
 PIXTOLA_API int PxtWhiteBalance(unsigned char* source, unsigned char* destination,
                                 unsigned long byte_count, PxtPixelSize pixel_size,
                                 float clip_fraction);

@@ -126,6 +126,7 @@ bool BinarizeCellsInBands(const AdaptiveKernels& kernels, const GrayReader& gray
                           std::uint32_t width, std::uint32_t height, std::uint8_t global_threshold,
                           std::uint8_t* destination, std::uint32_t destination_stride) {
   const GrayCells image(width, height);
+  if (image.rows == 0) return true;  // there is nothing to have memory for
   GrayBands bands(gray, width, height);
   BandConverter converter(kernels, image, bands, global_threshold);
   if (!bands.has_memory() || !converter.has_memory()) return false;

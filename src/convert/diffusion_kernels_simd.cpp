@@ -41,6 +41,10 @@ constexpr std::size_t kPrefetchBytes = 256;
 constexpr std::uint32_t kPieceRows = 512;
 static_assert(kPieceRows % kLanes == 0);
 
+/// In narrower or lower images most lanes would be outside most of the time.
+constexpr std::uint32_t kFewestColumns = 40;
+constexpr std::uint32_t kFewestRows = 8;
+
 /// The lanes: two vectors, so that one is computed while the other one waits for its last result.
 struct Pair {
   // Constructors that the compiler writes itself are not for this instruction set on all
@@ -432,6 +436,10 @@ void RunBands(const DiffusionLevels& levels, DiffusionWavefront& wavefront) {
 
 int Diffuse(const DiffusionLevels& levels, const GrayReader& gray, std::uint32_t width,
             std::uint32_t height, std::uint8_t* destination, std::uint32_t destination_stride) {
+  if (width < kFewestColumns || height < kFewestRows) {
+    return kPlainDiffusionKernels.diffuse(levels, gray, width, height, destination,
+                                          destination_stride);
+  }
   if (DiffuseWithoutErrors(levels, width, height, destination, destination_stride)) return 1;
   const std::uint32_t rows_of_piece = HWY_MIN(height, kPieceRows);
   const auto pixels = Allocate<std::uint8_t>(std::uint64_t{rows_of_piece} * width);

@@ -189,6 +189,22 @@ void ExpectReferencePages(const char* target) {
   }
 }
 
+/// Rows that nobody should ask for.
+class NoRows final : public GrayReader {
+ public:
+  void Read(std::uint32_t, std::uint32_t, std::uint8_t*, std::size_t) const override {
+    ADD_FAILURE() << "rows are read";
+  }
+};
+
+TEST(AdaptivePages, WithoutARowOfCellsNeedNeitherRowsNorMemory) {
+  for (const AdaptiveKernels* table : Tables()) {
+    // So wide that memory for some rows could not be had.
+    EXPECT_TRUE(BinarizeCellsInBands(*table, NoRows(), 0xFFFFFFFF, kCellSize - 1, 128, nullptr, 0))
+        << table->target;
+  }
+}
+
 TEST(AdaptivePages, AreThoseOfTheIndependentDefinitionOnEveryTarget) {
 #if PIXTOLA_WITH_HIGHWAY
   for (const std::int64_t target : test::RunnableTargets()) {
