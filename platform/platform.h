@@ -7,6 +7,7 @@
 #include "Pixtola.h"
 #include "decode_limit.h"
 #include "image_access.h"
+#include "runtime.h"
 #include "tiff_files.h"
 
 #endif  // PIXTOLA_PLATFORM_PLATFORM_H_

@@ -15,7 +15,7 @@
 #include "codecs/codec.h"
 #include "codecs/handles.h"
 #include "decode_limit.h"
-#include "imaging/convert_row.h"
+#include "imaging/color_rows.h"
 #include "support/decode_limit_guard.h"
 #include "support/memory_sink.h"
 

@@ -9,7 +9,7 @@
 
 #include "codecs/codec.h"
 #include "codecs/resolution.h"
-#include "imaging/convert_row.h"
+#include "imaging/color_rows.h"
 
 namespace pixtola::portable {
 

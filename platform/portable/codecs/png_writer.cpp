@@ -10,7 +10,7 @@
 #include "codecs/codec.h"
 #include "codecs/handles.h"
 #include "codecs/resolution.h"
-#include "imaging/convert_row.h"
+#include "imaging/color_rows.h"
 
 namespace pixtola::portable {
 

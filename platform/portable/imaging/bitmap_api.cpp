@@ -6,7 +6,7 @@
 #include <cstring>
 
 #include "imaging/bitmap_object.h"
-#include "imaging/convert_row.h"
+#include "imaging/indexed_rows.h"
 
 namespace Gdiplus {
 
@@ -56,8 +56,9 @@ GpStatus GdipCreateBitmapFromScan0(INT width, INT height, INT stride, PixelForma
 }
 
 GpStatus GdipCloneImage(GpImage* image, GpImage** clone) {
-  if (image == nullptr || clone == nullptr) return InvalidParameter;
+  if (clone == nullptr) return InvalidParameter;
   *clone = nullptr;
+  if (image == nullptr) return InvalidParameter;
   const BitmapObject& source = BitmapObject::From(*image);
   auto copy = BitmapObject::Create(source.width(), source.height(), source.format());
   if (copy == nullptr) return OutOfMemory;

@@ -5,28 +5,16 @@
 #ifndef PIXTOLA_PORTABLE_BITMAP_OBJECT_H_
 #define PIXTOLA_PORTABLE_BITMAP_OBJECT_H_
 
-#include <array>
 #include <cstdint>
 #include <memory>
 #include <optional>
 
 #include "imaging/heap_bytes.h"
+#include "imaging/palette.h"
 #include "imaging/pixel_format.h"
 #include "pixtola/portable/gdiplus.h"
 
 namespace pixtola::portable {
-
-struct Palette {
-  UINT flags = 0;
-  UINT count = 0;  ///< 0 for formats without a palette, at most 256
-  std::array<Gdiplus::ARGB, 256> entries{};
-};
-
-/// The palette of a new bitmap in `format`; empty for formats that have none.
-Palette DefaultPalette(Gdiplus::PixelFormat format);
-
-/// An opaque gray ramp with 2^bits entries, flags PaletteFlagsGrayScale.
-Palette GrayPalette(unsigned bits);
 
 /// One lock of a rectangle, from LockBits to UnlockBits.
 struct BitmapLock {
@@ -37,6 +25,13 @@ struct BitmapLock {
   HeapBytes temporary;   ///< the rows handed out when neither the bitmap's nor the caller's
   BYTE* rows = nullptr;  ///< top row of what the caller works on
   std::ptrdiff_t stride = 0;
+
+  // The rectangle lies inside the bitmap.
+  std::uint32_t x() const { return static_cast<std::uint32_t>(rect.X); }
+  std::uint32_t y() const { return static_cast<std::uint32_t>(rect.Y); }
+  std::uint32_t width() const { return static_cast<std::uint32_t>(rect.Width); }
+  std::uint32_t height() const { return static_cast<std::uint32_t>(rect.Height); }
+  BYTE* Row(std::uint32_t i) const { return rows + stride * i; }
 };
 
 class BitmapObject final : public Gdiplus::GpBitmap {
@@ -67,7 +62,7 @@ class BitmapObject final : public Gdiplus::GpBitmap {
   std::int32_t stride() const { return stride_; }
   Gdiplus::PixelFormat format() const { return format_; }
   unsigned bits_per_pixel() const { return BitsPerPixel(format_); }
-  bool is_indexed() const { return (format_ & PixelFormatIndexed) != 0; }
+  bool is_indexed() const { return IsIndexed(format_); }
   /// Bytes of a row that hold pixels, padding excluded.
   std::size_t row_bytes() const { return (std::size_t{width_} * bits_per_pixel() + 7) / 8; }
 
@@ -90,6 +85,9 @@ class BitmapObject final : public Gdiplus::GpBitmap {
   BYTE* scan0_ = nullptr;
   HeapBytes own_rows_;  ///< empty over a caller's rows
 };
+
+/// The highest index that a pixel of an indexed bitmap has.
+unsigned HighestIndex(const BitmapObject& bitmap);
 
 }  // namespace pixtola::portable
 

@@ -5,35 +5,13 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <utility>
 
 #include "decode_limit.h"
+#include "system/descriptor.h"
 
 namespace pixtola::portable {
 
 namespace {
-
-/// A file descriptor that is closed with its scope, unless it is released before; -1 for none.
-class Descriptor {
- public:
-  explicit Descriptor(int value) : value_(value) {}
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  ~Descriptor() {
-    if (value_ >= 0) ::close(value_);
-  }
-  int value() const { return value_; }
-  int Release() { return std::exchange(value_, -1); }
-
- private:
-  int value_;
-};
-
-bool IsRegular(const Descriptor& descriptor) {
-  struct stat status {};
-  return descriptor.value() >= 0 && ::fstat(descriptor.value(), &status) == 0 &&
-         S_ISREG(status.st_mode);
-}
 
 /// Bytes read, fewer than `size` only at the file's end; negative on an error.
 ssize_t ReadFully(int descriptor, std::uint8_t* bytes, std::size_t size) {
@@ -53,12 +31,12 @@ ssize_t ReadFully(int descriptor, std::uint8_t* bytes, std::size_t size) {
 int OpenRegularFile(const char* utf8_path) {
   // Not blocking: a pipe without a writer would otherwise hold the call until one comes.
   Descriptor descriptor(::open(utf8_path, O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-  return IsRegular(descriptor) ? descriptor.Release() : -1;
+  return descriptor.IsRegularFile() ? descriptor.Release() : -1;
 }
 
 int ReplaceRegularFile(const char* utf8_path) {
   Descriptor descriptor(::open(utf8_path, O_RDWR | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0666));
-  const bool is_empty = IsRegular(descriptor) && ::ftruncate(descriptor.value(), 0) == 0;
+  const bool is_empty = descriptor.IsRegularFile() && ::ftruncate(descriptor.value(), 0) == 0;
   return is_empty ? descriptor.Release() : -1;
 }
 
@@ -84,7 +62,7 @@ FileSink::FileSink(const char* utf8_path) : path_(utf8_path) {
   is_new_ = opened >= 0;
   if (!is_new_) opened = ::open(utf8_path, kFlags, 0666);
   Descriptor descriptor(opened);
-  if (!IsRegular(descriptor)) return;
+  if (!descriptor.IsRegularFile()) return;
   file_.reset(::fdopen(descriptor.value(), "wb"));
   if (file_ != nullptr) descriptor.Release();
 }

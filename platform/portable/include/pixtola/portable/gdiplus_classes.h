@@ -59,6 +59,14 @@ class Image : public GdiplusBase {
   Status SetPalette(const ColorPalette* palette) {
     return SetStatus(DllExports::GdipSetImagePalette(nativeImage, palette));
   }
+  UINT GetFrameCount(const GUID* dimension) {
+    UINT count = 0;
+    SetStatus(DllExports::GdipImageGetFrameCount(nativeImage, dimension, &count));
+    return count;
+  }
+  Status SelectActiveFrame(const GUID* dimension, UINT index) {
+    return SetStatus(DllExports::GdipImageSelectActiveFrame(nativeImage, dimension, index));
+  }
   Status Save(const WCHAR* path, const CLSID* encoder,
               const EncoderParameters* parameters = nullptr) {
     return SetStatus(DllExports::GdipSaveImageToFile(nativeImage, path, encoder, parameters));
@@ -95,6 +103,12 @@ class Bitmap : public Image {
     GpBitmap* bitmap = nullptr;
     lastResult =
         DllExports::GdipCreateBitmapFromScan0(width, height, stride, format, scan0, &bitmap);
+    nativeImage = bitmap;
+  }
+  /// A copy of a device-independent bitmap; `palette` is not used.
+  Bitmap(HBITMAP handle, HPALETTE palette) : Image(nullptr, Ok) {
+    GpBitmap* bitmap = nullptr;
+    lastResult = DllExports::GdipCreateBitmapFromHBITMAP(handle, palette, &bitmap);
     nativeImage = bitmap;
   }
   /// A bitmap with zeroed rows of its own.

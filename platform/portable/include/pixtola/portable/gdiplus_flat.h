@@ -4,8 +4,6 @@
 
 #include "pixtola/portable/gdiplus_types.h"
 
-#define PIXTOLA_PLATFORM_API __attribute__((visibility("default")))
-
 namespace Gdiplus {
 
 /// Nothing has to be started here: both always succeed. They exist so that callers can be written
@@ -26,6 +24,10 @@ PIXTOLA_PLATFORM_API GpStatus GdipCreateBitmapFromScan0(INT width, INT height, I
                                                         PixelFormat format, BYTE* scan0,
                                                         GpBitmap** bitmap);
 PIXTOLA_PLATFORM_API GpStatus GdipCreateBitmapFromFile(const WCHAR* path, GpBitmap** bitmap);
+/// Copies the pixels of a CreateDIBSection bitmap, top row first: 32 bits a pixel become 32bppRGB,
+/// 8 and fewer keep their colour table as palette. `palette` is not used.
+PIXTOLA_PLATFORM_API GpStatus GdipCreateBitmapFromHBITMAP(HBITMAP handle, HPALETTE palette,
+                                                          GpBitmap** bitmap);
 PIXTOLA_PLATFORM_API GpStatus GdipCloneImage(GpImage* image, GpImage** clone);
 PIXTOLA_PLATFORM_API GpStatus GdipDisposeImage(GpImage* image);
 
@@ -39,6 +41,12 @@ PIXTOLA_PLATFORM_API GpStatus GdipBitmapSetResolution(GpBitmap* bitmap, REAL dpi
 PIXTOLA_PLATFORM_API GpStatus GdipGetImagePaletteSize(GpImage* image, INT* size);
 PIXTOLA_PLATFORM_API GpStatus GdipGetImagePalette(GpImage* image, ColorPalette* palette, INT size);
 PIXTOLA_PLATFORM_API GpStatus GdipSetImagePalette(GpImage* image, const ColorPalette* palette);
+
+// Frames. Bitmaps in memory have one, whichever dimension is asked for.
+PIXTOLA_PLATFORM_API GpStatus GdipImageGetFrameCount(GpImage* image, const GUID* dimension,
+                                                     UINT* count);
+PIXTOLA_PLATFORM_API GpStatus GdipImageSelectActiveFrame(GpImage* image, const GUID* dimension,
+                                                         UINT index);
 
 // Pixel access.
 PIXTOLA_PLATFORM_API GpStatus GdipBitmapLockBits(GpBitmap* bitmap, const GpRect* rect, UINT flags,

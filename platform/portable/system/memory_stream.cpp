@@ -1,0 +1,254 @@
+// IStream over growable global memory.
+
+#include <algorithm>
+#include <atomic>
+#include <cstring>
+#include <limits>
+#include <new>
+
+#include "pixtola/portable/kernel.h"
+#include "pixtola/portable/stream.h"
+#include "system/global_memory.h"
+
+namespace pixtola::portable {
+
+namespace {
+
+/// Asked of a stream to learn whether it is one of this file's; known to nobody else.
+constexpr IID kMemoryStreamId = {
+    0x9C1F2A64, 0x53D7, 0x4E0B, {0x8A, 0x1E, 0x6D, 0x20, 0xB4, 0x77, 0xC9, 0x35}};
+
+/// The block that a stream and its clones share.
+class SharedBlock {
+ public:
+  SharedBlock(HGLOBAL memory, bool frees) : memory_(memory), frees_(frees) {}
+  SharedBlock(const SharedBlock&) = delete;
+  SharedBlock& operator=(const SharedBlock&) = delete;
+
+  void AddRef() { ++references_; }
+  /// The last Release frees the record alone.
+  void Disown() { frees_ = false; }
+  void Release() {
+    if (--references_ == 0) delete this;
+  }
+
+  HGLOBAL memory() const { return memory_; }
+  std::uint64_t size() const { return GlobalSize(memory_); }
+
+  /// Growth is zero. False when there is no memory; the block is as it was then.
+  bool Resize(std::uint64_t size) {
+    if (size > std::numeric_limits<SIZE_T>::max()) return false;
+    const HGLOBAL resized =
+        GlobalReAlloc(memory_, static_cast<SIZE_T>(size), GMEM_MOVEABLE | GMEM_ZEROINIT);
+    return resized != nullptr;  // a movable block keeps its handle
+  }
+
+  /// `position + size` is within the block.
+  void CopyOut(std::uint64_t position, void* bytes, std::size_t size) {
+    std::memcpy(bytes, static_cast<BYTE*>(GlobalLock(memory_)) + position, size);
+    GlobalUnlock(memory_);
+  }
+  void CopyIn(std::uint64_t position, const void* bytes, std::size_t size) {
+    std::memcpy(static_cast<BYTE*>(GlobalLock(memory_)) + position, bytes, size);
+    GlobalUnlock(memory_);
+  }
+
+ private:
+  ~SharedBlock() {
+    if (frees_) GlobalFree(memory_);
+  }
+
+  HGLOBAL memory_;
+  bool frees_;
+  std::atomic<ULONG> references_{1};
+};
+
+class MemoryStream final : public IStream {
+ public:
+  /// Takes over one reference to `block`.
+  MemoryStream(SharedBlock* block, std::uint64_t position) : block_(block), position_(position) {}
+  MemoryStream(const MemoryStream&) = delete;
+  MemoryStream& operator=(const MemoryStream&) = delete;
+
+  HGLOBAL memory() const { return block_->memory(); }
+
+  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
+    if (object == nullptr) return E_INVALIDARG;
+    const bool is_known = iid == IID_IUnknown || iid == IID_ISequentialStream ||
+                          iid == IID_IStream || iid == kMemoryStreamId;
+    *object = is_known ? static_cast<IStream*>(this) : nullptr;
+    if (!is_known) return E_NOINTERFACE;
+    AddRef();
+    return S_OK;
+  }
+
+  ULONG STDMETHODCALLTYPE AddRef() override { return ++references_; }
+
+  ULONG STDMETHODCALLTYPE Release() override {
+    const ULONG left = --references_;
+    if (left == 0) delete this;
+    return left;
+  }
+
+  /// Fewer bytes than asked for at the end, none past it; that is no failure.
+  HRESULT STDMETHODCALLTYPE Read(void* buffer, ULONG size, ULONG* read) override {
+    if (read != nullptr) *read = 0;
+    if (buffer == nullptr) return STG_E_INVALIDPOINTER;
+    const std::uint64_t end = block_->size();
+    const std::uint64_t left = end - std::min(end, position_);
+    const auto count = static_cast<ULONG>(std::min<std::uint64_t>(left, size));
+    if (count > 0) block_->CopyOut(position_, buffer, count);
+    position_ += count;
+    if (read != nullptr) *read = count;
+    return S_OK;
+  }
+
+  HRESULT STDMETHODCALLTYPE Write(const void* buffer, ULONG size, ULONG* written) override {
+    if (written != nullptr) *written = 0;
+    if (buffer == nullptr) return STG_E_INVALIDPOINTER;
+    if (size == 0) return S_OK;
+    const std::uint64_t end = position_ + size;  // a position is below 2^63
+    if (end > block_->size() && !block_->Resize(end)) return E_OUTOFMEMORY;
+    block_->CopyIn(position_, buffer, size);
+    position_ = end;
+    if (written != nullptr) *written = size;
+    return S_OK;
+  }
+
+  /// Positions past the end are fine; before the start they are refused and nothing moves.
+  HRESULT STDMETHODCALLTYPE Seek(LARGE_INTEGER move, DWORD origin,
+                                 ULARGE_INTEGER* position) override {
+    if (position != nullptr) position->QuadPart = position_;
+    std::uint64_t start = 0;
+    switch (origin) {
+      case STREAM_SEEK_SET:
+        break;
+      case STREAM_SEEK_CUR:
+        start = position_;
+        break;
+      case STREAM_SEEK_END:
+        start = block_->size();
+        break;
+      default:
+        return STG_E_SEEKERROR;
+    }
+    std::int64_t moved = 0;
+    if (__builtin_add_overflow(static_cast<std::int64_t>(start), move.QuadPart, &moved) ||
+        moved < 0) {
+      return STG_E_SEEKERROR;
+    }
+    position_ = static_cast<std::uint64_t>(moved);
+    if (position != nullptr) position->QuadPart = position_;
+    return S_OK;
+  }
+
+  HRESULT STDMETHODCALLTYPE SetSize(ULARGE_INTEGER size) override {
+    return block_->Resize(size.QuadPart) ? S_OK : E_OUTOFMEMORY;
+  }
+
+  HRESULT STDMETHODCALLTYPE CopyTo(IStream* stream, ULARGE_INTEGER size, ULARGE_INTEGER* read,
+                                   ULARGE_INTEGER* written) override {
+    if (read != nullptr) read->QuadPart = 0;
+    if (written != nullptr) written->QuadPart = 0;
+    if (stream == nullptr) return STG_E_INVALIDPOINTER;
+    // By way of a buffer: the other stream may be a clone, whose writes can move the block.
+    BYTE buffer[4096];
+    for (std::uint64_t left = size.QuadPart; left > 0;) {
+      ULONG count = 0;
+      Read(buffer, static_cast<ULONG>(std::min<std::uint64_t>(left, sizeof(buffer))), &count);
+      if (count == 0) break;
+      if (read != nullptr) read->QuadPart += count;
+      ULONG taken = 0;
+      const HRESULT result = stream->Write(buffer, count, &taken);
+      if (written != nullptr) written->QuadPart += taken;
+      if (FAILED(result)) return result;
+      if (taken < count) return STG_E_MEDIUMFULL;
+      left -= count;
+    }
+    return S_OK;
+  }
+
+  HRESULT STDMETHODCALLTYPE Commit(DWORD /*flags*/) override { return S_OK; }
+  HRESULT STDMETHODCALLTYPE Revert() override { return S_OK; }
+  HRESULT STDMETHODCALLTYPE LockRegion(ULARGE_INTEGER /*offset*/, ULARGE_INTEGER /*size*/,
+                                       DWORD /*type*/) override {
+    return STG_E_INVALIDFUNCTION;
+  }
+  HRESULT STDMETHODCALLTYPE UnlockRegion(ULARGE_INTEGER /*offset*/, ULARGE_INTEGER /*size*/,
+                                         DWORD /*type*/) override {
+    return STG_E_INVALIDFUNCTION;
+  }
+
+  /// The stream has no name, whatever the flags ask for.
+  HRESULT STDMETHODCALLTYPE Stat(STATSTG* stat, DWORD /*flags*/) override {
+    if (stat == nullptr) return STG_E_INVALIDPOINTER;
+    *stat = {};
+    stat->type = STGTY_STREAM;
+    stat->cbSize.QuadPart = block_->size();
+    return S_OK;
+  }
+
+  HRESULT STDMETHODCALLTYPE Clone(IStream** stream) override {
+    if (stream == nullptr) return E_INVALIDARG;
+    *stream = new (std::nothrow) MemoryStream(block_, position_);
+    if (*stream == nullptr) return E_OUTOFMEMORY;
+    block_->AddRef();
+    return S_OK;
+  }
+
+ private:
+  ~MemoryStream() { block_->Release(); }
+
+  SharedBlock* block_;
+  std::uint64_t position_;
+  std::atomic<ULONG> references_{1};
+};
+
+/// A stream over `memory`; null, with the block left alone, when memory lacks.
+IStream* MakeStream(HGLOBAL memory, bool frees) {
+  auto* block = new (std::nothrow) SharedBlock(memory, frees);
+  if (block == nullptr) return nullptr;
+  IStream* stream = new (std::nothrow) MemoryStream(block, 0);
+  if (stream == nullptr) {
+    block->Disown();
+    block->Release();
+  }
+  return stream;
+}
+
+}  // namespace
+
+}  // namespace pixtola::portable
+
+extern "C" {
+
+HRESULT WINAPI CreateStreamOnHGlobal(HGLOBAL memory, BOOL delete_on_release, IStream** stream) {
+  if (stream == nullptr) return E_INVALIDARG;
+  *stream = nullptr;
+  const bool is_new = memory == nullptr;
+  if (is_new) {
+    memory = GlobalAlloc(GMEM_MOVEABLE, 0);
+    if (memory == nullptr) return E_OUTOFMEMORY;
+  } else if (!pixtola::portable::IsMovable(memory)) {
+    return E_INVALIDARG;
+  }
+  *stream = pixtola::portable::MakeStream(memory, delete_on_release != FALSE);
+  if (*stream != nullptr) return S_OK;
+  if (is_new) GlobalFree(memory);
+  return E_OUTOFMEMORY;
+}
+
+HRESULT WINAPI GetHGlobalFromStream(IStream* stream, HGLOBAL* memory) {
+  if (stream == nullptr || memory == nullptr) return E_INVALIDARG;
+  *memory = nullptr;
+  void* object = nullptr;
+  if (FAILED(stream->QueryInterface(pixtola::portable::kMemoryStreamId, &object))) {
+    return E_INVALIDARG;
+  }
+  auto* own = static_cast<pixtola::portable::MemoryStream*>(static_cast<IStream*>(object));
+  *memory = own->memory();
+  own->Release();
+  return S_OK;
+}
+
+}  // extern "C"
