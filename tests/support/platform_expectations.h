@@ -46,6 +46,15 @@ inline constexpr bool k48BitChannelsHave16Bits = kIsWine;
 /// The TIFF encoder chooses its compression itself, whatever EncoderCompression says.
 inline constexpr bool kTiffEncoderIgnoresCompression = kIsWine;
 
+/// Streams in global memory read on past their end, in what lies there.
+inline constexpr bool kMemoryStreamsReadPastTheirEnd = kIsWine;
+
+/// Streams in global memory, whose regions cannot be locked, claim to unlock them.
+inline constexpr bool kUnlockingRegionsSucceeds = kIsWine;
+
+/// Asking a stream in global memory for its state or a clone without a place for it crashes.
+inline constexpr bool kMemoryStreamsCrashOnNullPlaces = kIsWine;
+
 }  // namespace expectations
 
 #endif  // PIXTOLA_TESTS_PLATFORM_EXPECTATIONS_H_
