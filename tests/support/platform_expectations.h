@@ -55,6 +55,9 @@ inline constexpr bool kUnlockingRegionsSucceeds = kIsWine;
 /// Asking a stream in global memory for its state or a clone without a place for it crashes.
 inline constexpr bool kMemoryStreamsCrashOnNullPlaces = kIsWine;
 
+/// Selecting a frame that a bitmap does not have gives InvalidParameter instead of Win32Error.
+inline constexpr bool kMissingFramesAreInvalidParameters = kIsWine;
+
 }  // namespace expectations
 
 #endif  // PIXTOLA_TESTS_PLATFORM_EXPECTATIONS_H_
