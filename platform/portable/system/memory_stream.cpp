@@ -189,7 +189,7 @@ class MemoryStream final : public IStream {
   }
 
   HRESULT STDMETHODCALLTYPE Clone(IStream** stream) override {
-    if (stream == nullptr) return E_INVALIDARG;
+    if (stream == nullptr) return STG_E_INVALIDPOINTER;
     *stream = new (std::nothrow) MemoryStream(block_, position_);
     if (*stream == nullptr) return E_OUTOFMEMORY;
     block_->AddRef();

@@ -1,7 +1,6 @@
 // Files by wide-character path: opening with a sharing mode, deletion.
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -13,6 +12,7 @@
 #include "pixtola/portable/kernel.h"
 #include "pixtola/portable/runtime.h"
 #include "system/descriptor.h"
+#include "system/file_sharing.h"
 #include "system/utf8.h"
 
 namespace pixtola::portable {
@@ -21,8 +21,9 @@ namespace {
 
 struct OpenMode {
   int flags = 0;
-  bool empties = false;  ///< the file, but only once it is ours
+  bool reads = false;
   bool writes = false;
+  bool empties = false;  ///< the file, but only once it is ours
   const char* stdio_mode = nullptr;
 };
 
@@ -37,29 +38,23 @@ std::optional<OpenMode> ParseMode(const wchar_t* mode) {
       return std::nullopt;
     }
   }
-  const int access = updates ? O_RDWR : kind == L'r' ? O_RDONLY : O_WRONLY;
+  // Writers can read, too: the system takes the locks below on such files only.
   switch (kind) {
     case L'r':
-      return OpenMode{access, false, updates, updates ? "r+" : "r"};
+      return updates ? OpenMode{O_RDWR, true, true, false, "r+"}
+                     : OpenMode{O_RDONLY, true, false, false, "r"};
     case L'w':
-      return OpenMode{access | O_CREAT, true, true, updates ? "w+" : "w"};
+      return OpenMode{O_RDWR | O_CREAT, updates, true, true, updates ? "w+" : "w"};
     case L'a':
-      return OpenMode{access | O_CREAT | O_APPEND, false, true, updates ? "a+" : "a"};
+      return OpenMode{O_RDWR | O_CREAT | O_APPEND, updates, true, false, updates ? "a+" : "a"};
     default:
       return std::nullopt;
   }
 }
 
-/// The lock that keeps others out as the sharing mode says. Who writes holds the file alone, as do
-/// those who let nobody else read: the system's locks know no finer grades.
-int LockFor(const OpenMode& mode, int sharing) {
-  if (sharing == _SH_DENYNO) return 0;
-  return mode.writes || sharing != _SH_DENYWR ? LOCK_EX : LOCK_SH;
-}
-
-/// True also where the file system has no locks.
-bool TakeLock(int descriptor, int lock) {
-  return lock == 0 || ::flock(descriptor, lock | LOCK_NB) == 0 || errno != EWOULDBLOCK;
+FileUse DenialOf(int sharing) {
+  return {sharing == _SH_DENYRW || sharing == _SH_DENYRD,
+          sharing == _SH_DENYRW || sharing == _SH_DENYWR};
 }
 
 /// Null with errno set.
@@ -67,7 +62,9 @@ std::FILE* OpenShared(const char* utf8_path, const OpenMode& mode, int sharing) 
   // Not blocking: a pipe without a writer would otherwise hold the call until one comes.
   Descriptor descriptor(::open(utf8_path, mode.flags | O_CLOEXEC | O_NONBLOCK, 0666));
   if (descriptor.value() < 0) return nullptr;
-  if (!descriptor.IsRegularFile() || !TakeLock(descriptor.value(), LockFor(mode, sharing))) {
+  const bool is_ours = descriptor.IsRegularFile() &&
+                       ShareFile(descriptor.value(), {mode.reads, mode.writes}, DenialOf(sharing));
+  if (!is_ours) {
     errno = EACCES;
     return nullptr;
   }
