@@ -12,7 +12,6 @@
 #include "Pixtola.h"
 #include "support/conversion_checks.h"
 #include "support/pixel_rows.h"
-#include "support/platform_expectations.h"
 #include "support/reference_pixels.h"
 
 namespace {
@@ -24,10 +23,13 @@ using test_support::CheckRead;
 using test_support::CheckWrite;
 using test_support::ExpectedRead;
 using test_support::ExpectedWrite;
+using test_support::KnownReadDifference;
+using test_support::KnownWriteDifference;
 using test_support::PairName;
 using test_support::PixelRows;
 using test_support::RandomPalette;
 using test_support::RowsBitmap;
+using test_support::StartIsKnownToBeIgnored;
 using test_support::StrideOf;
 using test_support::WholeOf;
 
@@ -41,6 +43,8 @@ class ConversionOfPair
  protected:
   static Gdiplus::PixelFormat BitmapFormat() { return std::get<0>(GetParam()); }
   static Gdiplus::PixelFormat LockFormat() { return std::get<1>(GetParam()); }
+  static std::string KnownReads() { return KnownReadDifference(BitmapFormat(), LockFormat()); }
+  static std::string KnownWrites() { return KnownWriteDifference(BitmapFormat(), LockFormat()); }
 };
 
 std::string NameOfTest(const testing::TestParamInfo<ConversionOfPair::ParamType>& info) {
@@ -53,6 +57,7 @@ INSTANTIATE_TEST_SUITE_P(Formats, ConversionOfPair,
                          NameOfTest);
 
 TEST_P(ConversionOfPair, ReadsEveryWidthFromEveryStart) {
+  if (!KnownReads().empty()) GTEST_SKIP() << KnownReads();
   std::mt19937 random(1);
   RowsBitmap image(kBitmapWidth, 2, BitmapFormat(), random);
   ASSERT_EQ(image.bitmap.GetLastStatus(), Gdiplus::Ok) << NameOf(BitmapFormat());
@@ -63,6 +68,7 @@ TEST_P(ConversionOfPair, ReadsEveryWidthFromEveryStart) {
   const PixelRows before = image.rows;
   for (INT width = 1; width <= kWidest; ++width) {
     for (const INT x : kStarts) {
+      if (StartIsKnownToBeIgnored(BitmapFormat(), x)) continue;
       ASSERT_NO_FATAL_FAILURE(CheckRead(image, {x, 0, width, 2}, expected));
     }
   }
@@ -70,6 +76,7 @@ TEST_P(ConversionOfPair, ReadsEveryWidthFromEveryStart) {
 }
 
 TEST_P(ConversionOfPair, ReadsWholeBitmapsOfEveryWidth) {
+  if (!KnownReads().empty()) GTEST_SKIP() << KnownReads();
   std::mt19937 random(2);
   for (INT width = 1; width <= kWidest; ++width) {
     RowsBitmap image(static_cast<std::size_t>(width), 1, BitmapFormat(), random);
@@ -79,6 +86,7 @@ TEST_P(ConversionOfPair, ReadsWholeBitmapsOfEveryWidth) {
 }
 
 TEST_P(ConversionOfPair, WritesEveryWidthAtEveryStart) {
+  if (!KnownWrites().empty()) GTEST_SKIP() << KnownWrites();
   std::mt19937 random(3);
   RowsBitmap image(kBitmapWidth, 2, BitmapFormat(), random);
   ASSERT_EQ(image.bitmap.GetLastStatus(), Gdiplus::Ok) << NameOf(BitmapFormat());
@@ -91,8 +99,68 @@ TEST_P(ConversionOfPair, WritesEveryWidthAtEveryStart) {
   const test_support::Bytes before = image.rows.bytes();
   for (INT width = 1; width <= kWidest; ++width) {
     for (const INT x : kStarts) {
+      if (StartIsKnownToBeIgnored(BitmapFormat(), x)) continue;
       image.rows.SetBytes(before);
       ASSERT_NO_FATAL_FAILURE(CheckWrite(image, {x, 0, width, 2}, source, converted));
+    }
+  }
+}
+
+/// Every way to lock a bitmap; the modes with a buffer of the caller get one.
+void ExpectRefusal(RowsBitmap& image, Gdiplus::PixelFormat format) {
+  const test_support::Bytes before = image.rows.bytes();
+  for (UINT mode = 1; mode <= 7; ++mode) {
+    test_support::Bytes buffer(4096, 0xA5);
+    Gdiplus::BitmapData data{};
+    data.Width = static_cast<UINT>(image.rows.width());
+    data.Height = static_cast<UINT>(image.rows.height());
+    data.PixelFormat = format;
+    data.Stride = 128;
+    data.Scan0 = buffer.data();
+    EXPECT_EQ(image.bitmap.LockBits(nullptr, mode, format, &data), Gdiplus::InvalidParameter)
+        << image.rows.format() << " as " << format << ", mode " << mode;
+    EXPECT_EQ(buffer, test_support::Bytes(4096, 0xA5)) << image.rows.format() << " as " << format;
+  }
+  EXPECT_EQ(image.rows.bytes(), before) << image.rows.format() << " as " << format;
+  Gdiplus::BitmapData data{};
+  EXPECT_EQ(image.bitmap.LockBits(nullptr, 1, image.rows.format(), &data), Gdiplus::Ok)
+      << image.rows.format() << " stays locked after a refusal as " << format;
+  image.bitmap.UnlockBits(&data);
+}
+
+TEST(Conversion, RefusesGrayOf16BitsBothWays) {
+  std::mt19937 random(4);
+  for (const auto format : kFormats) {
+    RowsBitmap image(5, 3, format, random);
+    ASSERT_EQ(image.bitmap.GetLastStatus(), Gdiplus::Ok) << NameOf(format);
+    ExpectRefusal(image, PixelFormat16bppGrayScale);
+    RowsBitmap gray(5, 3, PixelFormat16bppGrayScale, random);
+    ASSERT_EQ(gray.bitmap.GetLastStatus(), Gdiplus::Ok);
+    ExpectRefusal(gray, format);
+  }
+}
+
+TEST(Conversion, TakesGrayOf16BitsAsItIs) {
+  std::mt19937 random(5);
+  RowsBitmap gray(5, 3, PixelFormat16bppGrayScale, random);
+  ASSERT_EQ(gray.bitmap.GetLastStatus(), Gdiplus::Ok);
+  CheckRead(gray, {1, 1, 3, 2}, gray.rows);
+  const PixelRows source(5, 3, PixelFormat16bppGrayScale, 12, random);
+  CheckWrite(gray, {1, 0, 3, 2}, source, source);
+}
+
+TEST(Conversion, RefusesWhatIsNoFormatOfPixels) {
+  constexpr Gdiplus::PixelFormat kCmyk = 0x200F;
+  std::mt19937 random(6);
+  for (const auto format : kFormats) {
+    RowsBitmap image(5, 3, format, random);
+    ASSERT_EQ(image.bitmap.GetLastStatus(), Gdiplus::Ok) << NameOf(format);
+    for (const Gdiplus::PixelFormat none :
+         {Gdiplus::PixelFormat{PixelFormatUndefined}, Gdiplus::PixelFormat{PixelFormatIndexed},
+          Gdiplus::PixelFormat{PixelFormatGDI}, Gdiplus::PixelFormat{PixelFormatAlpha},
+          Gdiplus::PixelFormat{PixelFormatPAlpha}, Gdiplus::PixelFormat{PixelFormatExtended},
+          Gdiplus::PixelFormat{PixelFormatCanonical}, kCmyk}) {
+      ExpectRefusal(image, none);
     }
   }
 }

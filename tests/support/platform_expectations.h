@@ -17,7 +17,8 @@ inline constexpr bool kIsWine = false;
 /// byte is lost.
 inline constexpr bool kUserBufferLocksLosePartialBytes = kIsWine;
 
-/// Locks of a part of a 1-bit bitmap start at the left edge, wherever the part lies.
+/// Locks of a part of a 1- or 4-bit bitmap start at the left edge or at another pixel than the
+/// part.
 inline constexpr bool kLocksOfBitRowsIgnoreTheLeftEdge = kIsWine;
 
 /// A lock with a user buffer that is null crashes instead of being refused.
@@ -32,6 +33,15 @@ inline constexpr bool kUnlockWithoutLockIsWrongState = kIsWine;
 /// Green of 16-bit 555 pixels gets fewer of its low bits than the other colours.
 inline constexpr bool kGreenOf555LacksLowBits = kIsWine;
 
+/// The fourth byte of 32-bit RGB pixels is any when they come from another format, instead of 255.
+inline constexpr bool kFourthByteOfRgbIsAny = kIsWine;
+
+/// Locks in an indexed format that is not the bitmap's are refused or know no palette.
+inline constexpr bool kLocksInOtherIndexedFormatsFail = kIsWine;
+
+/// Colours on their way to indexes find a near entry of the palette, but not the nearest one.
+inline constexpr bool kNearestEntriesAreMissed = kIsWine;
+
 /// A resolution of 0 or less is taken.
 inline constexpr bool kAnyResolutionIsTaken = kIsWine;
 
@@ -39,8 +49,8 @@ inline constexpr bool kAnyResolutionIsTaken = kIsWine;
 /// palettes without entries are taken.
 inline constexpr bool kPalettesAreCheckedDifferently = kIsWine;
 
-/// Channels of 48-bit pixels are read as 16 bits of what a screen shows instead of 13 bits of
-/// linear light.
+/// Channels of 48- and 64-bit pixels are 16 bits of what a screen shows instead of 13 bits of
+/// linear light, and nothing is locked as 64-bit PARGB.
 inline constexpr bool k48BitChannelsHave16Bits = kIsWine;
 
 /// The TIFF encoder chooses its compression itself, whatever EncoderCompression says.
