@@ -27,6 +27,7 @@ using reference_pixels::NameOf;
 using reference_pixels::Pixel;
 using reference_pixels::RowBytes;
 using test_support::Bytes;
+using test_support::Change;
 using test_support::Column;
 using test_support::KnownReadDifference;
 using test_support::KnownWriteDifference;
@@ -128,8 +129,7 @@ void CheckLock(RowsBitmap& image, const Lock& lock, std::mt19937& random) {
                           : Settled(lock.format, shown) == Settled(lock.format, wanted);
     if (!same && difference.empty()) {
       difference = "at x + " + std::to_string(x) + ", y + " + std::to_string(y) + ": " +
-                   std::to_string(source) + " became " + std::to_string(shown) + " instead of " +
-                   std::to_string(wanted);
+                   Change(source, shown, wanted);
     }
   }
   EXPECT_EQ(difference, "");
@@ -159,8 +159,8 @@ void CheckLock(RowsBitmap& image, const Lock& lock, std::mt19937& random) {
     const bool same =
         own == lock.format ? written == wanted : Settled(own, written) == Settled(own, wanted);
     expected_image.Set(x, y, written);
-    ASSERT_TRUE(same) << "at x + " << i % width << ", y " << y << ": " << final_pixels[i]
-                      << " became " << written << " instead of " << wanted;
+    ASSERT_TRUE(same) << "at x + " << i % width << ", y " << y << ": "
+                      << Change(final_pixels[i], written, wanted);
   }
   EXPECT_EQ(image.rows.bytes(), expected_image.bytes()) << "outside the rectangle";
   EXPECT_EQ(buffer.bytes(), final_buffer) << "after the unlock";

@@ -33,6 +33,9 @@ inline std::string KnownReadDifference(Gdiplus::PixelFormat bitmap, Gdiplus::Pix
   if (kLocksInOtherIndexedFormatsFail && reference_pixels::IsIndexed(lock)) {
     return "Wine does not convert to indexes here";
   }
+  if (kRgbOf32BitsIsTakenAsItIs && bitmap == PixelFormat32bppPARGB && lock == PixelFormat32bppRGB) {
+    return "Wine does not divide by alpha here";
+  }
   if (kGreenOf555LacksLowBits && is_555(bitmap) && !is_555(lock)) {
     return "Wine computes green otherwise";
   }
@@ -59,8 +62,8 @@ inline bool StartIsKnownToBeIgnored(Gdiplus::PixelFormat bitmap, INT x) {
 
 /// The bits of converted pixels that all platforms agree on.
 inline reference_pixels::Pixel Settled(Gdiplus::PixelFormat format, reference_pixels::Pixel pixel) {
-  return expectations::kFourthByteOfRgbIsAny && format == PixelFormat32bppRGB ? pixel & 0xFFFFFF
-                                                                              : pixel;
+  return expectations::kRgbOf32BitsIsTakenAsItIs && format == PixelFormat32bppRGB ? pixel & 0xFFFFFF
+                                                                                  : pixel;
 }
 
 /// The same pixels in another format.
@@ -92,6 +95,18 @@ inline Gdiplus::Rect WholeOf(const PixelRows& rows) {
   return {0, 0, static_cast<INT>(rows.width()), static_cast<INT>(rows.height())};
 }
 
+inline std::string Hex(reference_pixels::Pixel pixel) {
+  std::ostringstream text;
+  text << "0x" << std::hex << pixel;
+  return text.str();
+}
+
+/// What became of a pixel.
+inline std::string Change(reference_pixels::Pixel from, reference_pixels::Pixel to,
+                          reference_pixels::Pixel expected) {
+  return Hex(from) + " became " + Hex(to) + " instead of " + Hex(expected);
+}
+
 /// Where the rectangle's pixel (x, y) stands in the image.
 inline std::size_t Column(const Gdiplus::Rect& part, std::size_t x) {
   return static_cast<std::size_t>(part.X) + x;
@@ -116,9 +131,8 @@ inline void CheckRead(RowsBitmap& image, const Gdiplus::Rect& part, const PixelR
     const reference_pixels::Pixel wanted = expected.At(Column(part, x), Line(part, y));
     if (Settled(expected.format(), shown) == Settled(expected.format(), wanted)) continue;
     difference << name << ", width " << part.Width << ", x " << part.X << " + " << x << ", y "
-               << Line(part, y) << ": 0x" << std::hex
-               << image.rows.At(Column(part, x), Line(part, y)) << " became 0x" << shown
-               << " instead of 0x" << wanted;
+               << Line(part, y) << ": "
+               << Change(image.rows.At(Column(part, x), Line(part, y)), shown, wanted);
     break;
   }
   image.bitmap.UnlockBits(&data);
@@ -150,8 +164,7 @@ inline void CheckWrite(RowsBitmap& image, const Gdiplus::Rect& part, const Pixel
     expected.Set(x, y, written);
     if (Settled(converted.format(), written) == Settled(converted.format(), wanted)) continue;
     FAIL() << name << ", width " << part.Width << ", x " << part.X << " + " << i % data.Width
-           << ", y " << y << ": 0x" << std::hex << source.At(x, y) << " became 0x" << written
-           << " instead of 0x" << wanted;
+           << ", y " << y << ": " << Change(source.At(x, y), written, wanted);
   }
   ASSERT_TRUE(image.rows.bytes() == expected.bytes())
       << name << ", width " << part.Width << ", x " << part.X

@@ -27,20 +27,28 @@ inline constexpr bool kNullUserBuffersCrash = kIsWine;
 /// A lock in a format that is none gives NotImplemented instead of InvalidParameter.
 inline constexpr bool kLocksInNoFormatAreNotImplemented = kIsWine;
 
+/// Locks as 16-bit gray, and of it in other formats, succeed or give NotImplemented instead of
+/// InvalidParameter.
+inline constexpr bool kGrayOf16BitsIsNotRefused = kIsWine;
+
 /// Unlocking what is not locked gives WrongState instead of Win32Error.
 inline constexpr bool kUnlockWithoutLockIsWrongState = kIsWine;
 
 /// Green of 16-bit 555 pixels gets fewer of its low bits than the other colours.
 inline constexpr bool kGreenOf555LacksLowBits = kIsWine;
 
-/// The fourth byte of 32-bit RGB pixels is any when they come from another format, instead of 255.
-inline constexpr bool kFourthByteOfRgbIsAny = kIsWine;
+/// Pixels on their way to 32-bit RGB keep or get any fourth byte instead of 255, and premultiplied
+/// ones are not divided.
+inline constexpr bool kRgbOf32BitsIsTakenAsItIs = kIsWine;
 
 /// Locks in an indexed format that is not the bitmap's are refused or know no palette.
 inline constexpr bool kLocksInOtherIndexedFormatsFail = kIsWine;
 
 /// Colours on their way to indexes find a near entry of the palette, but not the nearest one.
 inline constexpr bool kNearestEntriesAreMissed = kIsWine;
+
+/// Indexes that the palette has no entry for are transparent black instead of opaque black.
+inline constexpr bool kIndexesWithoutEntryAreTransparent = kIsWine;
 
 /// A resolution of 0 or less is taken.
 inline constexpr bool kAnyResolutionIsTaken = kIsWine;
