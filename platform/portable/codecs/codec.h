@@ -1,7 +1,7 @@
 // The codecs of the stand-in: what each reader and writer must do, and the list of them.
 //
-// A reader gets the whole encoded image as bytes and makes a bitmap object; a writer sends bytes to
-// a ByteSink. Neither keeps state, prints or throws.
+// A reader gets the whole encoded image as bytes and makes a bitmap object of one of its frames; a
+// writer sends bytes to a ByteSink. Neither keeps state, prints or throws.
 #ifndef PIXTOLA_PORTABLE_CODEC_H_
 #define PIXTOLA_PORTABLE_CODEC_H_
 
@@ -32,6 +32,15 @@ using EncodedBytes = std::span<const std::uint8_t>;
 using DecodeFunction = Gdiplus::Status (*)(EncodedBytes bytes,
                                            std::unique_ptr<BitmapObject>& bitmap);
 
+/// Frames of a format that can hold several.
+struct FrameFunctions {
+  GUID dimension;
+  /// At least 1 for bytes that the format's reader decodes; damaged frames need not be counted.
+  UINT (*count)(EncodedBytes bytes);
+  /// Decodes the frame `index`, which is below the count, as DecodeFunction does.
+  Gdiplus::Status (*decode)(EncodedBytes bytes, UINT index, std::unique_ptr<BitmapObject>& bitmap);
+};
+
 /// `parameters` may be null. InvalidParameter: a pixel format or a parameter that the writer does
 /// not take. Win32Error: the sink failed.
 using EncodeFunction = Gdiplus::Status (*)(const BitmapObject& bitmap,
@@ -43,7 +52,8 @@ struct Codec {
   /// Whether the first bytes are this format's.
   bool (*recognizes)(EncodedBytes bytes);
   DecodeFunction decode;
-  EncodeFunction encode;  ///< null when the format can only be read
+  EncodeFunction encode;         ///< null when the format can only be read
+  const FrameFunctions* frames;  ///< null when the format holds one image
 };
 
 /// All codecs, in the order in which GDI+ lists them: BMP, JPEG, TIFF, PNG.

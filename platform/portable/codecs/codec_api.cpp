@@ -1,12 +1,13 @@
-// The flat API on files and codecs: a file is decoded by whichever codec recognises its first
-// bytes, saved by the encoder that the caller names.
+// The flat API on encoded images in files and streams: one is decoded by whichever codec recognises
+// its first bytes, saved by the encoder that the caller names.
 
-#include <cstring>
+#include <algorithm>
 #include <new>
 #include <string>
 
 #include "codecs/codec.h"
 #include "system/files.h"
+#include "system/streams.h"
 #include "system/utf8.h"
 
 namespace pixtola::portable {
@@ -15,11 +16,53 @@ namespace {
 
 using Gdiplus::Status;
 
-Status DecodeBytes(EncodedBytes bytes, std::unique_ptr<BitmapObject>& bitmap) {
-  for (const Codec& codec : Codecs()) {
-    if (codec.recognizes(bytes)) return codec.decode(bytes, bitmap);
+/// The frames of an image that has several, with its encoded form.
+class EncodedFrames final : public FrameSource {
+ public:
+  EncodedFrames(const FrameFunctions& functions, UINT count, HeapBytes bytes, std::size_t size)
+      : functions_(functions), count_(count), bytes_(std::move(bytes)), size_(size) {}
+
+  const GUID& dimension() const override { return functions_.dimension; }
+  UINT count() const override { return count_; }
+  Status Decode(UINT index, std::unique_ptr<BitmapObject>& bitmap) const override {
+    return functions_.decode({bytes_.get(), size_}, index, bitmap);
   }
-  return Gdiplus::OutOfMemory;  // the platform's answer to data that no codec knows
+
+ private:
+  const FrameFunctions& functions_;
+  UINT count_;
+  HeapBytes bytes_;
+  std::size_t size_;
+};
+
+/// Keeps a copy of the encoded image with the bitmap when it has more frames than the first. False
+/// when memory lacks.
+bool KeepFrames(const FrameFunctions& functions, EncodedBytes bytes, BitmapObject& bitmap) {
+  const UINT count = functions.count(bytes);
+  if (count < 2) return true;
+  HeapBytes copy = AllocateBytes(bytes.size());
+  if (copy == nullptr) return false;
+  std::copy(bytes.begin(), bytes.end(), copy.get());
+  bitmap.frames.reset(new (std::nothrow)
+                          EncodedFrames(functions, count, std::move(copy), bytes.size()));
+  return bitmap.frames != nullptr;
+}
+
+const Codec* FindDecoder(EncodedBytes bytes) {
+  for (const Codec& codec : Codecs()) {
+    if (codec.recognizes(bytes)) return &codec;
+  }
+  return nullptr;
+}
+
+Status DecodeBytes(EncodedBytes bytes, std::unique_ptr<BitmapObject>& bitmap) {
+  const Codec* codec = FindDecoder(bytes);
+  if (codec == nullptr) return Gdiplus::OutOfMemory;  // the platform's answer to unknown data
+  const Status status = codec->decode(bytes, bitmap);
+  if (status != Gdiplus::Ok || codec->frames == nullptr) return status;
+  if (KeepFrames(*codec->frames, bytes, *bitmap)) return Gdiplus::Ok;
+  bitmap = nullptr;
+  return Gdiplus::OutOfMemory;
 }
 
 Status DecodeFile(const wchar_t* path, std::unique_ptr<BitmapObject>& bitmap) {
@@ -29,6 +72,13 @@ Status DecodeFile(const wchar_t* path, std::unique_ptr<BitmapObject>& bitmap) {
   const Status status = ReadFile(utf8_path->c_str(), file);
   if (status != Gdiplus::Ok) return status;
   return DecodeBytes({file.bytes.get(), file.size}, bitmap);
+}
+
+Status DecodeStream(IStream& stream, std::unique_ptr<BitmapObject>& bitmap) {
+  StreamBytes source;
+  const Status status = source.Read(stream);
+  if (status != Gdiplus::Ok) return status;
+  return DecodeBytes(source.bytes(), bitmap);
 }
 
 const Codec* FindEncoder(const CLSID& encoder) {
@@ -51,11 +101,45 @@ Status EncodeFile(const BitmapObject& bitmap, const wchar_t* path, const CLSID& 
   return status;
 }
 
-UINT CountEncoders() {
-  UINT count = 0;
-  for (const Codec& codec : Codecs()) count += codec.encode != nullptr ? 1 : 0;
-  return count;
+Status EncodeStream(const BitmapObject& bitmap, IStream& stream, const CLSID& encoder,
+                    const Gdiplus::EncoderParameters* parameters) {
+  const Codec* codec = FindEncoder(encoder);
+  if (codec == nullptr) return Gdiplus::InvalidParameter;
+  StreamSink sink(stream);
+  return codec->encode(bitmap, parameters, sink);
 }
+
+bool CanEncode(const Codec& codec) { return codec.encode != nullptr; }
+bool CanDecode(const Codec& /*codec*/) { return true; }
+
+/// Those of the codecs that can do something, as the flat API lists them.
+template <bool (*kCan)(const Codec&)>
+struct CodecList {
+  static UINT Count() {
+    const std::span<const Codec> codecs = Codecs();
+    return static_cast<UINT>(std::count_if(codecs.begin(), codecs.end(), kCan));
+  }
+
+  static Status GetSize(UINT* count, UINT* size) {
+    if (count == nullptr || size == nullptr) return Gdiplus::InvalidParameter;
+    *count = Count();
+    *size = *count * static_cast<UINT>(sizeof(Gdiplus::ImageCodecInfo));
+    return Gdiplus::Ok;
+  }
+
+  static Status Get(UINT count, UINT size, Gdiplus::ImageCodecInfo* infos) {
+    if (infos == nullptr || count != Count() || size != count * sizeof(Gdiplus::ImageCodecInfo)) {
+      return Gdiplus::GenericError;
+    }
+    for (const Codec& codec : Codecs()) {
+      if (kCan(codec)) *infos++ = codec.info;
+    }
+    return Gdiplus::Ok;
+  }
+};
+
+using Encoders = CodecList<CanEncode>;
+using Decoders = CodecList<CanDecode>;
 
 }  // namespace
 
@@ -84,22 +168,39 @@ GpStatus GdipSaveImageToFile(GpImage* image, const WCHAR* path, const CLSID* enc
   return OutOfMemory;
 }
 
+GpStatus GdipCreateBitmapFromStream(IStream* stream, GpBitmap** bitmap) try {
+  if (stream == nullptr || bitmap == nullptr) return InvalidParameter;
+  *bitmap = nullptr;
+  std::unique_ptr<BitmapObject> decoded;
+  const Status status = pixtola::portable::DecodeStream(*stream, decoded);
+  *bitmap = decoded.release();
+  return status;
+} catch (const std::bad_alloc&) {
+  return OutOfMemory;
+}
+
+GpStatus GdipSaveImageToStream(GpImage* image, IStream* stream, const CLSID* encoder,
+                               const EncoderParameters* parameters) try {
+  if (image == nullptr || stream == nullptr || encoder == nullptr) return InvalidParameter;
+  return pixtola::portable::EncodeStream(BitmapObject::From(*image), *stream, *encoder, parameters);
+} catch (const std::bad_alloc&) {
+  return OutOfMemory;
+}
+
+GpStatus GdipGetImageDecodersSize(UINT* count, UINT* size) {
+  return pixtola::portable::Decoders::GetSize(count, size);
+}
+
+GpStatus GdipGetImageDecoders(UINT count, UINT size, ImageCodecInfo* decoders) {
+  return pixtola::portable::Decoders::Get(count, size, decoders);
+}
+
 GpStatus GdipGetImageEncodersSize(UINT* count, UINT* size) {
-  if (count == nullptr || size == nullptr) return InvalidParameter;
-  *count = pixtola::portable::CountEncoders();
-  *size = *count * static_cast<UINT>(sizeof(ImageCodecInfo));
-  return Ok;
+  return pixtola::portable::Encoders::GetSize(count, size);
 }
 
 GpStatus GdipGetImageEncoders(UINT count, UINT size, ImageCodecInfo* encoders) {
-  if (encoders == nullptr || count != pixtola::portable::CountEncoders() ||
-      size != count * sizeof(ImageCodecInfo)) {
-    return GenericError;
-  }
-  for (const pixtola::portable::Codec& codec : pixtola::portable::Codecs()) {
-    if (codec.encode != nullptr) *encoders++ = codec.info;
-  }
-  return Ok;
+  return pixtola::portable::Encoders::Get(count, size, encoders);
 }
 
 }  // namespace Gdiplus::DllExports

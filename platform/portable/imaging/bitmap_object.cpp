@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <limits>
 #include <new>
+#include <utility>
 
 #include "decode_limit.h"
 #include "imaging/indexed_rows.h"
@@ -50,6 +51,18 @@ std::unique_ptr<BitmapObject> BitmapObject::CreateForDecoder(std::uint64_t width
     return nullptr;
   }
   return Create(static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(height), format);
+}
+
+void BitmapObject::TakeImage(BitmapObject& other) {
+  width_ = other.width_;
+  height_ = other.height_;
+  stride_ = other.stride_;
+  format_ = other.format_;
+  scan0_ = std::exchange(other.scan0_, nullptr);
+  own_rows_ = std::move(other.own_rows_);
+  palette = other.palette;
+  dpi_x = other.dpi_x;
+  dpi_y = other.dpi_y;
 }
 
 unsigned HighestIndex(const BitmapObject& bitmap) {

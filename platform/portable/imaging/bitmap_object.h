@@ -9,6 +9,7 @@
 #include <memory>
 #include <optional>
 
+#include "imaging/frames.h"
 #include "imaging/heap_bytes.h"
 #include "imaging/palette.h"
 #include "imaging/pixel_format.h"
@@ -69,11 +70,16 @@ class BitmapObject final : public Gdiplus::GpBitmap {
   BYTE* Row(std::uint32_t y) { return scan0_ + std::ptrdiff_t{stride_} * y; }
   const BYTE* Row(std::uint32_t y) const { return scan0_ + std::ptrdiff_t{stride_} * y; }
 
+  /// Takes over what another bitmap shows, size and format included; its own frames stay. The other
+  /// bitmap must own its rows and is empty then.
+  void TakeImage(BitmapObject& other);
+
   Palette palette;
   /// Dots per inch.
   float dpi_x = 96.0F;
   float dpi_y = 96.0F;
   std::optional<BitmapLock> lock;
+  std::unique_ptr<FrameSource> frames;  ///< null when there is one frame
 
  private:
   BitmapObject() = default;

@@ -1,19 +1,49 @@
-// The flat API on frames. Every bitmap here has one frame, in whichever dimension it is asked for:
-// the platform does not tell the dimensions of a bitmap in memory apart.
+// The flat API on frames. A bitmap has one frame in whichever dimension it is asked for, unless it
+// was decoded from an image with several: these lie in one dimension, and there is none in others.
 
-#include "pixtola/portable/gdiplus.h"
+#include "imaging/frames.h"
+
+#include "imaging/bitmap_object.h"
+
+namespace pixtola::portable {
+
+namespace {
+
+using Gdiplus::Status;
+
+/// 0 in a dimension that the image does not have.
+UINT CountFrames(const BitmapObject& bitmap, const GUID& dimension) {
+  if (bitmap.frames == nullptr) return 1;
+  return bitmap.frames->dimension() == dimension ? bitmap.frames->count() : 0;
+}
+
+Status SelectFrame(BitmapObject& bitmap, const GUID& dimension, UINT index) {
+  if (bitmap.lock.has_value()) return Gdiplus::WrongState;
+  if (index >= CountFrames(bitmap, dimension)) return Gdiplus::Win32Error;
+  if (bitmap.frames == nullptr) return Gdiplus::Ok;
+  std::unique_ptr<BitmapObject> frame;
+  const Status status = bitmap.frames->Decode(index, frame);
+  if (status == Gdiplus::Ok) bitmap.TakeImage(*frame);
+  return status;
+}
+
+}  // namespace
+
+}  // namespace pixtola::portable
 
 namespace Gdiplus::DllExports {
 
+using pixtola::portable::BitmapObject;
+
 GpStatus GdipImageGetFrameCount(GpImage* image, const GUID* dimension, UINT* count) {
   if (image == nullptr || dimension == nullptr || count == nullptr) return InvalidParameter;
-  *count = 1;
-  return Ok;
+  *count = pixtola::portable::CountFrames(BitmapObject::From(*image), *dimension);
+  return *count > 0 ? Ok : Win32Error;
 }
 
 GpStatus GdipImageSelectActiveFrame(GpImage* image, const GUID* dimension, UINT index) {
   if (image == nullptr || dimension == nullptr) return InvalidParameter;
-  return index == 0 ? Ok : Win32Error;
+  return pixtola::portable::SelectFrame(BitmapObject::From(*image), *dimension, index);
 }
 
 }  // namespace Gdiplus::DllExports

@@ -72,6 +72,11 @@ class Image : public GdiplusBase {
     return SetStatus(DllExports::GdipSaveImageToFile(nativeImage, path, encoder, parameters));
   }
 
+  Status Save(IStream* stream, const CLSID* encoder,
+              const EncoderParameters* parameters = nullptr) {
+    return SetStatus(DllExports::GdipSaveImageToStream(nativeImage, stream, encoder, parameters));
+  }
+
   /// Returns the last failure and forgets it; a call that succeeds does not clear it.
   Status GetLastStatus() const {
     const Status status = lastResult;
@@ -103,6 +108,11 @@ class Bitmap : public Image {
     GpBitmap* bitmap = nullptr;
     lastResult =
         DllExports::GdipCreateBitmapFromScan0(width, height, stride, format, scan0, &bitmap);
+    nativeImage = bitmap;
+  }
+  explicit Bitmap(IStream* stream) : Image(nullptr, Ok) {
+    GpBitmap* bitmap = nullptr;
+    lastResult = DllExports::GdipCreateBitmapFromStream(stream, &bitmap);
     nativeImage = bitmap;
   }
   /// A copy of a device-independent bitmap; `palette` is not used.

@@ -24,6 +24,8 @@ PIXTOLA_PLATFORM_API GpStatus GdipCreateBitmapFromScan0(INT width, INT height, I
                                                         PixelFormat format, BYTE* scan0,
                                                         GpBitmap** bitmap);
 PIXTOLA_PLATFORM_API GpStatus GdipCreateBitmapFromFile(const WCHAR* path, GpBitmap** bitmap);
+/// Decodes the image at the stream's start, wherever its position is. The stream is not kept.
+PIXTOLA_PLATFORM_API GpStatus GdipCreateBitmapFromStream(IStream* stream, GpBitmap** bitmap);
 /// Copies the pixels of a CreateDIBSection bitmap, top row first: 32 bits a pixel become 32bppRGB,
 /// 8 and fewer keep their colour table as palette. `palette` is not used.
 PIXTOLA_PLATFORM_API GpStatus GdipCreateBitmapFromHBITMAP(HBITMAP handle, HPALETTE palette,
@@ -42,7 +44,8 @@ PIXTOLA_PLATFORM_API GpStatus GdipGetImagePaletteSize(GpImage* image, INT* size)
 PIXTOLA_PLATFORM_API GpStatus GdipGetImagePalette(GpImage* image, ColorPalette* palette, INT size);
 PIXTOLA_PLATFORM_API GpStatus GdipSetImagePalette(GpImage* image, const ColorPalette* palette);
 
-// Frames. Bitmaps in memory have one, whichever dimension is asked for.
+// Frames. Bitmaps in memory have one, whichever dimension is asked for. Selecting another frame
+// changes what the bitmap shows; Win32Error, and no change, when it is not there.
 PIXTOLA_PLATFORM_API GpStatus GdipImageGetFrameCount(GpImage* image, const GUID* dimension,
                                                      UINT* count);
 PIXTOLA_PLATFORM_API GpStatus GdipImageSelectActiveFrame(GpImage* image, const GUID* dimension,
@@ -54,14 +57,28 @@ PIXTOLA_PLATFORM_API GpStatus GdipBitmapLockBits(GpBitmap* bitmap, const GpRect*
 PIXTOLA_PLATFORM_API GpStatus GdipBitmapUnlockBits(GpBitmap* bitmap, BitmapData* data);
 
 // Codecs.
+PIXTOLA_PLATFORM_API GpStatus GdipGetImageDecodersSize(UINT* count, UINT* size);
+PIXTOLA_PLATFORM_API GpStatus GdipGetImageDecoders(UINT count, UINT size, ImageCodecInfo* decoders);
 PIXTOLA_PLATFORM_API GpStatus GdipGetImageEncodersSize(UINT* count, UINT* size);
 PIXTOLA_PLATFORM_API GpStatus GdipGetImageEncoders(UINT count, UINT size, ImageCodecInfo* encoders);
 PIXTOLA_PLATFORM_API GpStatus GdipSaveImageToFile(GpImage* image, const WCHAR* path,
                                                   const CLSID* encoder,
                                                   const EncoderParameters* parameters);
 
+/// Writes at the stream's position and leaves it where the encoder last wrote.
+PIXTOLA_PLATFORM_API GpStatus GdipSaveImageToStream(GpImage* image, IStream* stream,
+                                                    const CLSID* encoder,
+                                                    const EncoderParameters* parameters);
+
 }  // extern "C"
 }  // namespace DllExports
+
+inline Status GetImageDecodersSize(UINT* count, UINT* size) {
+  return DllExports::GdipGetImageDecodersSize(count, size);
+}
+inline Status GetImageDecoders(UINT count, UINT size, ImageCodecInfo* decoders) {
+  return DllExports::GdipGetImageDecoders(count, size, decoders);
+}
 
 inline Status GetImageEncodersSize(UINT* count, UINT* size) {
   return DllExports::GdipGetImageEncodersSize(count, size);
