@@ -1,0 +1,287 @@
+#include "support/fault_injection.h"
+
+#include <fcntl.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
+#include <new>
+#include <thread>
+
+#include "Pixtola.h"
+
+#if defined(_WIN32)
+#include <malloc.h>
+#else
+#include <sys/types.h>
+#endif
+
+// What the linker calls the functions that the calls were meant for.
+extern "C" {
+void* __real_malloc(std::size_t size);
+void* __real_calloc(std::size_t count, std::size_t size);
+void* __real_realloc(void* block, std::size_t size);
+void __real_free(void* block);
+std::size_t __real_fread(void* bytes, std::size_t size, std::size_t count, std::FILE* file);
+std::size_t __real_fwrite(const void* bytes, std::size_t size, std::size_t count, std::FILE* file);
+Gdiplus::GpStatus __real_GdipBitmapLockBits(Gdiplus::GpBitmap* bitmap, const Gdiplus::GpRect* rect,
+                                            UINT flags, Gdiplus::PixelFormat format,
+                                            Gdiplus::BitmapData* data);
+#if defined(_WIN32)
+void* __real_GdipAlloc(std::size_t size);
+void __real_GdipFree(void* block);
+#else
+ssize_t __real_read(int descriptor, void* bytes, std::size_t size);
+int __real_ftruncate(int descriptor, off_t size);
+int __real_fseeko(std::FILE* file, off_t offset, int origin);
+int __real_fclose(std::FILE* file);
+std::FILE* __real_fdopen(int descriptor, const char* mode);
+#endif
+}
+
+namespace test_support {
+
+namespace {
+
+// Everything here is in use before any constructor has run.
+
+constinit std::atomic<FaultPlan*> plan_in_force{nullptr};
+
+/// The thread whose calls count.
+constinit std::atomic<std::size_t> counted_thread{0};
+
+// Thread-local variables would do, but some systems allocate them at their first use.
+std::size_t ThisThread() { return std::hash<std::thread::id>()(std::this_thread::get_id()); }
+
+/// Blocks by address, touched by the counted thread only.
+class BlockList {
+ public:
+  void Add(void* block) {
+    if (size_ == blocks_.size()) std::abort();
+    blocks_[size_++] = block;
+  }
+  void Remove(const void* block) {
+    // The latest blocks are mostly the first to go.
+    for (std::size_t i = size_; i-- > 0;) {
+      if (blocks_[i] != block) continue;
+      std::copy(blocks_.begin() + static_cast<std::ptrdiff_t>(i) + 1,
+                blocks_.begin() + static_cast<std::ptrdiff_t>(size_),
+                blocks_.begin() + static_cast<std::ptrdiff_t>(i));
+      --size_;
+      return;
+    }
+  }
+  std::size_t size() const { return size_; }
+
+ private:
+  std::array<void*, 4096> blocks_{};
+  std::atomic<std::size_t> size_{0};
+};
+
+constinit BlockList live_blocks;
+
+bool IsInForce() { return plan_in_force != nullptr && counted_thread == ThisThread(); }
+
+void* Allocated(void* block) {
+  if (block != nullptr && IsInForce()) live_blocks.Add(block);
+  return block;
+}
+
+void Freed(const void* block) {
+  if (live_blocks.size() != 0 && counted_thread == ThisThread()) live_blocks.Remove(block);
+}
+
+bool FailsToAllocate() {
+  if (!IsFaultDue(Fault::kAllocation)) return false;
+  errno = ENOMEM;
+  return true;
+}
+
+/// Whether a read or write has to fail; the error is then that of a device.
+bool FailsToTransfer(Fault fault) {
+  if (!IsFaultDue(fault)) return false;
+  errno = EIO;
+  return true;
+}
+
+void* AlignedBlock(std::size_t size, std::align_val_t alignment) {
+  if (FailsToAllocate()) return nullptr;
+  const auto multiple = static_cast<std::size_t>(alignment);
+#if defined(_WIN32)
+  return Allocated(_aligned_malloc(size, multiple));
+#else
+  return Allocated(std::aligned_alloc(multiple, (size + multiple - 1) / multiple * multiple));
+#endif
+}
+
+void FreeAlignedBlock(void* block) {
+  Freed(block);
+#if defined(_WIN32)
+  _aligned_free(block);
+#else
+  __real_free(block);
+#endif
+}
+
+void* OrThrow(void* block) {
+  if (block == nullptr) throw std::bad_alloc();
+  return block;
+}
+
+}  // namespace
+
+FaultPlan::Armed::Armed(FaultPlan& plan) {
+  if (plan_in_force != nullptr) std::abort();
+  counted_thread = ThisThread();
+  plan_in_force = &plan;
+}
+
+FaultPlan::Armed::~Armed() { plan_in_force = nullptr; }
+
+bool IsFaultDue(Fault fault) { return IsInForce() && plan_in_force.load()->Count(fault); }
+
+std::size_t LiveBlocks() { return live_blocks.size(); }
+
+}  // namespace test_support
+
+using test_support::Allocated;
+using test_support::FailsToAllocate;
+using test_support::FailsToTransfer;
+using test_support::Fault;
+using test_support::Freed;
+
+// What the linker lets the calls come to.
+extern "C" {
+
+void* __wrap_malloc(std::size_t size) {
+  return FailsToAllocate() ? nullptr : Allocated(__real_malloc(size));
+}
+
+void* __wrap_calloc(std::size_t count, std::size_t size) {
+  return FailsToAllocate() ? nullptr : Allocated(__real_calloc(count, size));
+}
+
+void* __wrap_realloc(void* block, std::size_t size) {
+  if (FailsToAllocate()) return nullptr;
+  void* const moved = __real_realloc(block, size);
+  if (moved == nullptr && size != 0) return nullptr;
+  Freed(block);
+  return Allocated(moved);
+}
+
+void __wrap_free(void* block) {
+  Freed(block);
+  __real_free(block);
+}
+
+std::size_t __wrap_fread(void* bytes, std::size_t size, std::size_t count, std::FILE* file) {
+  return FailsToTransfer(Fault::kRead) ? 0 : __real_fread(bytes, size, count, file);
+}
+
+std::size_t __wrap_fwrite(const void* bytes, std::size_t size, std::size_t count, std::FILE* file) {
+  return FailsToTransfer(Fault::kWrite) ? 0 : __real_fwrite(bytes, size, count, file);
+}
+
+Gdiplus::GpStatus __wrap_GdipBitmapLockBits(Gdiplus::GpBitmap* bitmap, const Gdiplus::GpRect* rect,
+                                            UINT flags, Gdiplus::PixelFormat format,
+                                            Gdiplus::BitmapData* data) {
+  if (test_support::IsFaultDue(Fault::kLock)) return Gdiplus::OutOfMemory;
+  return __real_GdipBitmapLockBits(bitmap, rect, flags, format, data);
+}
+
+#if defined(_WIN32)
+
+// Elsewhere these two come to malloc and free.
+void* __wrap_GdipAlloc(std::size_t size) {
+  return FailsToAllocate() ? nullptr : Allocated(__real_GdipAlloc(size));
+}
+
+void __wrap_GdipFree(void* block) {
+  Freed(block);
+  __real_GdipFree(block);
+}
+
+#else
+
+ssize_t __wrap_read(int descriptor, void* bytes, std::size_t size) {
+  return FailsToTransfer(Fault::kRead) ? -1 : __real_read(descriptor, bytes, size);
+}
+
+int __wrap_ftruncate(int descriptor, off_t size) {
+  return FailsToTransfer(Fault::kWrite) ? -1 : __real_ftruncate(descriptor, size);
+}
+
+int __wrap_fseeko(std::FILE* file, off_t offset, int origin) {
+  return FailsToTransfer(Fault::kWrite) ? -1 : __real_fseeko(file, offset, origin);
+}
+
+// A file is closed even when its last bytes are lost.
+int __wrap_fclose(std::FILE* file) {
+  const int result = __real_fclose(file);
+  return FailsToTransfer(Fault::kWrite) ? EOF : result;
+}
+
+// The C library allocates there.
+std::FILE* __wrap_fdopen(int descriptor, const char* mode) {
+  return FailsToAllocate() ? nullptr : __real_fdopen(descriptor, mode);
+}
+
+#endif
+}
+
+// All replaceable forms of new and delete.
+
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+  return __wrap_malloc(size == 0 ? 1 : size);
+}
+void* operator new[](std::size_t size, const std::nothrow_t& tag) noexcept {
+  return operator new(size, tag);
+}
+void* operator new(std::size_t size) {
+  return test_support::OrThrow(operator new(size, std::nothrow));
+}
+void* operator new[](std::size_t size) { return operator new(size); }
+
+void operator delete(void* block) noexcept { __wrap_free(block); }
+void operator delete[](void* block) noexcept { operator delete(block); }
+void operator delete(void* block, std::size_t) noexcept { operator delete(block); }
+void operator delete[](void* block, std::size_t) noexcept { operator delete(block); }
+void operator delete(void* block, const std::nothrow_t&) noexcept { operator delete(block); }
+void operator delete[](void* block, const std::nothrow_t&) noexcept { operator delete(block); }
+
+void* operator new(std::size_t size, std::align_val_t alignment, const std::nothrow_t&) noexcept {
+  return test_support::AlignedBlock(size == 0 ? 1 : size, alignment);
+}
+void* operator new[](std::size_t size, std::align_val_t alignment,
+                     const std::nothrow_t& tag) noexcept {
+  return operator new(size, alignment, tag);
+}
+void* operator new(std::size_t size, std::align_val_t alignment) {
+  return test_support::OrThrow(operator new(size, alignment, std::nothrow));
+}
+void* operator new[](std::size_t size, std::align_val_t alignment) {
+  return operator new(size, alignment);
+}
+
+void operator delete(void* block, std::align_val_t) noexcept {
+  test_support::FreeAlignedBlock(block);
+}
+void operator delete[](void* block, std::align_val_t alignment) noexcept {
+  operator delete(block, alignment);
+}
+void operator delete(void* block, std::size_t, std::align_val_t alignment) noexcept {
+  operator delete(block, alignment);
+}
+void operator delete[](void* block, std::size_t, std::align_val_t alignment) noexcept {
+  operator delete(block, alignment);
+}
+void operator delete(void* block, std::align_val_t alignment, const std::nothrow_t&) noexcept {
+  operator delete(block, alignment);
+}
+void operator delete[](void* block, std::align_val_t alignment, const std::nothrow_t&) noexcept {
+  operator delete(block, alignment);
+}

@@ -1,0 +1,90 @@
+// Faults at a chosen place: the n-th allocation, lock, read or write of the code under test fails.
+//
+// The code under test knows nothing of this. A program that includes fault_injection.cpp is linked
+// such that calls to malloc and the others come there first (pixtola_wrap_faults in
+// tests/CMakeLists.txt). Of code in shared libraries only `new` is seen, not malloc.
+#ifndef PIXTOLA_TESTS_FAULT_INJECTION_H_
+#define PIXTOLA_TESTS_FAULT_INJECTION_H_
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <cstdint>
+
+namespace test_support {
+
+enum class Fault {
+  kAllocation,  ///< malloc and its like give null, new throws or gives null
+  kLock,        ///< GdipBitmapLockBits gives OutOfMemory and does nothing
+  kRead,        ///< of a file or a FaultyStream: nothing is read
+  kWrite        ///< nothing is written; or closing a file tells that something was not
+};
+
+/// One fault to come: the `nth` call of its kind, counted from 1, fails; those after it do not.
+/// Calls count only inside of Run, and only those of the thread that is in there.
+class FaultPlan {
+ public:
+  FaultPlan(Fault fault, std::uint32_t nth) : fault_(fault), nth_(nth) {}
+  FaultPlan(const FaultPlan&) = delete;
+  FaultPlan& operator=(const FaultPlan&) = delete;
+
+  /// Makes the call, and nothing else, under this plan. What GoogleTest allocates would be counted,
+  /// too: expectations belong outside.
+  template <typename Call>
+  decltype(auto) Run(const Call& call) {
+    const Armed armed(*this);
+    return call();
+  }
+
+  bool HasFired() const { return calls_ >= nth_; }
+  /// Calls of the plan's kind so far, the one that failed included.
+  std::uint32_t calls() const { return calls_; }
+
+  /// Counts a call; whether it is the one that has to fail.
+  bool Count(Fault fault) { return fault == fault_ && ++calls_ == nth_; }
+
+ private:
+  /// The plan is in force from here to the end of the scope. There is one at a time.
+  class Armed {
+   public:
+    explicit Armed(FaultPlan& plan);
+    Armed(const Armed&) = delete;
+    Armed& operator=(const Armed&) = delete;
+    ~Armed();
+  };
+
+  Fault fault_;
+  std::uint32_t nth_;
+  std::uint32_t calls_ = 0;
+};
+
+/// For doubles of the tests that can fail, such as streams: counts a call under the plan that is in
+/// force; whether the call has to fail.
+bool IsFaultDue(Fault fault);
+
+/// The blocks that were allocated inside of a plan's Run and have not been freed, there or later.
+std::size_t LiveBlocks();
+
+/// Calls `function` with plans for the first fault, the second and so on, until one has not fired;
+/// that last call of the function is an undisturbed one. Each call has to free what was allocated
+/// in it. Stops at the first failure of the test. Returns the number of faults that fired.
+///
+/// Make the call under test once before: what a library allocates at its first use, it keeps.
+template <typename Function>
+std::uint32_t ForEveryFault(Fault fault, const Function& function) {
+  constexpr std::uint32_t kTooMany = 10000;
+  for (std::uint32_t nth = 1; nth <= kTooMany; ++nth) {
+    SCOPED_TRACE(testing::Message() << "with fault " << nth);
+    FaultPlan plan(fault, nth);
+    const std::size_t blocks_before = LiveBlocks();
+    function(plan);
+    EXPECT_EQ(LiveBlocks(), blocks_before) << "a block was not freed";
+    if (!plan.HasFired() || testing::Test::HasFailure()) return nth - 1;
+  }
+  ADD_FAILURE() << "the faults do not come to an end";
+  return kTooMany;
+}
+
+}  // namespace test_support
+
+#endif  // PIXTOLA_TESTS_FAULT_INJECTION_H_
