@@ -1,0 +1,80 @@
+// What the tests of failures share: images to work on, and what an image looks like to its users.
+#ifndef PIXTOLA_TESTS_FAULT_IMAGES_H_
+#define PIXTOLA_TESTS_FAULT_IMAGES_H_
+
+#include <cstdint>
+#include <random>
+#include <tuple>
+#include <vector>
+
+#include "support/test_bitmap.h"
+
+namespace test_support {
+
+/// What a result is filled with, or points to, before the call that may leave it alone.
+inline constexpr std::uint8_t kUntouched = 0xA5;
+
+inline Bytes RandomBytes(std::size_t size) {
+  std::mt19937 random(static_cast<std::uint32_t>(size));
+  Bytes bytes(size);
+  for (std::uint8_t& byte : bytes) byte = static_cast<std::uint8_t>(random());
+  return bytes;
+}
+
+/// Random pixels; indexed bitmaps have random opaque colours, those with one bit blue and white.
+inline BitmapPointer RandomBitmap(UINT width, UINT height, Gdiplus::PixelFormat format) {
+  BitmapPointer bitmap =
+      MakeBitmap(width, height, format, RandomBytes(PackedBytes(format, width) * height));
+  if (bitmap == nullptr) return bitmap;
+  bitmap->SetResolution(200, 300);
+  if ((format & PixelFormatIndexed) != 0) {
+    std::mt19937 random(1);
+    std::vector<Gdiplus::ARGB> colors(std::size_t{1} << BitsOf(format));
+    for (Gdiplus::ARGB& color : colors) color = 0xFF000000 | (random() & 0xFFFFFF);
+    bitmap->SetPalette(PaletteBlock(0, colors).get());
+  }
+  return bitmap;
+}
+
+/// Everything that users of a bitmap see of it.
+struct Picture {
+  UINT width = 0;
+  UINT height = 0;
+  Gdiplus::PixelFormat format = PixelFormatUndefined;
+  float dpi_x = 0;
+  float dpi_y = 0;
+  std::vector<Gdiplus::ARGB> palette;
+  Bytes pixels;  ///< in the format
+
+  friend bool operator==(const Picture&, const Picture&) = default;
+};
+
+inline Picture PictureOf(Gdiplus::Bitmap& bitmap) {
+  return {bitmap.GetWidth(),
+          bitmap.GetHeight(),
+          bitmap.GetPixelFormat(),
+          bitmap.GetHorizontalResolution(),
+          bitmap.GetVerticalResolution(),
+          PaletteOf(bitmap),
+          PixelsOf(bitmap)};
+}
+
+/// `picture` as a bitmap is that was made of its pixels without a palette.
+inline Picture WithoutPalette(const Picture& picture) {
+  BitmapPointer bitmap = MakeBitmap(picture.width, picture.height, picture.format, picture.pixels);
+  BitmapPointer made;
+  Gdiplus::BitmapData data{};
+  bitmap->LockBits(nullptr, Gdiplus::ImageLockModeRead, picture.format, &data);
+  PxtInsertBytes(static_cast<const std::uint8_t*>(data.Scan0), picture.format, picture.width,
+                 picture.height, static_cast<std::uint32_t>(data.Stride), picture.dpi_x,
+                 picture.dpi_y, Receive(made), nullptr);
+  bitmap->UnlockBits(&data);
+  return made != nullptr ? PictureOf(*made) : Picture{};
+}
+
+/// Whether the bitmap can be locked, that is, nobody has left it locked.
+inline bool CanBeLocked(Gdiplus::Bitmap& bitmap) { return !PixelsOf(bitmap).empty(); }
+
+}  // namespace test_support
+
+#endif  // PIXTOLA_TESTS_FAULT_IMAGES_H_
