@@ -62,9 +62,12 @@ FileSink::FileSink(const char* utf8_path) : path_(utf8_path) {
   is_new_ = opened >= 0;
   if (!is_new_) opened = ::open(utf8_path, kFlags, 0666);
   Descriptor descriptor(opened);
-  if (!descriptor.IsRegularFile()) return;
-  file_.reset(::fdopen(descriptor.value(), "wb"));
-  if (file_ != nullptr) descriptor.Release();
+  if (descriptor.IsRegularFile()) file_.reset(::fdopen(descriptor.value(), "wb"));
+  if (file_ != nullptr) {
+    descriptor.Release();
+  } else if (is_new_) {
+    ::unlink(utf8_path);  // made just now, for nothing
+  }
 }
 
 bool FileSink::Write(const void* bytes, std::size_t size) {
