@@ -450,9 +450,9 @@ TEST(MemoryStreamTransactions, AreNone) {
 
 TEST(MemoryStreamRegions, CannotBeLocked) {
   const StreamPointer stream = StreamOf("abc");
-  EXPECT_EQ(stream->LockRegion(Size(0), Size(1), LOCK_WRITE), STG_E_INVALIDFUNCTION);
+  EXPECT_EQ(stream->LockRegion(Size(0), Size(1), LOCK_EXCLUSIVE), STG_E_INVALIDFUNCTION);
   if (expectations::kUnlockingRegionsSucceeds) return;
-  EXPECT_EQ(stream->UnlockRegion(Size(0), Size(1), LOCK_WRITE), STG_E_INVALIDFUNCTION);
+  EXPECT_EQ(stream->UnlockRegion(Size(0), Size(1), LOCK_EXCLUSIVE), STG_E_INVALIDFUNCTION);
 }
 
 TEST(MemoryStreamStat, TellsTypeAndSize) {
