@@ -47,6 +47,7 @@ struct Peer {
 };
 
 std::vector<Job> ConvertJobs();
+std::vector<Job> LockJobs();
 std::vector<Job> TransformJobs();
 std::vector<Job> ProcessJobs();
 

@@ -65,7 +65,7 @@ std::string BestTarget() { return "none, plain definitions only"; }
 
 std::vector<Job> AllJobs() {
   std::vector<Job> all;
-  for (const auto& jobs : {ConvertJobs(), TransformJobs(), ProcessJobs()}) {
+  for (const auto& jobs : {ConvertJobs(), TransformJobs(), ProcessJobs(), LockJobs()}) {
     all.insert(all.end(), jobs.begin(), jobs.end());
   }
   return all;

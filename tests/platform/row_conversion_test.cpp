@@ -58,26 +58,33 @@ TEST(NearestColor, LooksAtTheEntriesThatCanBeUsedOnly) {
   EXPECT_EQ(NearestColor(Palette{}, 256).IndexOf(0xFFFFFFFF), 0U);
 }
 
-TEST(NearestColor, RemembersWithoutMixingColoursUp) {
-  // More colours than are remembered, each asked for again after others took its place.
-  const Palette palette = GrayPalette(8);
-  NearestColor nearest(palette, 256);
-  for (int pass = 0; pass < 2; ++pass) {
-    for (unsigned level = 0; level < 256; ++level) {
-      for (unsigned blue = level >= 8 ? level - 8 : 0; blue <= level; ++blue) {
-        const Gdiplus::ARGB color = level << 16 | level << 8 | blue;
+TEST(NearestColor, FindsWhatASearchOfAllEntriesFinds) {
+  std::mt19937 random(3);
+  for (const unsigned count : {1U, 2U, 3U, 16U, 200U, 256U}) {
+    for (const bool is_clustered : {false, true}) {
+      std::vector<Gdiplus::ARGB> colors(count);
+      // Clustered colours are close to each other, and many are equal.
+      for (auto& color : colors) {
+        color = static_cast<Gdiplus::ARGB>(random()) & (is_clustered ? 0x07070707U : 0xFFFFFFFFU);
+      }
+      NearestColor nearest(PaletteOf(colors), 256);
+      for (int i = 0; i < 20000; ++i) {
+        const auto color = static_cast<Gdiplus::ARGB>(random());
         unsigned expected = 0;
-        unsigned least = ~0U;
-        for (unsigned i = 0; i < 256; ++i) {
-          const int d = static_cast<int>(i) - static_cast<int>(level);
-          const int b = static_cast<int>(i) - static_cast<int>(blue);
-          const auto distance = static_cast<unsigned>(2 * d * d + b * b);
+        int least = 3 * 255 * 255 + 1;
+        for (unsigned entry = 0; entry < count; ++entry) {
+          int distance = 0;
+          for (const unsigned shift : {0U, 8U, 16U}) {
+            const int d = static_cast<int>(colors[entry] >> shift & 0xFF) -
+                          static_cast<int>(color >> shift & 0xFF);
+            distance += d * d;
+          }
           if (distance < least) {
             least = distance;
-            expected = i;
+            expected = entry;
           }
         }
-        ASSERT_EQ(nearest.IndexOf(color), expected) << std::hex << color;
+        ASSERT_EQ(nearest.IndexOf(color), expected) << count << std::hex << " " << color;
       }
     }
   }
@@ -108,8 +115,8 @@ TEST(RowConversion, ByTheShortWayEqualsTheWayByColours) {
   unsigned short_ways = 0;
   for (const auto from : {PixelFormat8bppIndexed, PixelFormat24bppRGB, PixelFormat32bppRGB,
                           PixelFormat32bppARGB, PixelFormat32bppPARGB}) {
-    for (const auto to : {PixelFormat24bppRGB, PixelFormat32bppRGB, PixelFormat32bppARGB,
-                          PixelFormat32bppPARGB}) {
+    for (const auto to :
+         {PixelFormat24bppRGB, PixelFormat32bppRGB, PixelFormat32bppARGB, PixelFormat32bppPARGB}) {
       if (from == to) continue;
       if (from == PixelFormat8bppIndexed || FindDirectRow(from, to) != nullptr) ++short_ways;
       RowConversion conversion(from, palette, to, none);

@@ -202,8 +202,11 @@ void ArgbToRow(const ARGB* argb, std::uint32_t width, Gdiplus::PixelFormat forma
 
 void ArgbToIndexes(const ARGB* argb, std::uint32_t width, unsigned bits, NearestColor& nearest,
                    BYTE* row, std::uint32_t x) {
+  unsigned index = 0;
   for (std::uint32_t i = 0; i < width; ++i) {
-    WriteIndex(row, x + i, bits, nearest.IndexOf(argb[i]));
+    // Neighbours are often equal.
+    if (i == 0 || argb[i] != argb[i - 1]) index = nearest.IndexOf(argb[i]);
+    WriteIndex(row, x + i, bits, index);
   }
 }
 

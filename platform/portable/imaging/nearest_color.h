@@ -4,42 +4,49 @@
 
 #include <array>
 #include <cstdint>
+#include <span>
 
+#include "imaging/heap_bytes.h"
 #include "imaging/palette.h"
 
 namespace pixtola::portable {
 
 /// Nearest by the squared distance of red, green and blue, the first of equals; alpha is not looked
-/// at. Colours that were asked for lately are remembered: those of a page come back again and
-/// again.
+/// at.
+///
+/// The cube of colours is cut into 16 x 16 x 16 cells. When the first colour of a cell comes, the
+/// entries that can be nearest to any colour of the cell are noted; from then on only these few are
+/// looked at.
 class NearestColor {
  public:
-  /// Looks among the first `usable` entries, 0 when there are none.
+  /// Looks among the first `usable` entries, at most 256; the index is 0 when there are none.
   NearestColor(const Palette& palette, unsigned usable);
 
-  unsigned IndexOf(Gdiplus::ARGB color) {
-    const std::uint32_t rgb = color & 0x00FFFFFFU;
-    Remembered& slot = remembered_[rgb * 0x9E3779B1U >> (32 - kSlotBits)];
-    if (slot.key != (rgb | kFilled)) slot = {rgb | kFilled, Search(rgb)};
-    return slot.index;
-  }
+  unsigned IndexOf(Gdiplus::ARGB color);
 
  private:
-  static constexpr unsigned kSlotBits = 10;
-  static constexpr std::uint32_t kFilled = 0x01000000U;
-
-  struct Remembered {
-    std::uint32_t key = 0;  ///< the colour and kFilled; 0 in an unused slot
-    std::uint32_t index = 0;
+  /// Candidates are `count` indexes in ascending order; 0 when nobody has asked yet.
+  struct Cell {
+    std::uint32_t start = 0;
+    std::uint32_t count = 0;
+  };
+  struct Channels {
+    std::int32_t red;
+    std::int32_t green;
+    std::int32_t blue;
   };
 
-  unsigned Search(std::uint32_t rgb) const;
+  std::span<const std::uint8_t> CandidatesOf(const Channels& color);
+  void FillCell(const Channels& color, Cell& cell);
+  bool Reserve(std::uint32_t count);
 
   unsigned count_;
-  std::array<std::int32_t, 256> red_;
-  std::array<std::int32_t, 256> green_;
-  std::array<std::int32_t, 256> blue_;
-  std::array<Remembered, 1U << kSlotBits> remembered_{};
+  std::array<Channels, 256> entries_;
+  std::array<std::uint8_t, 256> all_;  ///< the candidates when there is no memory for better ones
+  std::array<Cell, 16 * 16 * 16> cells_{};
+  HeapBytes candidates_;
+  std::uint32_t candidates_size_ = 0;
+  std::uint32_t candidates_capacity_ = 0;
 };
 
 }  // namespace pixtola::portable
