@@ -4,7 +4,6 @@
 
 #include <cstdint>
 #include <random>
-#include <tuple>
 #include <vector>
 
 #include "support/test_bitmap.h"
@@ -21,7 +20,7 @@ inline Bytes RandomBytes(std::size_t size) {
   return bytes;
 }
 
-/// Random pixels; indexed bitmaps have random opaque colours, those with one bit blue and white.
+/// Random pixels; indexed bitmaps have random opaque colours.
 inline BitmapPointer RandomBitmap(UINT width, UINT height, Gdiplus::PixelFormat format) {
   BitmapPointer bitmap =
       MakeBitmap(width, height, format, RandomBytes(PackedBytes(format, width) * height));

@@ -1,7 +1,5 @@
 #include "support/fault_injection.h"
 
-#include <fcntl.h>
-
 #include <algorithm>
 #include <array>
 #include <atomic>
