@@ -1,5 +1,15 @@
 // The public header in the oldest C++ that it supports: compiling this is the test.
 
+#if !defined(_WIN32)
+// Headers of the system whose macros could be in the way.
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/file.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#endif
+
 #include <Pixtola.h>
 
 static_assert(__cplusplus < 201703L, "this file is to be compiled as C++14");

@@ -16,6 +16,7 @@ namespace Flat = Gdiplus::DllExports;
 using test_support::BitmapPointer;
 using test_support::Bytes;
 using test_support::MakeBitmap;
+using test_support::PackedBytes;
 using test_support::PaletteBlock;
 using test_support::PaletteOf;
 using test_support::PixelsOf;
@@ -44,6 +45,31 @@ TEST(BitmapCreation, AsksForStridesThatAreMultiplesOfFourWithTheCallersRows) {
         Flat::GdipCreateBitmapFromScan0(1, 1, stride, PixelFormat24bppRGB, rows.data(), &bitmap),
         Gdiplus::InvalidParameter)
         << stride;
+  }
+}
+
+TEST(BitmapCreation, TakesAnyStrideWithoutTheCallersRows) {
+  for (const int stride : {0, 1, 2, 3, 4, 400, -4, -3}) {
+    Gdiplus::GpBitmap* bitmap = nullptr;
+    EXPECT_EQ(Flat::GdipCreateBitmapFromScan0(5, 2, stride, PixelFormat24bppRGB, nullptr, &bitmap),
+              Gdiplus::Ok)
+        << stride;
+    Flat::GdipDisposeImage(bitmap);
+  }
+}
+
+TEST(BitmapCreation, KnowsEveryFormatThatPixelsHave) {
+  for (const Gdiplus::PixelFormat format :
+       {PixelFormat1bppIndexed, PixelFormat4bppIndexed, PixelFormat8bppIndexed,
+        PixelFormat16bppGrayScale, PixelFormat16bppRGB555, PixelFormat16bppRGB565,
+        PixelFormat16bppARGB1555, PixelFormat24bppRGB, PixelFormat32bppRGB, PixelFormat32bppARGB,
+        PixelFormat32bppPARGB, PixelFormat48bppRGB, PixelFormat64bppARGB, PixelFormat64bppPARGB}) {
+    const BitmapPointer bitmap(new Gdiplus::Bitmap(3, 2, format));
+    ASSERT_EQ(bitmap->GetLastStatus(), Gdiplus::Ok) << std::hex << format;
+    EXPECT_EQ(bitmap->GetPixelFormat(), format);
+    EXPECT_EQ(bitmap->GetWidth(), 3U);
+    EXPECT_EQ(bitmap->GetHeight(), 2U);
+    EXPECT_EQ(PixelsOf(*bitmap), Bytes(2 * PackedBytes(format, 3), 0)) << std::hex << format;
   }
 }
 
@@ -126,6 +152,37 @@ TEST(BitmapPalette, OfEightBitsIsTheHalftoneOne) {
   EXPECT_EQ(palette[255], 0xFFFFFFFFU);
 }
 
+TEST(BitmapPalette, SaysWhatKindOfColoursItHas) {
+  const auto flags_of = [](Gdiplus::PixelFormat format) {
+    const BitmapPointer bitmap(new Gdiplus::Bitmap(1, 1, format));
+    std::vector<std::uint32_t> block(2 + 256);
+    auto* palette = reinterpret_cast<Gdiplus::ColorPalette*>(block.data());
+    EXPECT_EQ(bitmap->GetPalette(palette, bitmap->GetPaletteSize()), Gdiplus::Ok);
+    return palette->Flags;
+  };
+  EXPECT_EQ(flags_of(PixelFormat1bppIndexed), UINT{Gdiplus::PaletteFlagsGrayScale});
+  EXPECT_EQ(flags_of(PixelFormat4bppIndexed), 0U);
+  EXPECT_EQ(flags_of(PixelFormat8bppIndexed), UINT{Gdiplus::PaletteFlagsHalftone});
+}
+
+TEST(BitmapPalette, KeepsTheFlagsAsGiven) {
+  const BitmapPointer bitmap(new Gdiplus::Bitmap(1, 1, PixelFormat8bppIndexed));
+  ASSERT_EQ(bitmap->SetPalette(PaletteBlock(5, {0xFF010203, 0x80040506}).get()), Gdiplus::Ok);
+  std::uint32_t block[4] = {};
+  auto* palette = reinterpret_cast<Gdiplus::ColorPalette*>(block);
+  ASSERT_EQ(bitmap->GetPalette(palette, sizeof(block)), Gdiplus::Ok);
+  EXPECT_EQ(palette->Flags, 5U);
+  EXPECT_EQ(palette->Count, 2U);
+}
+
+TEST(BitmapPalette, IsEmptyWithoutIndexes) {
+  const BitmapPointer bitmap(new Gdiplus::Bitmap(1, 1, PixelFormat24bppRGB));
+  std::uint32_t block[3] = {77, 77, 77};
+  auto* palette = reinterpret_cast<Gdiplus::ColorPalette*>(block);
+  ASSERT_EQ(bitmap->GetPalette(palette, sizeof(block)), Gdiplus::Ok);
+  EXPECT_EQ(palette->Count, 0U);
+}
+
 TEST(BitmapPalette, TellsItsSize) {
   EXPECT_EQ(BitmapPointer(new Gdiplus::Bitmap(1, 1, PixelFormat1bppIndexed))->GetPaletteSize(), 16);
   EXPECT_EQ(BitmapPointer(new Gdiplus::Bitmap(1, 1, PixelFormat8bppIndexed))->GetPaletteSize(),
@@ -163,6 +220,21 @@ TEST(BitmapClone, HasTheSamePixelsAndPalette) {
   ASSERT_NE(clone, nullptr);
   EXPECT_EQ(PixelsOf(*clone), PixelsOf(*bitmap));
   EXPECT_EQ(PaletteOf(*clone), colors);
+}
+
+TEST(BitmapClone, OwnsItsPixels) {
+  Bytes rows = {1, 2, 3, 0, 4, 5, 6, 0};
+  BitmapPointer clone;
+  {
+    Gdiplus::Bitmap bitmap(1, 2, 4, PixelFormat24bppRGB, rows.data());
+    bitmap.SetResolution(300, 150);
+    clone.reset(static_cast<Gdiplus::Bitmap*>(bitmap.Clone()));
+    ASSERT_NE(clone, nullptr);
+    rows.assign(8, 99);
+  }
+  EXPECT_EQ(PixelsOf(*clone), (Bytes{1, 2, 3, 4, 5, 6}));
+  EXPECT_FLOAT_EQ(clone->GetHorizontalResolution(), 300);
+  EXPECT_FLOAT_EQ(clone->GetVerticalResolution(), 150);
 }
 
 }  // namespace

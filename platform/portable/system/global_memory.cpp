@@ -90,8 +90,9 @@ HGLOBAL Resize(HGLOBAL memory, std::size_t size, bool may_move) {
     if (!fits) return may_move ? MoveFixed(memory, size) : nullptr;
   } else if (!fits) {
     if (block.lock_count > 0 && !may_move) return nullptr;
+    const std::size_t capacity = GrownCapacity(block, size);
     // Memory may suffice for what is asked though not for the reserve.
-    if (!Move(block, GrownCapacity(block, size)) && !Move(block, size)) return nullptr;
+    if (!Move(block, capacity) && (capacity == size || !Move(block, size))) return nullptr;
   } else if (size < block.size && (block.lock_count == 0 || may_move)) {
     Move(block, size);  // gives back what is not needed; when that fails, all stays and fits
   }
