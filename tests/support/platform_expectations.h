@@ -27,6 +27,9 @@ inline constexpr bool kNullUserBuffersCrash = kIsWine;
 /// A lock in a format that is none gives NotImplemented instead of InvalidParameter.
 inline constexpr bool kLocksInNoFormatAreNotImplemented = kIsWine;
 
+/// Bitmaps in formats that are none can be created.
+inline constexpr bool kBitmapsInNoFormatAreMade = kIsWine;
+
 /// Locks as 16-bit gray, and of it in other formats, succeed or give NotImplemented instead of
 /// InvalidParameter.
 inline constexpr bool kGrayOf16BitsIsNotRefused = kIsWine;
