@@ -21,22 +21,22 @@ inline std::string PairName(Gdiplus::PixelFormat from, Gdiplus::PixelFormat to) 
 /// Why a lock of a bitmap in another format is known not to give what the definition says; empty
 /// when it does.
 inline std::string KnownReadDifference(Gdiplus::PixelFormat bitmap, Gdiplus::PixelFormat lock) {
-  using namespace expectations;
   const auto is_555 = [](Gdiplus::PixelFormat format) {
     return format == PixelFormat16bppRGB555 || format == PixelFormat16bppARGB1555;
   };
   if (bitmap == lock) return "";
-  if (k48BitChannelsHave16Bits &&
+  if (expectations::k48BitChannelsHave16Bits &&
       (reference_pixels::IsDeep(bitmap) || reference_pixels::IsDeep(lock))) {
     return "Wine's channels of 16 bits are others";
   }
-  if (kLocksInOtherIndexedFormatsFail && reference_pixels::IsIndexed(lock)) {
+  if (expectations::kLocksInOtherIndexedFormatsFail && reference_pixels::IsIndexed(lock)) {
     return "Wine does not convert to indexes here";
   }
-  if (kRgbOf32BitsIsTakenAsItIs && bitmap == PixelFormat32bppPARGB && lock == PixelFormat32bppRGB) {
+  if (expectations::kRgbOf32BitsIsTakenAsItIs && bitmap == PixelFormat32bppPARGB &&
+      lock == PixelFormat32bppRGB) {
     return "Wine does not divide by alpha here";
   }
-  if (kGreenOf555LacksLowBits && is_555(bitmap) && !is_555(lock)) {
+  if (expectations::kGreenOf555LacksLowBits && is_555(bitmap) && !is_555(lock)) {
     return "Wine computes green otherwise";
   }
   return "";

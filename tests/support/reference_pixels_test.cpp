@@ -110,6 +110,9 @@ TEST(ReferencePixels, AreMultipliedByAlphaAndDividedByIt) {
   // 0xFF0000 / 128 = 130560; 100 * 130560 >> 16 = 199, 50 -> 99, 200 -> 398, which is too much
   EXPECT_EQ(Convert({100, 50, 200, 128}, 1, PixelFormat32bppPARGB, PixelFormat32bppARGB),
             (Bytes{199, 99, 255, 128}));
+  // 0xFF0000 / 7 = 2387382 without its fraction; 7 * 2387382 = 16711674, just below 255 << 16
+  EXPECT_EQ(Convert({7, 1, 0, 7}, 1, PixelFormat32bppPARGB, PixelFormat32bppARGB),
+            (Bytes{254, 36, 0, 7}));
   EXPECT_EQ(Convert({9, 8, 7, 0}, 1, PixelFormat32bppPARGB, PixelFormat24bppRGB), (Bytes{9, 8, 7}));
   EXPECT_EQ(Convert({9, 8, 7, 0}, 1, PixelFormat32bppARGB, PixelFormat32bppPARGB),
             (Bytes{0, 0, 0, 0}));
