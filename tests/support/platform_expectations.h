@@ -56,6 +56,9 @@ inline constexpr bool kIndexesWithoutEntryAreTransparent = kIsWine;
 /// A resolution of 0 or less is taken.
 inline constexpr bool kAnyResolutionIsTaken = kIsWine;
 
+/// The clone of a bitmap has 96 dots an inch, whatever the bitmap has.
+inline constexpr bool kClonesForgetTheResolution = kIsWine;
+
 /// Too small a block for a palette gives InsufficientBuffer instead of InvalidParameter, and
 /// palettes without entries are taken.
 inline constexpr bool kPalettesAreCheckedDifferently = kIsWine;
