@@ -28,6 +28,7 @@ struct Job {
   std::string title;              ///< for readers
   std::uint32_t bytes_per_pixel;  ///< of the source
   MakeWork make;
+  bool keeps_page = false;  ///< its result is the page itself
 };
 
 /// How a peer's result is compared with the library's before anything is timed.

@@ -57,8 +57,8 @@ MakeWork Locking(const Conversion& conversion) {
 std::vector<Job> LockJobs() {
   std::vector<Job> jobs;
   for (const Conversion& conversion : kConversions) {
-    jobs.push_back(
-        {conversion.name, conversion.title, BytesPerPixel(conversion.from), Locking(conversion)});
+    jobs.push_back({conversion.name, conversion.title, BytesPerPixel(conversion.from),
+                    Locking(conversion), conversion.from == conversion.to});
   }
   return jobs;
 }

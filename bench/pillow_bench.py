@@ -6,6 +6,7 @@ result is allocated within it. Jobs that Pillow does not do give an empty list.
 """
 
 import argparse
+import io
 import json
 import sys
 import time
@@ -21,7 +22,7 @@ MODES = {"8": "L", "16": "I;16", "24": "RGB", "32": "RGBA"}
 
 
 class Peer(NamedTuple):
-    mode: str  # of the page
+    mode: str  # of the page, or the name of the encoded page
     difference: str  # from the library's result; empty: none
     run: Callable  # from the page to the result
     is_right: Callable  # of the page and the result
@@ -52,6 +53,17 @@ def is_stretched(page, result):
                for new, old in channels)
 
 
+def decodes_to(mode):
+    """A check that the encoded page was decoded to pixels of the mode."""
+    return lambda _encoded, result: result.mode == mode and result.width > 2000
+
+
+def is_encoded(page, result):
+    result.seek(0)
+    with Image.open(result) as decoded:
+        return is_as_bright(page, decoded)
+
+
 # --------------------------------------------------------------------- jobs
 
 MOVES = {
@@ -64,6 +76,45 @@ MOVES = {
 
 def balance(page):
     return ImageOps.autocontrast(page, cutoff=1)
+
+
+def encoding(name, **options):
+    def run(page):
+        encoded = io.BytesIO()
+        page.save(encoded, name, **options)
+        return encoded
+    return run
+
+
+def decode(encoded):
+    with Image.open(io.BytesIO(encoded)) as image:
+        image.load()
+        return image
+
+
+# The formats with Pillow's mode, what differs from the library's file, and the options that make it
+# the same otherwise.
+FORMATS = {
+    "bmp-24": ("RGB", "", {"format": "BMP"}),
+    "png-8": ("L", "gray instead of a palette", {"format": "PNG"}),
+    "png-24": ("RGB", "zlib at level 6 instead of 4", {"format": "PNG"}),
+    "tiff-24": ("RGB", "", {"format": "TIFF", "compression": "tiff_lzw"}),
+    "jpeg-24": ("RGB", "", {"format": "JPEG"}),
+    "gif-8": ("L", "", {"format": "GIF"}),
+}
+
+
+def codec_peers():
+    found = {}
+    for name, (mode, difference, options) in FORMATS.items():
+        options = dict(options)
+        written = encoding(options.pop("format"), **options)
+        difference = ", ".join(filter(None, [difference, FOUR_BYTES if mode == "RGB" else ""]))
+        found[f"encode-{name}"] = Peer(mode, difference or "own settings", written, is_encoded)
+        decoded_mode = "P" if name == "png-8" else mode
+        found[f"decode-{name}"] = Peer(name, FOUR_BYTES if mode == "RGB" else "", decode,
+                                       decodes_to(decoded_mode))
+    return found
 
 
 def peers():
@@ -80,10 +131,12 @@ def peers():
             found[f"{name}-{bits}"] = Peer(mode, FOUR_BYTES if bits == "24" else "",
                                            lambda page, method=method: page.transpose(method),
                                            moves_to(position))
-    return found
+    return found | codec_peers()
 
 
 def open_page(folder, dpi, mode):
+    if mode in FORMATS:
+        return (folder / f"{mode}-{dpi}").read_bytes()
     name = f"color-{dpi}.ppm" if mode in ("RGB", "RGBA") else f"gray-{dpi}.pgm"
     with Image.open(folder / name) as page:
         page.load()

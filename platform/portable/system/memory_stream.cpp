@@ -245,10 +245,12 @@ HRESULT WINAPI GetHGlobalFromStream(IStream* stream, HGLOBAL* memory) {
   if (FAILED(stream->QueryInterface(pixtola::portable::kMemoryStreamId, &object))) {
     return E_INVALIDARG;
   }
-  auto* own = static_cast<pixtola::portable::MemoryStream*>(static_cast<IStream*>(object));
-  *memory = own->memory();
-  own->Release();
-  return S_OK;
+  auto* answer = static_cast<IStream*>(object);
+  // A stream in front of another may hand the question on and answer with itself.
+  auto* own = dynamic_cast<pixtola::portable::MemoryStream*>(answer);
+  if (own != nullptr) *memory = own->memory();
+  answer->Release();
+  return own != nullptr ? S_OK : E_INVALIDARG;
 }
 
 }  // extern "C"
