@@ -124,5 +124,20 @@ TEST(GdipSaveImageToFile, LeavesNoPartialFile) {
   EXPECT_TRUE(folder.is_empty());
 }
 
+TEST(GdipSaveImageToFile, RefusesPixelsThatConvertToNothing) {
+  const TemporaryFolder folder;
+  Gdiplus::Bitmap bitmap(3, 2, PixelFormat16bppGrayScale);
+  UINT count = 0;
+  UINT size = 0;
+  Gdiplus::GetImageEncodersSize(&count, &size);
+  std::vector<Gdiplus::ImageCodecInfo> encoders(count);
+  ASSERT_EQ(Gdiplus::GetImageEncoders(count, size, encoders.data()), Gdiplus::Ok);
+  for (const auto& encoder : encoders) {
+    EXPECT_EQ(bitmap.Save((folder / "out").wstring().c_str(), &encoder.Clsid),
+              Gdiplus::InvalidParameter);
+  }
+  EXPECT_TRUE(folder.is_empty());
+}
+
 }  // namespace
 }  // namespace pixtola::portable

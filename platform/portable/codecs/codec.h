@@ -41,7 +41,7 @@ struct FrameFunctions {
   Gdiplus::Status (*decode)(EncodedBytes bytes, UINT index, std::unique_ptr<BitmapObject>& bitmap);
 };
 
-/// `parameters` may be null. InvalidParameter: a pixel format or a parameter that the writer does
+/// Any bitmap but one of 16-bit gray, which converts to nothing. `parameters` may be null. InvalidParameter: a pixel format or a parameter that the writer does
 /// not take. Win32Error: the sink failed.
 using EncodeFunction = Gdiplus::Status (*)(const BitmapObject& bitmap,
                                            const Gdiplus::EncoderParameters* parameters,

@@ -88,11 +88,18 @@ const Codec* FindEncoder(const CLSID& encoder) {
   return nullptr;
 }
 
+/// Pixels of 16-bit gray convert to nothing, so that no encoder can take them.
+bool CanBeEncoded(const BitmapObject& bitmap) {
+  return bitmap.format() != PixelFormat16bppGrayScale;
+}
+
 Status EncodeFile(const BitmapObject& bitmap, const wchar_t* path, const CLSID& encoder,
                   const Gdiplus::EncoderParameters* parameters) {
   const Codec* codec = FindEncoder(encoder);
   const std::optional<std::string> utf8_path = Utf8FromWide(path);
-  if (codec == nullptr || !utf8_path.has_value()) return Gdiplus::InvalidParameter;
+  if (codec == nullptr || !utf8_path.has_value() || !CanBeEncoded(bitmap)) {
+    return Gdiplus::InvalidParameter;
+  }
   FileSink sink(utf8_path->c_str());
   if (!sink.is_open()) return Gdiplus::Win32Error;
   Status status = codec->encode(bitmap, parameters, sink);
@@ -104,7 +111,7 @@ Status EncodeFile(const BitmapObject& bitmap, const wchar_t* path, const CLSID& 
 Status EncodeStream(const BitmapObject& bitmap, IStream& stream, const CLSID& encoder,
                     const Gdiplus::EncoderParameters* parameters) {
   const Codec* codec = FindEncoder(encoder);
-  if (codec == nullptr) return Gdiplus::InvalidParameter;
+  if (codec == nullptr || !CanBeEncoded(bitmap)) return Gdiplus::InvalidParameter;
   StreamSink sink(stream);
   return codec->encode(bitmap, parameters, sink);
 }
