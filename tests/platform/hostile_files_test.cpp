@@ -1,9 +1,27 @@
 // Files that are cut, changed or lie about their size end in a status, silently.
 
-#include "platform/codec_files.h"
+#include "platform/gif_files.h"
 
 namespace pixtola::portable {
 namespace {
+
+/// Frames of every kind: interlaced, with colours of their own, transparent, each disposal.
+Bytes Animation() {
+  const std::vector<ARGB> colors = {kRed, kWhite, kGreen, kBlue};
+  GifParts parts{.width = 6, .height = 5, .colors = colors};
+  for (std::uint32_t i = 0; i < 4; ++i) {
+    parts.images.push_back({.left = i,
+                            .top = 1,
+                            .width = 3,
+                            .height = 4,
+                            .pixels = Bytes(12, static_cast<std::uint8_t>(i)),
+                            .colors = i % 2 == 0 ? std::vector<ARGB>{} : colors,
+                            .is_interlaced = i > 1,
+                            .disposal = i,
+                            .transparent = std::uint8_t{3}});
+  }
+  return MakeGif(parts);
+}
 
 std::vector<std::pair<DecodeFunction, Bytes>> SmallFiles() {
   std::vector<std::pair<DecodeFunction, Bytes>> files;
@@ -21,6 +39,7 @@ std::vector<std::pair<DecodeFunction, Bytes>> SmallFiles() {
                                          .compression = 3,
                                          .pixels = Bytes(8, 0x55),
                                          .masks = {0xF800, 0x07E0, 0x001F}}));
+  files.emplace_back(DecodeGif, Animation());
   files.emplace_back(
       DecodePng,
       MakePng({PNG_COLOR_TYPE_RGBA, 8, 2, Bytes(24, 3), {}, false, PNG_INTERLACE_ADAM7}));
@@ -38,6 +57,11 @@ void ExpectAnswer(DecodeFunction decode, const Bytes& bytes) {
   BitmapPtr bitmap;
   const Status status = decode(EncodedBytes(exact.get(), bytes.size()), bitmap);
   ASSERT_EQ(status == Gdiplus::Ok, bitmap != nullptr);
+  if (decode != DecodeGif || bitmap == nullptr) return;
+  const UINT frames = kGifFrames.count(EncodedBytes(exact.get(), bytes.size()));
+  ASSERT_GE(frames, 1U);
+  ASSERT_EQ(kGifFrames.decode(EncodedBytes(exact.get(), bytes.size()), frames - 1, bitmap),
+            Gdiplus::Ok);
 }
 
 TEST(Codecs, AnswerToFilesCutAtEveryByteAndPrintNothing) {
@@ -85,6 +109,11 @@ std::vector<std::pair<DecodeFunction, Bytes>> HugeClaims() {
   BmpParts rle = Rle(8, {4, 1, 0, 1});
   rle.width = rle.height = 40000;
   files.emplace_back(DecodeBmp, MakeBmp(rle));
+
+  GifParts gif = PlainGif(40000, 40000, {0}, {kRed, kWhite});
+  files.emplace_back(DecodeGif, MakeGif(gif));
+  gif.images.push_back(gif.images[0]);
+  files.emplace_back(DecodeGif, MakeGif(gif));
 
   Bytes png = Encode(EncodePng, *Noise(2, 2, PixelFormat24bppRGB));
   for (const std::size_t at : {18U, 22U}) {

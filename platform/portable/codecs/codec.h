@@ -56,7 +56,7 @@ struct Codec {
   const FrameFunctions* frames;  ///< null when the format holds one image
 };
 
-/// All codecs, in the order in which GDI+ lists them: BMP, JPEG, TIFF, PNG.
+/// All codecs, in the order in which GDI+ lists them: BMP, JPEG, GIF, TIFF, PNG.
 std::span<const Codec> Codecs();
 
 // Each format's own functions, one file per format and direction.
@@ -67,6 +67,12 @@ Gdiplus::Status EncodeBmp(const BitmapObject& bitmap, const Gdiplus::EncoderPara
 
 bool IsJpeg(EncodedBytes bytes);
 Gdiplus::Status DecodeJpeg(EncodedBytes bytes, std::unique_ptr<BitmapObject>& bitmap);
+
+bool IsGif(EncodedBytes bytes);
+Gdiplus::Status DecodeGif(EncodedBytes bytes, std::unique_ptr<BitmapObject>& bitmap);
+Gdiplus::Status EncodeGif(const BitmapObject& bitmap, const Gdiplus::EncoderParameters* parameters,
+                          ByteSink& sink);
+extern const FrameFunctions kGifFrames;
 
 bool IsTiff(EncodedBytes bytes);
 Gdiplus::Status DecodeTiff(EncodedBytes bytes, std::unique_ptr<BitmapObject>& bitmap);

@@ -21,15 +21,18 @@ constexpr DWORD kBuiltin = 0x00010000;
 constexpr DWORD kReads = kDecoder | kSupportBitmap | kBuiltin;
 constexpr DWORD kReadsAndWrites = kReads | kEncoder;
 
-constexpr BYTE kExact[8] = {0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF};
+// As long as the longest list of signatures.
+constexpr BYTE kExact[12] = {0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF,
+                             0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF};
 constexpr BYTE kBmpSignature[] = {'B', 'M'};
 constexpr BYTE kJpegSignature[] = {0xFF, 0xD8};
+constexpr BYTE kGifSignatures[] = {'G', 'I', 'F', '8', '7', 'a', 'G', 'I', 'F', '8', '9', 'a'};
 constexpr BYTE kTiffSignatures[] = {'I', 'I', 'M', 'M'};
 constexpr BYTE kPngSignature[] = {0x89, 'P', 'N', 'G', 0x0D, 0x0A, 0x1A, 0x0A};
 
 constexpr DWORD kVersion = 1;
 
-constexpr std::array<Codec, 4> kCodecs = {{
+constexpr std::array<Codec, 5> kCodecs = {{
     {{ClassId(0x557CF400), Gdiplus::ImageFormatBMP, L"Built-in BMP Codec", nullptr, L"BMP",
       L"*.BMP;*.DIB;*.RLE", L"image/bmp", kReadsAndWrites, kVersion, 1, sizeof(kBmpSignature),
       kBmpSignature, kExact},
@@ -44,6 +47,13 @@ constexpr std::array<Codec, 4> kCodecs = {{
      DecodeJpeg,
      nullptr,
      nullptr},
+    {{ClassId(0x557CF402), Gdiplus::ImageFormatGIF, L"Built-in GIF Codec", nullptr, L"GIF",
+      L"*.GIF", L"image/gif", kReadsAndWrites, kVersion, 2, sizeof(kGifSignatures) / 2,
+      kGifSignatures, kExact},
+     IsGif,
+     DecodeGif,
+     EncodeGif,
+     &kGifFrames},
     {{ClassId(0x557CF405), Gdiplus::ImageFormatTIFF, L"Built-in TIFF Codec", nullptr, L"TIFF",
       L"*.TIF;*.TIFF", L"image/tiff", kReadsAndWrites, kVersion, 2, sizeof(kTiffSignatures) / 2,
       kTiffSignatures, kExact},

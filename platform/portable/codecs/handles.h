@@ -4,6 +4,7 @@
 #ifndef PIXTOLA_PORTABLE_HANDLES_H_
 #define PIXTOLA_PORTABLE_HANDLES_H_
 
+#include <gif_lib.h>
 #include <png.h>
 #include <tiffio.h>
 
@@ -21,6 +22,16 @@ struct CloseTiff {
   void operator()(TIFF* tiff) const { TIFFClose(tiff); }
 };
 using TiffHandle = std::unique_ptr<TIFF, CloseTiff>;
+
+struct CloseGifReader {
+  void operator()(GifFileType* gif) const { DGifCloseFile(gif, nullptr); }
+};
+using GifReadHandle = std::unique_ptr<GifFileType, CloseGifReader>;
+
+struct CloseGifWriter {
+  void operator()(GifFileType* gif) const { EGifCloseFile(gif, nullptr); }
+};
+using GifWriteHandle = std::unique_ptr<GifFileType, CloseGifWriter>;
 
 struct PngReadHandle {
   PngReadHandle() = default;
