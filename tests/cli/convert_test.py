@@ -247,7 +247,7 @@ class ConvertTest(unittest.TestCase):
         self.assert_fails(done, "pipe", "not a regular file")
 
     def test_a_damaged_input(self):
-        for name in ["page.png", "page.bmp", "page.jpg"]:
+        for name in ["page.png", "page.bmp", "page.jpg", "page.gif"]:
             gradient().save(self.folder / name)
             damaged = self.folder / ("damaged-" + name)
             damaged.write_bytes((self.folder / name).read_bytes()[:25])

@@ -26,6 +26,8 @@ std::string_view FormatOf(std::string_view start) {
   static constexpr Signature kSignatures[] = {{"\x89PNG\r\n\x1A\n"sv, "PNG"},
                                               {"\xFF\xD8\xFF"sv, "JPEG"},
                                               {"BM"sv, "BMP"},
+                                              {"GIF87a"sv, "GIF"},
+                                              {"GIF89a"sv, "GIF"},
                                               {"II*\0"sv, "TIFF"},
                                               {"MM\0*"sv, "TIFF"},
                                               {"II+\0"sv, "TIFF"},
@@ -51,7 +53,7 @@ std::string ExplainUnreadable(const std::string& path) {
   if (count == 0) return Quoted(path) + " is empty.";
   const std::string_view format = FormatOf({bytes.data(), static_cast<std::size_t>(count)});
   if (format.empty()) {
-    return Quoted(path) + " is not an image that can be read (BMP, JPEG, PNG, TIFF).";
+    return Quoted(path) + " is not an image that can be read (BMP, GIF, JPEG, PNG, TIFF).";
   }
   return Quoted(path) + " is a " + std::string(format) +
          " file that cannot be decoded: it is damaged, too large, or of a kind that is not read.";
