@@ -235,6 +235,16 @@ inline Bytes MakeJpeg(const JpegParts& parts) {
   return bytes;
 }
 
+/// Where the segment of a JPEG with the marker FF, `kind` begins; the end when there is none before
+/// the pixels.
+inline std::size_t JpegSegment(const Bytes& file, int kind) {
+  std::size_t at = 2;
+  while (at + 4 <= file.size() && file[at] == 0xFF && file[at + 1] != kind) {
+    at += 2 + (std::size_t{file[at + 2]} << 8 | file[at + 3]);
+  }
+  return std::min(at, file.size());
+}
+
 /// One tag of the first directory of what EncodeTiff has written.
 inline std::uint16_t TiffTag(const Bytes& file, std::uint32_t tag) {
   // Little-endian directory entries of twelve bytes: tag, type, count, value.

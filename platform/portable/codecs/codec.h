@@ -67,6 +67,8 @@ Gdiplus::Status EncodeBmp(const BitmapObject& bitmap, const Gdiplus::EncoderPara
 
 bool IsJpeg(EncodedBytes bytes);
 Gdiplus::Status DecodeJpeg(EncodedBytes bytes, std::unique_ptr<BitmapObject>& bitmap);
+Gdiplus::Status EncodeJpeg(const BitmapObject& bitmap, const Gdiplus::EncoderParameters* parameters,
+                           ByteSink& sink);
 
 bool IsGif(EncodedBytes bytes);
 Gdiplus::Status DecodeGif(EncodedBytes bytes, std::unique_ptr<BitmapObject>& bitmap);

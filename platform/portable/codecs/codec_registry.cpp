@@ -18,8 +18,7 @@ constexpr DWORD kEncoder = 0x00000001;
 constexpr DWORD kDecoder = 0x00000002;
 constexpr DWORD kSupportBitmap = 0x00000004;
 constexpr DWORD kBuiltin = 0x00010000;
-constexpr DWORD kReads = kDecoder | kSupportBitmap | kBuiltin;
-constexpr DWORD kReadsAndWrites = kReads | kEncoder;
+constexpr DWORD kReadsAndWrites = kEncoder | kDecoder | kSupportBitmap | kBuiltin;
 
 // As long as the longest list of signatures.
 constexpr BYTE kExact[12] = {0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF,
@@ -41,11 +40,11 @@ constexpr std::array<Codec, 5> kCodecs = {{
      EncodeBmp,
      nullptr},
     {{ClassId(0x557CF401), Gdiplus::ImageFormatJPEG, L"Built-in JPEG Codec", nullptr, L"JPEG",
-      L"*.JPG;*.JPEG;*.JPE;*.JFIF", L"image/jpeg", kReads, kVersion, 1, sizeof(kJpegSignature),
-      kJpegSignature, kExact},
+      L"*.JPG;*.JPEG;*.JPE;*.JFIF", L"image/jpeg", kReadsAndWrites, kVersion, 1,
+      sizeof(kJpegSignature), kJpegSignature, kExact},
      IsJpeg,
      DecodeJpeg,
-     nullptr,
+     EncodeJpeg,
      nullptr},
     {{ClassId(0x557CF402), Gdiplus::ImageFormatGIF, L"Built-in GIF Codec", nullptr, L"GIF",
       L"*.GIF", L"image/gif", kReadsAndWrites, kVersion, 2, sizeof(kGifSignatures) / 2,

@@ -63,6 +63,16 @@ struct JpegReadHandle {
   jpeg_decompress_struct jpeg{};
 };
 
+struct JpegWriteHandle {
+  JpegWriteHandle() = default;
+  JpegWriteHandle(const JpegWriteHandle&) = delete;
+  JpegWriteHandle& operator=(const JpegWriteHandle&) = delete;
+  /// Does nothing while `jpeg` has not been created.
+  ~JpegWriteHandle() { jpeg_destroy_compress(&jpeg); }
+
+  jpeg_compress_struct jpeg{};
+};
+
 }  // namespace pixtola::portable
 
 #endif  // PIXTOLA_PORTABLE_HANDLES_H_

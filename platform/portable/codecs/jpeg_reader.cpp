@@ -4,10 +4,10 @@
 // gives what was read, the rest gray, as libjpeg does. EXIF data (orientation included) and colour
 // profiles are left out.
 #include <algorithm>
-#include <csetjmp>
 
 #include "codecs/codec.h"
 #include "codecs/handles.h"
+#include "codecs/jpeg_errors.h"
 #include "codecs/resolution.h"
 #include "decode_limit.h"
 
@@ -23,37 +23,20 @@ constexpr std::uint64_t kMaxScans = 500;
 constexpr std::uint64_t kMaxScannedPixels = std::uint64_t{1} << 33;
 constexpr std::uint64_t kAlwaysAllowedScans = 16;
 
-struct ErrorManager {
-  jpeg_error_mgr base;  ///< first: libjpeg knows the address of this member only
-  std::jmp_buf jump;
-};
-
 struct ProgressMonitor {
-  jpeg_progress_mgr base;  ///< first, as above
+  jpeg_progress_mgr base;  ///< first: libjpeg knows the address of this member only
   std::uint64_t max_scans;
 };
-
-// Called by libjpeg. Errors leave by longjmp, so nothing here needs a destructor.
-[[noreturn]] void FailSilently(j_common_ptr jpeg) {
-  std::longjmp(reinterpret_cast<ErrorManager*>(jpeg->err)->jump, 1);
-}
-
-void CountWarning(j_common_ptr jpeg, int level) {
-  if (level < 0) ++jpeg->err->num_warnings;
-}
-
-void PrintNothing(j_common_ptr) {}
 
 void LimitScans(j_common_ptr jpeg) {
   const auto* monitor = reinterpret_cast<const ProgressMonitor*>(jpeg->progress);
   const int scan = reinterpret_cast<j_decompress_ptr>(jpeg)->input_scan_number;
-  if (scan > 0 && static_cast<std::uint64_t>(scan) > monitor->max_scans) FailSilently(jpeg);
+  if (scan > 0 && static_cast<std::uint64_t>(scan) > monitor->max_scans) JumpOut(jpeg);
 }
 
-// The functions with setjmp. They hold nothing with a destructor and change no variable that is
-// read after the jump.
+// The functions with setjmp.
 
-bool ReadHeader(jpeg_decompress_struct& jpeg, ErrorManager& errors, EncodedBytes bytes) {
+bool ReadHeader(jpeg_decompress_struct& jpeg, JpegErrors& errors, EncodedBytes bytes) {
   if (setjmp(errors.jump) != 0) return false;
   jpeg_create_decompress(&jpeg);
   jpeg_mem_src(&jpeg, bytes.data(), static_cast<unsigned long>(bytes.size()));
@@ -84,7 +67,7 @@ void CmykToBgr(const JSAMPLE* cmyk, bool is_inverted, std::uint32_t width, BYTE*
 }
 
 /// `cmyk` is room for one row of inks, null unless libjpeg gives them.
-bool ReadRows(jpeg_decompress_struct& jpeg, ErrorManager& errors, JSAMPLE* cmyk,
+bool ReadRows(jpeg_decompress_struct& jpeg, JpegErrors& errors, JSAMPLE* cmyk,
               BitmapObject& bitmap) {
   if (setjmp(errors.jump) != 0) return false;
   jpeg_start_decompress(&jpeg);
@@ -121,13 +104,10 @@ bool IsJpeg(EncodedBytes bytes) {
 
 Status DecodeJpeg(EncodedBytes bytes, std::unique_ptr<BitmapObject>& bitmap) {
   bitmap = nullptr;
-  ErrorManager errors{};
+  JpegErrors errors{};
   JpegReadHandle handle;
   jpeg_decompress_struct& jpeg = handle.jpeg;
-  jpeg.err = jpeg_std_error(&errors.base);
-  errors.base.error_exit = FailSilently;
-  errors.base.emit_message = CountWarning;
-  errors.base.output_message = PrintNothing;
+  jpeg.err = SilentJpegErrors(errors);
   if (!ReadHeader(jpeg, errors, bytes)) return Gdiplus::GenericError;
 
   // Files of several scans are collected as coefficients of two bytes before any row is made.
