@@ -1,6 +1,7 @@
 // Files that are cut, changed or lie about their size end in a status, silently.
 
 #include "platform/gif_files.h"
+#include "platform/tiff_pages.h"
 
 namespace pixtola::portable {
 namespace {
@@ -21,6 +22,62 @@ Bytes Animation() {
                             .transparent = std::uint8_t{3}});
   }
   return MakeGif(parts);
+}
+
+Status DecodeSecondTiffPage(EncodedBytes bytes, std::unique_ptr<BitmapObject>& bitmap) {
+  if (kTiffFrames.count(bytes) < 2) return Gdiplus::GenericError;
+  return kTiffFrames.decode(bytes, 1, bitmap);
+}
+
+/// One file for each way to read a page: strips, tiles, planes, libtiff's conversion.
+void AddTiffLayouts(std::vector<std::pair<DecodeFunction, Bytes>>& files) {
+  StoredPage page;
+  page.sample = AnySample(8);
+  page.samples = 3;
+  page.photometric = PHOTOMETRIC_RGB;
+  for (const std::uint32_t tile_width : {0U, 16U}) {
+    for (const bool is_planar : {false, true}) {
+      for (const int compression : {COMPRESSION_LZW, COMPRESSION_PACKBITS}) {
+        page.tile_width = tile_width;
+        page.rows = tile_width == 0 ? 2 : 16;
+        page.is_planar = is_planar;
+        page.compression = static_cast<std::uint16_t>(compression);
+        files.emplace_back(DecodeTiff, MakeTiffOf(page));
+      }
+    }
+  }
+  StoredPage alpha = page;
+  alpha.samples = 4;
+  alpha.more_tags = [](TIFF* tiff) {
+    const std::uint16_t type = EXTRASAMPLE_ASSOCALPHA;
+    TIFFSetField(tiff, TIFFTAG_EXTRASAMPLES, 1, &type);
+  };
+  files.emplace_back(DecodeTiff, MakeTiffOf(alpha));
+  StoredPage fax;
+  fax.width = 40;
+  fax.bits = 1;
+  fax.sample = AnySample(1);
+  for (const int compression :
+       {COMPRESSION_CCITTRLE, COMPRESSION_CCITTFAX3, COMPRESSION_CCITTFAX4}) {
+    fax.compression = static_cast<std::uint16_t>(compression);
+    files.emplace_back(DecodeTiff, MakeTiffOf(fax));
+  }
+  StoredPage two_bits;
+  two_bits.bits = 2;
+  two_bits.sample = AnySample(2);
+  files.emplace_back(DecodeTiff, MakeTiffOf(two_bits));
+  two_bits.tile_width = 16;
+  two_bits.rows = 16;
+  files.emplace_back(DecodeTiff, MakeTiffOf(two_bits));
+  StoredPage deep;
+  deep.bits = 16;
+  deep.sample = AnySample(16);
+  files.emplace_back(DecodeTiff, MakeTiffOf(deep));
+  deep.tile_width = 16;
+  deep.rows = 16;
+  deep.compression = COMPRESSION_ADOBE_DEFLATE;
+  files.emplace_back(DecodeTiff, MakeTiffOf(deep));
+  files.emplace_back(DecodeSecondTiffPage, MakeTiffOfPages({fax, page}));
 }
 
 std::vector<std::pair<DecodeFunction, Bytes>> SmallFiles() {
@@ -46,6 +103,7 @@ std::vector<std::pair<DecodeFunction, Bytes>> SmallFiles() {
   files.emplace_back(DecodeJpeg, MakeJpeg({1, JCS_GRAYSCALE, JCS_GRAYSCALE, {9}, 1}));
   files.emplace_back(DecodeJpeg, MakeJpeg({3, JCS_RGB, JCS_YCbCr, {200, 100, 30}, 1, true}));
   files.emplace_back(DecodeJpeg, MakeJpeg({4, JCS_CMYK, JCS_YCCK, {1, 2, 3, 4}}));
+  AddTiffLayouts(files);
   return files;
 }
 

@@ -78,6 +78,7 @@ extern const FrameFunctions kGifFrames;
 
 bool IsTiff(EncodedBytes bytes);
 Gdiplus::Status DecodeTiff(EncodedBytes bytes, std::unique_ptr<BitmapObject>& bitmap);
+extern const FrameFunctions kTiffFrames;
 Gdiplus::Status EncodeTiff(const BitmapObject& bitmap, const Gdiplus::EncoderParameters* parameters,
                            ByteSink& sink);
 

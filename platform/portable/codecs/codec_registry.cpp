@@ -59,7 +59,7 @@ constexpr std::array<Codec, 5> kCodecs = {{
      IsTiff,
      DecodeTiff,
      EncodeTiff,
-     nullptr},
+     &kTiffFrames},
     {{ClassId(0x557CF406), Gdiplus::ImageFormatPNG, L"Built-in PNG Codec", nullptr, L"PNG",
       L"*.PNG", L"image/png", kReadsAndWrites, kVersion, 1, sizeof(kPngSignature), kPngSignature,
       kExact},
