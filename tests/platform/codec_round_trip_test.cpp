@@ -90,7 +90,10 @@ INSTANTIATE_TEST_SUITE_P(
         RoundTrip{EncodeTiff, DecodeTiff, PixelFormat24bppRGB, PixelFormat24bppRGB, kAll},
         RoundTrip{EncodeTiff, DecodeTiff, PixelFormat32bppRGB, PixelFormat32bppARGB, kAll},
         RoundTrip{EncodeTiff, DecodeTiff, PixelFormat32bppARGB, PixelFormat32bppARGB, kAll},
-        RoundTrip{EncodeTiff, DecodeTiff, PixelFormat32bppPARGB, PixelFormat32bppARGB, kAll}));
+        RoundTrip{EncodeTiff, DecodeTiff, PixelFormat32bppPARGB, PixelFormat32bppARGB, kAll},
+        RoundTrip{EncodeTiff, DecodeTiff, PixelFormat48bppRGB, PixelFormat24bppRGB, kAll},
+        RoundTrip{EncodeTiff, DecodeTiff, PixelFormat64bppARGB, PixelFormat32bppARGB, kAll},
+        RoundTrip{EncodeTiff, DecodeTiff, PixelFormat64bppPARGB, PixelFormat32bppARGB, kAll}));
 
 TEST(Codecs, KeepPalettesAndResolution) {
   for (const Codec& codec : Codecs()) {

@@ -29,6 +29,38 @@ TEST(TiffWriter, TakesTheCompressionParameter) {
   EXPECT_EQ(lzw, Encode(EncodeTiff, *source));
 }
 
+TEST(TiffWriter, WritesFaxCodesForOneBitOnly) {
+  constexpr std::uint32_t kCompression = 259;
+  struct Case {
+    ULONG parameter;
+    std::uint16_t tag;
+  };
+  const Case cases[] = {
+      {Gdiplus::EncoderValueCompressionCCITT3, 3},
+      {Gdiplus::EncoderValueCompressionCCITT4, 4},
+      {Gdiplus::EncoderValueCompressionRle, 2},
+  };
+  for (const Case& one : cases) {
+    ULONG value = one.parameter;
+    const auto parameters = CompressionParameter(value);
+    for (const std::uint32_t width : {1U, 8U, 31U, 3000U}) {
+      // More than one strip at the largest width.
+      const BitmapPtr source = Noise(width, 200, PixelFormat1bppIndexed);
+      const Bytes file = Encode(EncodeTiff, *source, &parameters);
+      EXPECT_EQ(TiffTag(file, kCompression), one.tag);
+      const BitmapPtr reloaded = Decode(DecodeTiff, file);
+      EXPECT_EQ(reloaded->format(), PixelFormat1bppIndexed);
+      EXPECT_EQ(Pixels(*reloaded), Pixels(*source));
+    }
+    for (const Gdiplus::PixelFormat format :
+         {PixelFormat4bppIndexed, PixelFormat8bppIndexed, PixelFormat24bppRGB}) {
+      MemorySink sink;
+      EXPECT_EQ(EncodeTiff(*Noise(3, 3, format), &parameters, sink), Gdiplus::InvalidParameter);
+      EXPECT_TRUE(sink.bytes().empty());
+    }
+  }
+}
+
 TEST(TiffWriter, RefusesParametersItDoesNotTake) {
   const BitmapPtr source = Noise(3, 3, PixelFormat24bppRGB);
   const auto refuses = [&](const std::function<void(Gdiplus::EncoderParameter&)>& change) {

@@ -1,7 +1,9 @@
-// Writes a TIFF of one page through libtiff: LZW or no compression, in strips of about 64 KiB.
+// Writes a TIFF of one page through libtiff, in strips of about 64 KiB: LZW or no compression, and
+// the fax codes for 1 bit a pixel.
 //
-// Indexed bitmaps keep their depth, 16- and 24-bit ones become RGB and 32-bit ones RGBA with
-// unassociated alpha. The format has no alpha in palettes; theirs is lost.
+// Indexed bitmaps keep their depth, those of 16, 24 and 48 bits become RGB and those of 32
+// and 64 bits RGBA with unassociated alpha, 8 bits a sample. The format has no alpha in palettes;
+// theirs is lost.
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -9,7 +11,8 @@
 
 #include "codecs/codec.h"
 #include "codecs/tiff_memory.h"
-#include "imaging/color_rows.h"
+#include "imaging/red_blue_swap.h"
+#include "imaging/row_conversion.h"
 
 namespace pixtola::portable {
 
@@ -20,8 +23,10 @@ using Gdiplus::Status;
 
 constexpr std::uint64_t kStripBytes = 65536;
 
-/// LZW without a parameter; false when one of the parameters is not what this writer takes.
-bool ReadParameters(const Gdiplus::EncoderParameters* parameters, std::uint16_t& compression) {
+/// LZW without a parameter; false when one of the parameters is not what this writer takes for
+/// `bits` a pixel.
+bool ReadParameters(const Gdiplus::EncoderParameters* parameters, unsigned bits,
+                    std::uint16_t& compression) {
   compression = COMPRESSION_LZW;
   if (parameters == nullptr) return true;
   const Gdiplus::EncoderParameter* parameter = parameters->Parameter;
@@ -39,11 +44,21 @@ bool ReadParameters(const Gdiplus::EncoderParameters* parameters, std::uint16_t&
       case Gdiplus::EncoderValueCompressionNone:
         compression = COMPRESSION_NONE;
         break;
+      case Gdiplus::EncoderValueCompressionCCITT3:
+        compression = COMPRESSION_CCITTFAX3;
+        break;
+      case Gdiplus::EncoderValueCompressionCCITT4:
+        compression = COMPRESSION_CCITTFAX4;
+        break;
+      case Gdiplus::EncoderValueCompressionRle:
+        compression = COMPRESSION_CCITTRLE;
+        break;
       default:
         return false;
     }
   }
-  return true;
+  const bool is_any_depth = compression == COMPRESSION_LZW || compression == COMPRESSION_NONE;
+  return is_any_depth || bits == 1;
 }
 
 struct Form {
@@ -82,10 +97,13 @@ Form FormOf(const BitmapObject& bitmap) {
     case PixelFormat16bppRGB565:
     case PixelFormat16bppARGB1555:
     case PixelFormat24bppRGB:
+    case PixelFormat48bppRGB:
       return {8, 3, PHOTOMETRIC_RGB};
     case PixelFormat32bppRGB:
     case PixelFormat32bppARGB:
     case PixelFormat32bppPARGB:
+    case PixelFormat64bppARGB:
+    case PixelFormat64bppPARGB:
       return {8, 4, PHOTOMETRIC_RGB};
     default:
       return {};
@@ -126,19 +144,24 @@ bool SetTags(TIFF* tiff, const BitmapObject& bitmap, const Form& form, std::uint
   return ok;
 }
 
-/// `argb` is room for one row, null for indexed bitmaps.
-void ConvertRow(const BitmapObject& bitmap, std::uint32_t y, const Form& form, ARGB* argb,
-                std::uint8_t* row) {
-  if (argb == nullptr) {
-    std::memcpy(row, bitmap.Row(y), bitmap.row_bytes());
-    return;
-  }
-  RowToArgb(bitmap.Row(y), 0, bitmap.width(), bitmap.format(), bitmap.palette, argb);
-  for (std::uint32_t x = 0; x < bitmap.width(); ++x) {
-    *row++ = static_cast<std::uint8_t>(argb[x] >> 16);
-    *row++ = static_cast<std::uint8_t>(argb[x] >> 8);
-    *row++ = static_cast<std::uint8_t>(argb[x]);
-    if (form.samples == 4) *row++ = static_cast<std::uint8_t>(argb[x] >> 24);
+/// What the samples of the form are once red and blue are swapped.
+Gdiplus::PixelFormat SwappedFormat(const BitmapObject& bitmap, const Form& form) {
+  if (bitmap.is_indexed()) return bitmap.format();
+  return form.samples == 4 ? PixelFormat32bppARGB : PixelFormat24bppRGB;
+}
+
+/// `conversion` goes to the swapped format.
+void PutRow(const BitmapObject& bitmap, std::uint32_t y, const Form& form,
+            RowConversion& conversion, BYTE* row) {
+  const bool is_to_convert = bitmap.format() != SwappedFormat(bitmap, form);
+  if (is_to_convert) conversion.Convert({bitmap.Row(y), 0}, {row, 0}, bitmap.width());
+  const BYTE* pixels = is_to_convert ? row : bitmap.Row(y);
+  if (form.samples == 3) {
+    SwapRedBlue24(pixels, row, bitmap.width());
+  } else if (form.samples == 4) {
+    SwapRedBlue32(pixels, row, bitmap.width());
+  } else {
+    std::memcpy(row, pixels, bitmap.row_bytes());
   }
 }
 
@@ -148,16 +171,17 @@ Status EncodeTiff(const BitmapObject& bitmap, const Gdiplus::EncoderParameters* 
                   ByteSink& sink) {
   std::uint16_t compression = COMPRESSION_LZW;
   const Form form = FormOf(bitmap);
-  if (form.bits == 0 || !ReadParameters(parameters, compression)) return Gdiplus::InvalidParameter;
+  if (form.bits == 0 || !ReadParameters(parameters, bitmap.bits_per_pixel(), compression)) {
+    return Gdiplus::InvalidParameter;
+  }
 
   const std::uint64_t row_bytes =
       (std::uint64_t{bitmap.width()} * form.bits * form.samples + 7) / 8;
   const auto rows_per_strip = static_cast<std::uint32_t>(
       std::clamp<std::uint64_t>(kStripBytes / row_bytes, 1, bitmap.height()));
   const HeapBytes strip = AllocateBytes(row_bytes * rows_per_strip);
-  const HeapBytes argb =
-      bitmap.is_indexed() ? nullptr : AllocateBytes(std::uint64_t{bitmap.width()} * sizeof(ARGB));
-  if (strip == nullptr || (argb == nullptr && !bitmap.is_indexed())) return Gdiplus::OutOfMemory;
+  if (strip == nullptr) return Gdiplus::OutOfMemory;
+  RowConversion conversion(bitmap.format(), bitmap.palette, SwappedFormat(bitmap, form), {});
 
   TiffDestination destination{&sink};
   const TiffHandle tiff = OpenTiffForWriting(destination);
@@ -171,7 +195,7 @@ Status EncodeTiff(const BitmapObject& bitmap, const Gdiplus::EncoderParameters* 
   for (std::uint32_t y = 0; y < bitmap.height();) {
     const std::uint32_t rows = std::min(rows_per_strip, bitmap.height() - y);
     for (std::uint32_t i = 0; i < rows; ++i, ++y) {
-      ConvertRow(bitmap, y, form, reinterpret_cast<ARGB*>(argb.get()), &strip[row_bytes * i]);
+      PutRow(bitmap, y, form, conversion, &strip[row_bytes * i]);
     }
     const auto size = static_cast<tmsize_t>(row_bytes * rows);
     if (TIFFWriteEncodedStrip(tiff.get(), strip_index++, strip.get(), size) != size) {
