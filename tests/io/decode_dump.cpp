@@ -1,0 +1,73 @@
+// Prints what the platform decodes of an image file, for scripts that compare it with what other
+// programs decode: decode_dump FILE [FRAME].
+//
+// The output is a PAM image of straight RGBA. Comments in its header tell the bitmap's pixel
+// format, its dots per inch and the number of pages. Status 1 without output: it was not decoded.
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <vector>
+
+#include "pixtola/portable/gdiplus.h"
+
+namespace {
+
+const char* NameOf(Gdiplus::PixelFormat format) {
+  switch (format) {
+    case PixelFormat1bppIndexed:
+      return "1bppIndexed";
+    case PixelFormat4bppIndexed:
+      return "4bppIndexed";
+    case PixelFormat8bppIndexed:
+      return "8bppIndexed";
+    case PixelFormat24bppRGB:
+      return "24bppRGB";
+    case PixelFormat32bppRGB:
+      return "32bppRGB";
+    case PixelFormat32bppARGB:
+      return "32bppARGB";
+    default:
+      return "other";
+  }
+}
+
+void PrintRow(const BYTE* bgra, std::vector<BYTE>& rgba) {
+  for (std::size_t i = 0; i < rgba.size(); i += 4) {
+    rgba[i] = bgra[i + 2];
+    rgba[i + 1] = bgra[i + 1];
+    rgba[i + 2] = bgra[i];
+    rgba[i + 3] = bgra[i + 3];
+  }
+  std::fwrite(rgba.data(), 1, rgba.size(), stdout);
+}
+
+bool Dump(Gdiplus::Bitmap& bitmap, UINT frame) {
+  const GUID* page = &Gdiplus::FrameDimensionPage;
+  if (bitmap.GetLastStatus() != Gdiplus::Ok) return false;
+  if (frame != 0 && bitmap.SelectActiveFrame(page, frame) != Gdiplus::Ok) return false;
+  const Gdiplus::Rect all(0, 0, static_cast<INT>(bitmap.GetWidth()),
+                          static_cast<INT>(bitmap.GetHeight()));
+  Gdiplus::BitmapData data{};
+  if (bitmap.LockBits(&all, Gdiplus::ImageLockModeRead, PixelFormat32bppARGB, &data) !=
+      Gdiplus::Ok) {
+    return false;
+  }
+  std::printf("P7\n# format %s\n# dpi %.4f %.4f\n# pages %u\n", NameOf(bitmap.GetPixelFormat()),
+              double{bitmap.GetHorizontalResolution()}, double{bitmap.GetVerticalResolution()},
+              bitmap.GetFrameCount(page));
+  std::printf("WIDTH %u\nHEIGHT %u\nDEPTH 4\nMAXVAL 255\nTUPLTYPE RGB_ALPHA\nENDHDR\n", data.Width,
+              data.Height);
+  std::vector<BYTE> rgba(std::size_t{data.Width} * 4);
+  const auto* row = static_cast<const BYTE*>(data.Scan0);
+  for (UINT y = 0; y < data.Height; ++y, row += data.Stride) PrintRow(row, rgba);
+  return bitmap.UnlockBits(&data) == Gdiplus::Ok;
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+  if (count < 2) return 2;
+  Gdiplus::Bitmap bitmap(std::filesystem::path(arguments[1]).wstring().c_str());
+  const unsigned long frame = count > 2 ? std::strtoul(arguments[2], nullptr, 10) : 0;
+  return Dump(bitmap, static_cast<UINT>(frame)) ? 0 : 1;
+}
