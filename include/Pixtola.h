@@ -74,8 +74,8 @@ enum PxtConversionMethod : uint32_t {
 /// 1-bit by themselves: by error diffusion (5, 6) or Otsu's threshold (8).
 enum PxtFileType : int {
   PxtFileTypeBmp = 0,
-  PxtFileTypeGif = 1,   ///< where the platform has an encoder for it
-  PxtFileTypeJpeg = 2,  ///< quality 85, where the platform has an encoder for it
+  PxtFileTypeGif = 1,   ///< deep images are reduced to the platform's 256 colours
+  PxtFileTypeJpeg = 2,  ///< quality 85
   PxtFileTypePcx = 3,   ///< not written yet
   PxtFileTypePng = 4,
   PxtFileTypeTiffGroup3 = 5,  ///< CCITT group 3
@@ -234,7 +234,7 @@ PIXTOLA_API int PxtCopyBitmap(Gdiplus::Bitmap* source, Gdiplus::Bitmap** copy);
 // --------------------------------------------------------------------------------------------
 // files
 
-/// Opens an image file: any TIFF first, then whatever the platform decodes (BMP, JPEG, PNG ...).
+/// Opens an image file: any TIFF first, then whatever the platform decodes (BMP, GIF, JPEG, PNG ...).
 /// The name's extension does not matter. TIFF files that are compressed with JBIG, LZMA, Zstandard,
 /// WebP or LERC are not read. `*bitmap` is null on failure.
 PIXTOLA_API int PxtOpenImageFile(const wchar_t* path, Gdiplus::Bitmap** bitmap);
