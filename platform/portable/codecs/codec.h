@@ -41,8 +41,9 @@ struct FrameFunctions {
   Gdiplus::Status (*decode)(EncodedBytes bytes, UINT index, std::unique_ptr<BitmapObject>& bitmap);
 };
 
-/// Any bitmap but one of 16-bit gray, which converts to nothing. `parameters` may be null. InvalidParameter: a pixel format or a parameter that the writer does
-/// not take. Win32Error: the sink failed.
+/// Any bitmap but one of 16-bit gray, which converts to nothing. `parameters` may be null.
+/// InvalidParameter: a pixel format or a parameter that the writer does not take. Win32Error: the
+/// sink failed.
 using EncodeFunction = Gdiplus::Status (*)(const BitmapObject& bitmap,
                                            const Gdiplus::EncoderParameters* parameters,
                                            ByteSink& sink);
