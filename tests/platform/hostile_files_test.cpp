@@ -77,6 +77,15 @@ void AddTiffLayouts(std::vector<std::pair<DecodeFunction, Bytes>>& files) {
   deep.rows = 16;
   deep.compression = COMPRESSION_ADOBE_DEFLATE;
   files.emplace_back(DecodeTiff, MakeTiffOf(deep));
+  StoredPage jpeg;
+  jpeg.rows = 16;
+  jpeg.compression = COMPRESSION_JPEG;
+  jpeg.sample = AnySample(8);
+  files.emplace_back(DecodeTiff, MakeTiffOf(jpeg));
+  jpeg.samples = 3;
+  jpeg.photometric = PHOTOMETRIC_YCBCR;
+  jpeg.more_tags = [](TIFF* tiff) { TIFFSetField(tiff, TIFFTAG_JPEGCOLORMODE, JPEGCOLORMODE_RGB); };
+  files.emplace_back(DecodeTiff, MakeTiffOf(jpeg));
   files.emplace_back(DecodeSecondTiffPage, MakeTiffOfPages({fax, page}));
 }
 
