@@ -28,7 +28,7 @@ foreach(type name file IN ZIP_LISTS types names files)
   # Sixteen bytes a line.
   string(REPEAT "." 80 line)
   string(REGEX REPLACE "(${line})" "\\1\n    " bytes "${bytes}")
-  string(APPEND arrays "\nconstexpr unsigned char kBytes${index}[] = {\n    ${bytes}};\n")
+  string(APPEND arrays "\nalignas(16) constexpr unsigned char kBytes${index}[] = {\n    ${bytes}};\n")
   resource_key(${type} type_key)
   resource_key(${name} name_key)
   string(APPEND table "    {${type_key}, ${name_key}, kBytes${index}, ${size}},\n")

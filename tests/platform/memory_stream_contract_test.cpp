@@ -425,6 +425,20 @@ TEST(MemoryStreamCopyTo, EndsWithTheSource) {
   EXPECT_EQ(written.QuadPart, 0U);
 }
 
+TEST(MemoryStreamCopyTo, EndsWhereTheSourceEndedAtFirst) {
+  const StreamPointer source = StreamOf("abcdefgh");
+  IStream* clone = nullptr;
+  ASSERT_EQ(source->Clone(&clone), S_OK);
+  const StreamPointer target(clone);
+  SeekTo(*target, 8);  // all that is copied lengthens the source, too
+  ULARGE_INTEGER read{};
+  ULARGE_INTEGER written{};
+  EXPECT_EQ(source->CopyTo(target.get(), Size(1000), &read, &written), S_OK);
+  EXPECT_EQ(read.QuadPart, 8U);
+  EXPECT_EQ(written.QuadPart, 8U);
+  EXPECT_EQ(TextOf(*source), "abcdefghabcdefgh");
+}
+
 TEST(MemoryStreamCopyTo, NeedsNoCounts) {
   const StreamPointer source = StreamOf("abcdefgh");
   const StreamPointer target = EmptyStream();
@@ -526,10 +540,13 @@ TEST(MemoryStreamClone, AsksForAPlaceForTheClone) {
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
 
-/// A stream that is not one in global memory, and does nothing.
+/// A stream that is not one in global memory, and does nothing. It passes on to `inner`, if there
+/// is one, what it is asked for its interfaces.
 class ForeignStream final : public IStream {
  public:
-  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void** object) override {
+  explicit ForeignStream(IStream* inner = nullptr) : inner_(inner) {}
+  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
+    if (inner_ != nullptr) return inner_->QueryInterface(iid, object);
     *object = nullptr;
     return E_NOINTERFACE;
   }
@@ -555,6 +572,9 @@ class ForeignStream final : public IStream {
   }
   HRESULT STDMETHODCALLTYPE Stat(STATSTG*, DWORD) override { return E_NOTIMPL; }
   HRESULT STDMETHODCALLTYPE Clone(IStream**) override { return E_NOTIMPL; }
+
+ private:
+  IStream* inner_;
 };
 
 #pragma GCC diagnostic pop
@@ -564,6 +584,14 @@ TEST(BlockOfAStream, IsOnlyInStreamsInGlobalMemory) {
   HGLOBAL block = nullptr;
   EXPECT_EQ(GetHGlobalFromStream(&stream, &block), E_INVALIDARG);
   EXPECT_EQ(GetHGlobalFromStream(nullptr, &block), E_INVALIDARG);
+}
+
+TEST(BlockOfAStream, IsNotThatOfAStreamBehind) {
+  const StreamPointer memory = StreamOf("abc");
+  ForeignStream front(memory.get());
+  HGLOBAL block = nullptr;
+  EXPECT_EQ(GetHGlobalFromStream(&front, &block), E_INVALIDARG);
+  EXPECT_EQ(block, nullptr);
 }
 
 }  // namespace

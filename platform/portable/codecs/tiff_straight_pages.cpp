@@ -74,16 +74,19 @@ Palette PaletteOf(TIFF* tiff, const TiffPage& page) {
   return palette;
 }
 
+/// The 2-bit sample `x` of a row, leftmost in the highest bits.
+unsigned ReadTwoBits(const BYTE* samples, std::uint32_t x) {
+  const unsigned shift = 6 - x % 4 * 2;
+  return static_cast<unsigned>(samples[x / 4] >> shift & 3);
+}
+
 /// Rows of 2-bit samples to rows of 4-bit indexes, from right to left: the widened row may begin
 /// where the samples do, or behind.
 void Widen2To4(const BYTE* samples, BYTE* row, std::uint32_t width) {
-  const auto index = [&](std::uint32_t x) {
-    return unsigned{samples[x / 4]} >> (6 - x % 4 * 2) & 3U;
-  };
   for (std::uint32_t pair = (width + 1) / 2; pair-- > 0;) {
     const std::uint32_t x = pair * 2;
-    const unsigned right = x + 1 < width ? index(x + 1) : 0;
-    row[pair] = static_cast<BYTE>(index(x) << 4 | right);
+    const unsigned right = x + 1 < width ? ReadTwoBits(samples, x + 1) : 0;
+    row[pair] = static_cast<BYTE>(ReadTwoBits(samples, x) << 4 | right);
   }
 }
 
@@ -199,7 +202,7 @@ class StraightPageReader {
       SwapRedBlue32(samples, pixels, width);
     } else if (page_.bits == 2) {
       for (std::uint32_t i = 0; i < width; ++i) {
-        WriteIndex(row, x + i, 4, unsigned{samples[i / 4]} >> (6 - i % 4 * 2) & 3U);
+        WriteIndex(row, x + i, 4, ReadTwoBits(samples, i));
       }
     } else {
       CopyPixels(samples, 0, row, x, width, page_.bits);

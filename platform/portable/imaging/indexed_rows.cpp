@@ -11,7 +11,8 @@ void CopyPixels(const BYTE* source, std::uint32_t source_x, BYTE* destination,
   std::uint32_t copied = 0;
   if (source_bit % 8 == 0 && destination_bit % 8 == 0) {
     const std::uint64_t whole_bytes = std::uint64_t{width} * bits_per_pixel / 8;
-    std::memcpy(destination + destination_bit / 8, source + source_bit / 8, whole_bytes);
+    // The caller's buffer may be part of the caller's rows that the bitmap is over.
+    std::memmove(destination + destination_bit / 8, source + source_bit / 8, whole_bytes);
     copied = static_cast<std::uint32_t>(whole_bytes * 8 / bits_per_pixel);
   }
   // The pixels of a byte that other pixels share, or all when the rows are shifted by part of a

@@ -14,10 +14,6 @@ namespace pixtola::portable {
 
 namespace {
 
-/// Asked of a stream to learn whether it is one of this file's; known to nobody else.
-constexpr IID kMemoryStreamId = {
-    0x9C1F2A64, 0x53D7, 0x4E0B, {0x8A, 0x1E, 0x6D, 0x20, 0xB4, 0x77, 0xC9, 0x35}};
-
 /// The block that a stream and its clones share.
 class SharedBlock {
  public:
@@ -74,8 +70,7 @@ class MemoryStream final : public IStream {
 
   HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
     if (object == nullptr) return E_INVALIDARG;
-    const bool is_known = iid == IID_IUnknown || iid == IID_ISequentialStream ||
-                          iid == IID_IStream || iid == kMemoryStreamId;
+    const bool is_known = iid == IID_IUnknown || iid == IID_ISequentialStream || iid == IID_IStream;
     *object = is_known ? static_cast<IStream*>(this) : nullptr;
     if (!is_known) return E_NOINTERFACE;
     AddRef();
@@ -151,9 +146,12 @@ class MemoryStream final : public IStream {
     if (read != nullptr) read->QuadPart = 0;
     if (written != nullptr) written->QuadPart = 0;
     if (stream == nullptr) return STG_E_INVALIDPOINTER;
-    // By way of a buffer: the other stream may be a clone, whose writes can move the block.
+    // The other stream may be a clone. What it writes can lengthen the block, so that the end would
+    // never come nearer: only what is there at first is copied. It can also move the block, so that
+    // the bytes go by way of a buffer.
+    const std::uint64_t end = block_->size();
     BYTE buffer[4096];
-    for (std::uint64_t left = size.QuadPart; left > 0;) {
+    for (std::uint64_t left = std::min(size.QuadPart, end - std::min(end, position_)); left > 0;) {
       ULONG count = 0;
       Read(buffer, static_cast<ULONG>(std::min<std::uint64_t>(left, sizeof(buffer))), &count);
       if (count == 0) break;
@@ -241,16 +239,12 @@ HRESULT WINAPI CreateStreamOnHGlobal(HGLOBAL memory, BOOL delete_on_release, ISt
 HRESULT WINAPI GetHGlobalFromStream(IStream* stream, HGLOBAL* memory) {
   if (stream == nullptr || memory == nullptr) return E_INVALIDARG;
   *memory = nullptr;
-  void* object = nullptr;
-  if (FAILED(stream->QueryInterface(pixtola::portable::kMemoryStreamId, &object))) {
-    return E_INVALIDARG;
-  }
-  auto* answer = static_cast<IStream*>(object);
-  // A stream in front of another may hand the question on and answer with itself.
-  auto* own = dynamic_cast<pixtola::portable::MemoryStream*>(answer);
-  if (own != nullptr) *memory = own->memory();
-  answer->Release();
-  return own != nullptr ? S_OK : E_INVALIDARG;
+  // Not asked by QueryInterface: a stream in front of one in memory may pass the question on, and
+  // what is read from it need not be what is in the block.
+  const auto* own = dynamic_cast<const pixtola::portable::MemoryStream*>(stream);
+  if (own == nullptr) return E_INVALIDARG;
+  *memory = own->memory();
+  return S_OK;
 }
 
 }  // extern "C"

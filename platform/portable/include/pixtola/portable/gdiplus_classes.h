@@ -98,7 +98,8 @@ class Image : public GdiplusBase {
 
 class Bitmap : public Image {
  public:
-  explicit Bitmap(const WCHAR* path) : Image(nullptr, Ok) {
+  /// Colour profiles are not applied, whatever `use_profile` says.
+  explicit Bitmap(const WCHAR* path, BOOL /*use_profile*/ = FALSE) : Image(nullptr, Ok) {
     GpBitmap* bitmap = nullptr;
     lastResult = DllExports::GdipCreateBitmapFromFile(path, &bitmap);
     nativeImage = bitmap;
@@ -110,7 +111,7 @@ class Bitmap : public Image {
         DllExports::GdipCreateBitmapFromScan0(width, height, stride, format, scan0, &bitmap);
     nativeImage = bitmap;
   }
-  explicit Bitmap(IStream* stream) : Image(nullptr, Ok) {
+  explicit Bitmap(IStream* stream, BOOL /*use_profile*/ = FALSE) : Image(nullptr, Ok) {
     GpBitmap* bitmap = nullptr;
     lastResult = DllExports::GdipCreateBitmapFromStream(stream, &bitmap);
     nativeImage = bitmap;
@@ -124,6 +125,15 @@ class Bitmap : public Image {
   /// A bitmap with zeroed rows of its own.
   Bitmap(INT width, INT height, PixelFormat format = PixelFormat32bppARGB)
       : Bitmap(width, height, 0, format, nullptr) {}
+
+  /// Never null unless memory lacks: ask GetLastStatus whether there is an image. The caller
+  /// deletes it.
+  static Bitmap* FromFile(const WCHAR* path, BOOL use_profile = FALSE) {
+    return new Bitmap(path, use_profile);
+  }
+  static Bitmap* FromStream(IStream* stream, BOOL use_profile = FALSE) {
+    return new Bitmap(stream, use_profile);
+  }
 
   Bitmap* Clone() const override {
     GpImage* clone = nullptr;

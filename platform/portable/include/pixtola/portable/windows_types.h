@@ -58,6 +58,10 @@ union LARGE_INTEGER {
     DWORD LowPart;
     LONG HighPart;
   };
+  struct {
+    DWORD LowPart;
+    LONG HighPart;
+  } u;
   std::int64_t QuadPart;
 };
 
@@ -66,6 +70,10 @@ union ULARGE_INTEGER {
     DWORD LowPart;
     DWORD HighPart;
   };
+  struct {
+    DWORD LowPart;
+    DWORD HighPart;
+  } u;
   std::uint64_t QuadPart;
 };
 
@@ -82,6 +90,7 @@ using REFIID = const IID&;
 inline bool operator==(const GUID& a, const GUID& b) {
   return std::memcmp(&a, &b, sizeof(GUID)) == 0;
 }
+inline bool IsEqualGUID(const GUID& a, const GUID& b) { return a == b; }
 inline bool operator!=(const GUID& a, const GUID& b) { return !(a == b); }
 
 struct FILETIME {
