@@ -151,10 +151,17 @@ struct ImageCodecInfo {
 };
 
 struct GdiplusStartupInput {
-  UINT GdiplusVersion = 1;
-  void* DebugEventCallback = nullptr;
-  BOOL SuppressBackgroundThread = FALSE;
-  BOOL SuppressExternalCodecs = FALSE;
+  GdiplusStartupInput(void* debug_event_callback = nullptr, BOOL suppress_background_thread = FALSE,
+                      BOOL suppress_external_codecs = FALSE)
+      : GdiplusVersion(1),
+        DebugEventCallback(debug_event_callback),
+        SuppressBackgroundThread(suppress_background_thread),
+        SuppressExternalCodecs(suppress_external_codecs) {}
+
+  UINT GdiplusVersion;
+  void* DebugEventCallback;
+  BOOL SuppressBackgroundThread;
+  BOOL SuppressExternalCodecs;
 };
 
 struct GdiplusStartupOutput {

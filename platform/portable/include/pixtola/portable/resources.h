@@ -5,7 +5,8 @@
 
 #include "pixtola/portable/kernel.h"
 
-namespace pixtola::portable {
+namespace pixtola {
+namespace portable {
 
 /// The name or the type of a resource.
 struct ResourceKey {
@@ -41,6 +42,7 @@ class PIXTOLA_PLATFORM_API ResourceModule {
   ResourceModule* next_;
 };
 
-}  // namespace pixtola::portable
+}  // namespace portable
+}  // namespace pixtola
 
 #endif  // PIXTOLA_PORTABLE_RESOURCES_H_
