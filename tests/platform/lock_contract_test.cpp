@@ -43,12 +43,24 @@ TEST(LockBits, WithoutRectangleTakesTheWholeImage) {
   EXPECT_EQ(bitmap->UnlockBits(&data), Gdiplus::Ok);
 }
 
-TEST(LockBits, RefusesRectanglesOutsideTheImageOrEmpty) {
+TEST(LockBits, RefusesRectanglesOutsideTheImage) {
   const BitmapPointer bitmap = Numbered();
   Gdiplus::BitmapData data{};
   for (const Gdiplus::Rect& rect :
        {Gdiplus::Rect(0, 0, 5, 3), Gdiplus::Rect(0, 0, 4, 4), Gdiplus::Rect(-1, 0, 2, 2),
         Gdiplus::Rect(0, -1, 2, 2), Gdiplus::Rect(3, 2, 2, 1)}) {
+    EXPECT_EQ(bitmap->LockBits(&rect, kRead, PixelFormat24bppRGB, &data),
+              Gdiplus::InvalidParameter);
+  }
+}
+
+TEST(LockBits, RefusesEmptyRectangles) {
+  if (expectations::kEmptyRectanglesAreLocked) GTEST_SKIP() << "Wine locks them";
+  const BitmapPointer bitmap = Numbered();
+  Gdiplus::BitmapData data{};
+  for (const Gdiplus::Rect& rect :
+       {Gdiplus::Rect(1, 1, 0, 1), Gdiplus::Rect(1, 1, 1, 0), Gdiplus::Rect(0, 0, 0, 0),
+        Gdiplus::Rect(2, 2, -1, 1), Gdiplus::Rect(2, 2, 1, -1)}) {
     EXPECT_EQ(bitmap->LockBits(&rect, kRead, PixelFormat24bppRGB, &data),
               Gdiplus::InvalidParameter);
   }
@@ -60,6 +72,10 @@ TEST(LockBits, RefusesASecondLock) {
   Gdiplus::BitmapData second{};
   ASSERT_EQ(bitmap->LockBits(nullptr, kRead, PixelFormat24bppRGB, &data), Gdiplus::Ok);
   EXPECT_EQ(bitmap->LockBits(nullptr, kRead, PixelFormat24bppRGB, &second), Gdiplus::WrongState);
+  // A missing place for the answer is noticed before the lock, a wrong format after it.
+  EXPECT_EQ(bitmap->LockBits(nullptr, kRead, PixelFormat24bppRGB, nullptr),
+            Gdiplus::InvalidParameter);
+  EXPECT_EQ(bitmap->LockBits(nullptr, kRead, PixelFormatUndefined, &second), Gdiplus::WrongState);
   bitmap->UnlockBits(&data);
 }
 
@@ -170,6 +186,21 @@ TEST(LockBits, RefusesAMissingUserBuffer) {
             Gdiplus::InvalidParameter);
   EXPECT_EQ(bitmap->LockBits(nullptr, kUserBuffer, PixelFormat24bppRGB, &data),
             Gdiplus::InvalidParameter);
+}
+
+TEST(LockBits, RefusesAUserBufferThatIsNeitherReadNorFilled) {
+  if (expectations::kLocksForNothingAreTaken) GTEST_SKIP() << "Wine takes it";
+  const BitmapPointer bitmap = Numbered();
+  Bytes buffer(36, 0xA5);
+  Gdiplus::BitmapData data{};
+  data.Width = 4;
+  data.Height = 3;
+  data.Stride = 12;
+  data.PixelFormat = PixelFormat24bppRGB;
+  data.Scan0 = buffer.data();
+  EXPECT_EQ(bitmap->LockBits(nullptr, kUserBuffer, PixelFormat24bppRGB, &data),
+            Gdiplus::InvalidParameter);
+  EXPECT_EQ(buffer, Bytes(36, 0xA5));
 }
 
 TEST(LockBits, RefusesWhatIsNoPixelFormat) {

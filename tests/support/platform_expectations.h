@@ -21,6 +21,16 @@ inline constexpr bool kUserBufferLocksLosePartialBytes = kIsWine;
 /// part.
 inline constexpr bool kLocksOfBitRowsIgnoreTheLeftEdge = kIsWine;
 
+/// Rectangles without a pixel are locked instead of being refused.
+inline constexpr bool kEmptyRectanglesAreLocked = kIsWine;
+
+/// A bitmap over the caller's rows that is refused because the stride is 0 leaves the place for its
+/// handle as it was.
+inline constexpr bool kNoStrideLeavesTheOldHandle = kIsWine;
+
+/// Locks with a user buffer that ask neither for reading nor for writing are taken.
+inline constexpr bool kLocksForNothingAreTaken = kIsWine;
+
 /// A lock with a user buffer that is null crashes instead of being refused.
 inline constexpr bool kNullUserBuffersCrash = kIsWine;
 
