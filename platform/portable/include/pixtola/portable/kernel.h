@@ -37,8 +37,8 @@ extern "C" {
 /// Null when there is no memory. The contents are undefined unless GMEM_ZEROINIT is given.
 PIXTOLA_PLATFORM_API HGLOBAL WINAPI GlobalAlloc(UINT flags, SIZE_T size);
 /// Changes the size and keeps the contents; null, with the block as it was, when that cannot be
-/// done. A block that is fixed or locked moves only when GMEM_MOVEABLE is given. Blocks keep room
-/// for growth: to grow one in many small steps costs no more than to grow it at once.
+/// done. A block that is fixed or locked moves only when GMEM_MOVEABLE is given. Movable blocks
+/// keep room for growth: to grow one in many small steps costs no more than to grow it at once.
 PIXTOLA_PLATFORM_API HGLOBAL WINAPI GlobalReAlloc(HGLOBAL memory, SIZE_T size, UINT flags);
 /// Returns null; `memory` itself when it cannot be freed.
 PIXTOLA_PLATFORM_API HGLOBAL WINAPI GlobalFree(HGLOBAL memory);
@@ -60,6 +60,7 @@ PIXTOLA_PLATFORM_API HMODULE WINAPI GetModuleHandleW(LPCWSTR name);
 PIXTOLA_PLATFORM_API HRSRC WINAPI FindResourceW(HMODULE module, LPCWSTR name, LPCWSTR type);
 /// Bytes; 0 for null.
 PIXTOLA_PLATFORM_API DWORD WINAPI SizeofResource(HMODULE module, HRSRC resource);
+/// For LockResource alone: this is no block of global memory. Null for null.
 PIXTOLA_PLATFORM_API HGLOBAL WINAPI LoadResource(HMODULE module, HRSRC resource);
 /// The bytes of a loaded resource, which live as long as its module. Null for null.
 PIXTOLA_PLATFORM_API LPVOID WINAPI LockResource(HGLOBAL resource);

@@ -76,7 +76,7 @@ extern "C" {
 
 /// A stream over `memory`, a movable block that grows with what is written and whose present size
 /// is the stream's; over a new empty block when `memory` is null. The last Release frees the block
-/// if `delete_on_release` says so. E_INVALIDARG for what is no block or cannot move.
+/// if `delete_on_release` says so. E_INVALIDARG for a block that cannot move.
 ///
 /// The stream and its clones share the block; one thread at a time may use them.
 PIXTOLA_PLATFORM_API HRESULT WINAPI CreateStreamOnHGlobal(HGLOBAL memory, BOOL delete_on_release,
