@@ -28,6 +28,7 @@ foreach(type name file IN ZIP_LISTS types names files)
   # Sixteen bytes a line.
   string(REPEAT "." 80 line)
   string(REGEX REPLACE "(${line})" "\\1\n    " bytes "${bytes}")
+  # Aligned like memory from the heap: no address looks like the handle of a movable block.
   string(APPEND arrays "\nalignas(16) constexpr unsigned char kBytes${index}[] = {\n    ${bytes}};\n")
   resource_key(${type} type_key)
   resource_key(${name} name_key)
