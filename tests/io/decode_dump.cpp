@@ -1,10 +1,12 @@
 // Prints what the platform decodes of an image file, for scripts that compare it with what other
-// programs decode: decode_dump FILE [FRAME].
+// programs decode: decode_dump FILE [FRAME], where FRAME is a number or "all".
 //
-// The output is a PAM image of straight RGBA. Comments in its header tell the bitmap's pixel
-// format, its dots per inch and the number of pages. Status 1 without output: it was not decoded.
+// The output is a PAM image of straight RGBA, or one after the other. Comments in its header tell
+// the bitmap's pixel format, its dots per inch and the number of pages or frames. Status 1: it was
+// not decoded; frames before one that is not are there.
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <vector>
 
@@ -41,10 +43,15 @@ void PrintRow(const BYTE* bgra, std::vector<BYTE>& rgba) {
   std::fwrite(rgba.data(), 1, rgba.size(), stdout);
 }
 
-bool Dump(Gdiplus::Bitmap& bitmap, UINT frame) {
-  const GUID* page = &Gdiplus::FrameDimensionPage;
-  if (bitmap.GetLastStatus() != Gdiplus::Ok) return false;
-  if (frame != 0 && bitmap.SelectActiveFrame(page, frame) != Gdiplus::Ok) return false;
+/// That of the image's frames; any for an image that has one.
+const GUID& DimensionOf(Gdiplus::Bitmap& bitmap) {
+  const bool is_in_time = bitmap.GetFrameCount(&Gdiplus::FrameDimensionTime) > 0;
+  return is_in_time ? Gdiplus::FrameDimensionTime : Gdiplus::FrameDimensionPage;
+}
+
+bool DumpFrame(Gdiplus::Bitmap& bitmap, UINT frame) {
+  const GUID& dimension = DimensionOf(bitmap);
+  if (frame != 0 && bitmap.SelectActiveFrame(&dimension, frame) != Gdiplus::Ok) return false;
   const Gdiplus::Rect all(0, 0, static_cast<INT>(bitmap.GetWidth()),
                           static_cast<INT>(bitmap.GetHeight()));
   Gdiplus::BitmapData data{};
@@ -54,7 +61,7 @@ bool Dump(Gdiplus::Bitmap& bitmap, UINT frame) {
   }
   std::printf("P7\n# format %s\n# dpi %.4f %.4f\n# pages %u\n", NameOf(bitmap.GetPixelFormat()),
               double{bitmap.GetHorizontalResolution()}, double{bitmap.GetVerticalResolution()},
-              bitmap.GetFrameCount(page));
+              bitmap.GetFrameCount(&dimension));
   std::printf("WIDTH %u\nHEIGHT %u\nDEPTH 4\nMAXVAL 255\nTUPLTYPE RGB_ALPHA\nENDHDR\n", data.Width,
               data.Height);
   std::vector<BYTE> rgba(std::size_t{data.Width} * 4);
@@ -63,11 +70,22 @@ bool Dump(Gdiplus::Bitmap& bitmap, UINT frame) {
   return bitmap.UnlockBits(&data) == Gdiplus::Ok;
 }
 
+bool Dump(Gdiplus::Bitmap& bitmap, const char* frame) {
+  if (bitmap.GetLastStatus() != Gdiplus::Ok) return false;
+  if (std::strcmp(frame, "all") != 0) {
+    return DumpFrame(bitmap, static_cast<UINT>(std::strtoul(frame, nullptr, 10)));
+  }
+  const UINT count = bitmap.GetFrameCount(&DimensionOf(bitmap));
+  for (UINT i = 0; i < count; ++i) {
+    if (!DumpFrame(bitmap, i)) return false;
+  }
+  return true;
+}
+
 }  // namespace
 
 int main(int count, char** arguments) {
   if (count < 2) return 2;
   Gdiplus::Bitmap bitmap(std::filesystem::path(arguments[1]).wstring().c_str());
-  const unsigned long frame = count > 2 ? std::strtoul(arguments[2], nullptr, 10) : 0;
-  return Dump(bitmap, static_cast<UINT>(frame)) ? 0 : 1;
+  return Dump(bitmap, count > 2 ? arguments[2] : "0") ? 0 : 1;
 }

@@ -50,6 +50,18 @@ TEST(BmpReader, FillsShortPalettesWithBlack) {
   }
 }
 
+TEST(BmpReader, SkipsColorsThatThePlaceOfThePixelsForgets) {
+  Bytes file = MakeBmp({.width = 4,
+                        .height = 1,
+                        .bits = 4,
+                        .colors_used = 2,
+                        .after_header = RedWhitePalette(),
+                        .pixels = {0x01, 0x10, 0, 0}});
+  file[10] = 14 + 40;
+  const BitmapPtr bitmap = Decode(DecodeBmp, file);
+  EXPECT_EQ(Pixels(*bitmap), (std::vector<ARGB>{kRed, kWhite, kWhite, kRed}));
+}
+
 TEST(BmpReader, IgnoresColorsBeyondTheDepth) {
   const BitmapPtr bitmap =
       Decode(DecodeBmp, MakeBmp({.width = 2,

@@ -143,6 +143,12 @@ bool ReadHeader(EncodedBytes bytes, Header& header) {
   if (header_size == kInfoHeaderSize && header.compression == kAlphaBitFields) {
     header.palette_at += 16;
   }
+  // Some writers forget that the colours they count lie before the pixels.
+  if (header.bits <= 8 && header.pixels_at == header.palette_at) {
+    header.pixels_at +=
+        std::uint64_t{header.palette_entry_size} *
+        std::min<std::uint32_t>(header.palette_used, std::uint32_t{1} << header.bits);
+  }
   if (header.pixels_at < header.palette_at || header.pixels_at >= bytes.size()) return false;
   return header.bits < 16 || header.bits == 24 || ReadMasks(file, header);
 }
