@@ -16,19 +16,29 @@ class Decoded:
     image: Image.Image  # RGBA
 
 
-def decode(path, frame=0):
-    """None when the platform does not decode the file."""
+def decode_frames(path, frame="all"):
+    """Those that the platform decodes, in their order: of a damaged file, fewer than it has."""
     done = subprocess.run([os.environ["PIXTOLA_DECODE_DUMP"], str(path), str(frame)], capture_output=True)
-    if done.returncode != 0:
-        return None
-    header, pixels = done.stdout.split(b"ENDHDR\n", 1)
-    fields = {}
-    for line in header.decode("ascii").splitlines()[1:]:
-        key, *values = line.removeprefix("# ").split()
-        fields[key] = values
-    size = int(fields["WIDTH"][0]), int(fields["HEIGHT"][0])
-    return Decoded(fields["format"][0], tuple(map(float, fields["dpi"])), int(fields["pages"][0]),
-                   Image.frombytes("RGBA", size, pixels))
+    frames = []
+    left = done.stdout
+    while left:
+        header, left = left.split(b"ENDHDR\n", 1)
+        fields = {}
+        for line in header.decode("ascii").splitlines()[1:]:
+            key, *values = line.removeprefix("# ").split()
+            fields[key] = values
+        size = int(fields["WIDTH"][0]), int(fields["HEIGHT"][0])
+        length = 4 * size[0] * size[1]
+        frames.append(Decoded(fields["format"][0], tuple(map(float, fields["dpi"])),
+                              int(fields["pages"][0]), Image.frombytes("RGBA", size, left[:length])))
+        left = left[length:]
+    return frames
+
+
+def decode(path, frame=0):
+    """None when the platform does not decode the frame."""
+    frames = decode_frames(path, frame)
+    return frames[0] if frames else None
 
 
 def encode(source, target, mime_type, value=None):
