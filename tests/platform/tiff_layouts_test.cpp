@@ -369,6 +369,15 @@ Bytes GrayWith(std::vector<std::array<std::uint32_t, 3>> other_tags) {
   return MakeTiff(tags, Bytes(16, 9));
 }
 
+TEST(TiffLayouts, TheOnlySampleIsNoAlpha) {
+  constexpr std::uint32_t kExtraSamples = 338;
+  for (const std::uint32_t type : {0U, 1U, 2U}) {
+    const BitmapPtr bitmap = Decode(DecodeTiff, GrayWith({{kExtraSamples, 3, type}}));
+    EXPECT_EQ(bitmap->format(), PixelFormat8bppIndexed);
+    EXPECT_EQ(Pixels(*bitmap), std::vector<ARGB>(16, Rgb(9, 9, 9)));
+  }
+}
+
 TEST(TiffSizes, AreRefusedWhenNothingCanHaveThem) {
   EXPECT_EQ(Decode(DecodeTiff, GrayWith({}))->format(), PixelFormat8bppIndexed);
   constexpr std::uint32_t kHuge = 0x80000000;

@@ -44,7 +44,7 @@ bool ReadTiffPage(TIFF* tiff, TiffPage& page) {
   std::uint16_t planar = PLANARCONFIG_CONTIG;
   TIFFGetFieldDefaulted(tiff, TIFFTAG_PLANARCONFIG, &planar);
   page.is_planar = planar == PLANARCONFIG_SEPARATE && page.samples > 1;
-  page.alpha = AlphaOf(tiff);
+  page.alpha = page.samples > 1 ? AlphaOf(tiff) : TiffAlpha::kNone;
   page.is_tiled = TIFFIsTiled(tiff) != 0;
   page.chunk_width = page.width;
   page.chunk_height = page.height;

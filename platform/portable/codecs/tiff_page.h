@@ -20,7 +20,7 @@ struct TiffPage {
   std::uint16_t compression = COMPRESSION_NONE;
   std::uint16_t sample_format = SAMPLEFORMAT_UINT;
   bool is_planar = false;  ///< each sample has strips or tiles of its own
-  /// An extra sample that is not said to be alpha is none.
+  /// An extra sample that is not said to be alpha is none, and neither is the only sample.
   TiffAlpha alpha = TiffAlpha::kNone;
   // Strips are as wide as the page.
   bool is_tiled = false;
