@@ -130,9 +130,9 @@ std::vector<Job> CodecJobs() {
     const std::string name = format.name;
     const std::string title = format.title;
     jobs.push_back(
-        {"encode-" + name, title + ", written", format.bytes_per_pixel, Encoding(format)});
+        {"encode-" + name, title + ", written", format.bytes_per_pixel, Encoding(format), false});
     jobs.push_back({"decode-" + name, title + ", read", format.bytes_per_pixel, Decoding(format),
-                    format.is_lossless});
+                    false, format.is_lossless});
   }
   return jobs;
 }

@@ -28,6 +28,7 @@ struct Job {
   std::string title;              ///< for readers
   std::uint32_t bytes_per_pixel;  ///< of the source
   MakeWork make;
+  bool has_kernels = true;  ///< false: there are no plain definitions to compare it with
   bool keeps_page = false;  ///< its result is the page itself
 };
 

@@ -58,7 +58,7 @@ std::vector<Job> LockJobs() {
   std::vector<Job> jobs;
   for (const Conversion& conversion : kConversions) {
     jobs.push_back({conversion.name, conversion.title, BytesPerPixel(conversion.from),
-                    Locking(conversion), conversion.from == conversion.to});
+                    Locking(conversion), false, conversion.from == conversion.to});
   }
   return jobs;
 }

@@ -93,7 +93,9 @@ std::vector<Competitor> CompetitorsIn(const Job& job, const Image& page) {
   const Work own = job.make(page);
   std::vector<Competitor> competitors = {{"pixtola", "", own},
                                          {"memcpy", "the input's bytes", CopyingBytes(page)}};
-  if (PlainKernelsCanBeForced()) competitors.push_back({"plain", "", own, true});
+  if (job.has_kernels && PlainKernelsCanBeForced()) {
+    competitors.push_back({"plain", "", own, true});
+  }
   return competitors;
 }
 
@@ -188,7 +190,7 @@ void RunJob(const std::string& name, const std::string& dpi) {
   const Image page = MakePage(ParseResolution(dpi), job.bytes_per_pixel);
   const Image expected = RunOnce(job.make(page));
   CheckThatItDoesSomething(job, page, expected);
-  if (PlainKernelsCanBeForced()) CheckPlainKernels(job, page, expected);
+  if (job.has_kernels && PlainKernelsCanBeForced()) CheckPlainKernels(job, page, expected);
 
   for (const Competitor& competitor : CompetitorsIn(job, page)) Register(competitor);
   for (const Competitor& competitor : CheckedPeers(job, page, expected)) Register(competitor);
@@ -229,10 +231,11 @@ void WritePages(const std::filesystem::path& folder) {
     const std::string number = std::to_string(dpi);
     WritePage(folder / ("gray-" + number + ".pgm"), MakePage(dpi, 1));
     WritePage(folder / ("color-" + number + ".ppm"), MakePage(dpi, 3));
-    for (const PageFormat& format : PageFormats()) {
-      WriteFile(folder / (std::string(format.name) + "-" + number),
-                EncodePage(format, MakePage(dpi, format.bytes_per_pixel)));
-    }
+  }
+  // For other libraries to decode.
+  for (const PageFormat& format : PageFormats()) {
+    WriteFile(folder / (std::string(format.name) + "-300"),
+              EncodePage(format, MakePage(300, format.bytes_per_pixel)));
   }
 }
 
