@@ -79,6 +79,7 @@ MakeWork Encoding(const PageFormat& format) {
     const auto bitmap = BitmapOver(page);
     const auto encoded = std::make_shared<StreamPointer>();
     const auto run = [bitmap, encoded, encoder = FindEncoder(format.extension)] {
+      encoded->reset();  // one result at a time, as where Pillow is timed
       *encoded = Encode(*bitmap, encoder);
     };
     const auto result = [encoded] {
@@ -96,6 +97,7 @@ MakeWork Decoding(const PageFormat& format) {
         Encode(*BitmapOver(page), FindEncoder(format.extension)).release(), ReleaseStream());
     const auto decoded = std::make_shared<std::unique_ptr<Gdiplus::Bitmap>>();
     const auto run = [stream, decoded] {
+      decoded->reset();
       *decoded = std::make_unique<Gdiplus::Bitmap>(stream.get());
       Require((*decoded)->GetLastStatus() == Gdiplus::Ok, "decoding");
     };

@@ -68,6 +68,9 @@ bool ReadHeader(png_structp png, png_infop info) {
   static constexpr png_byte kSkippedChunks[] =
       "bKGD\0cHRM\0eXIf\0gAMA\0hIST\0iCCP\0iTXt\0oFFs\0pCAL\0sBIT\0sCAL\0sPLT\0sRGB\0sTER\0tEXt\0"
       "tIME\0zTXt";
+  // The check sums of the chunks tell of damage; the one inside of the pixels' stream would do so
+  // once more.
+  png_set_option(png, PNG_IGNORE_ADLER32, PNG_OPTION_ON);
   png_set_keep_unknown_chunks(png, PNG_HANDLE_CHUNK_NEVER, kSkippedChunks,
                               static_cast<int>(sizeof(kSkippedChunks) / 5));
   png_read_info(png, info);

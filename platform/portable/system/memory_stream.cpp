@@ -31,12 +31,19 @@ class SharedBlock {
   HGLOBAL memory() const { return memory_; }
   std::uint64_t size() const { return GlobalSize(memory_); }
 
-  /// Growth is zero. False when there is no memory; the block is as it was then.
+  /// The bytes of a growth are undefined. False when there is no memory; the block is as it was
+  /// then.
   bool Resize(std::uint64_t size) {
     if (size > std::numeric_limits<SIZE_T>::max()) return false;
-    const HGLOBAL resized =
-        GlobalReAlloc(memory_, static_cast<SIZE_T>(size), GMEM_MOVEABLE | GMEM_ZEROINIT);
+    const HGLOBAL resized = GlobalReAlloc(memory_, static_cast<SIZE_T>(size), GMEM_MOVEABLE);
     return resized != nullptr;  // a movable block keeps its handle
+  }
+
+  /// `start` to `end` are within the block. Nothing happens when `end` is not beyond `start`.
+  void Clear(std::uint64_t start, std::uint64_t end) {
+    if (end <= start) return;
+    std::memset(static_cast<BYTE*>(GlobalLock(memory_)) + start, 0, end - start);
+    GlobalUnlock(memory_);
   }
 
   /// `position + size` is within the block.
@@ -103,7 +110,9 @@ class MemoryStream final : public IStream {
     if (buffer == nullptr) return STG_E_INVALIDPOINTER;
     if (size == 0) return S_OK;
     const std::uint64_t end = position_ + size;  // a position is below 2^63
-    if (end > block_->size() && !block_->Resize(end)) return E_OUTOFMEMORY;
+    const std::uint64_t old_size = block_->size();
+    if (end > old_size && !block_->Resize(end)) return E_OUTOFMEMORY;
+    block_->Clear(old_size, position_);  // the gap, when the position was past the end
     block_->CopyIn(position_, buffer, size);
     position_ = end;
     if (written != nullptr) *written = size;
@@ -138,7 +147,10 @@ class MemoryStream final : public IStream {
   }
 
   HRESULT STDMETHODCALLTYPE SetSize(ULARGE_INTEGER size) override {
-    return block_->Resize(size.QuadPart) ? S_OK : E_OUTOFMEMORY;
+    const std::uint64_t old_size = block_->size();
+    if (!block_->Resize(size.QuadPart)) return E_OUTOFMEMORY;
+    block_->Clear(old_size, size.QuadPart);
+    return S_OK;
   }
 
   HRESULT STDMETHODCALLTYPE CopyTo(IStream* stream, ULARGE_INTEGER size, ULARGE_INTEGER* read,
