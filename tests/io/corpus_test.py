@@ -1,7 +1,7 @@
 """The platform's codecs on test images that the authors of image libraries collected, beside other programs'.
 
 PIXTOLA_DECODE_DUMP names the program that shows what the platform decodes. The images are the few of
-tests/data/images, and those of the folder PIXTOLA_CORPORA or of the newest one that scripts/corpora has fetched.
+tests/data/images and, if PIXTOLA_CORPORA names the folder that scripts/corpora has fetched, those in there.
 Each must come out as the reference shows it, unless corpus_expectations.py names it with a reason; a name there
 that is not needed any more is an error, too.
 
@@ -19,9 +19,11 @@ from pathlib import Path
 
 try:
     from PIL import Image, ImageChops
+
     from corpus_expectations import EXPECTED
     from corpus_files import kind_of
     from corpus_reference import by_imagemagick, reference_of
+    from platform_codecs import images_in
 except ImportError:
     Image = None
 
@@ -34,14 +36,6 @@ SECONDS = 60
 
 
 @dataclass
-class Decoded:
-    format: str
-    dpi: tuple
-    pages: int
-    image: "Image.Image"
-
-
-@dataclass
 class Outcome:
     name: str
     kind: str
@@ -50,14 +44,10 @@ class Outcome:
     program: str = "none"
 
 
-def newest_corpora():
+def corpora():
     """The folder of the whole collections, or None."""
-    if os.environ.get("PIXTOLA_CORPORA"):
-        return Path(os.environ["PIXTOLA_CORPORA"])
-    home = Path(os.environ.get("XDG_CACHE_HOME") or Path.home() / ".cache")
-    cache = Path(os.environ.get("PIXTOLA_CACHE") or home / "pixtola")
-    folders = [folder for folder in cache.glob("corpora-*-recipe-*") if folder.is_dir()]
-    return max(folders, key=lambda folder: folder.stat().st_mtime, default=None)
+    folder = os.environ.get("PIXTOLA_CORPORA")
+    return Path(folder) if folder else None
 
 
 def files_below(folder, part=""):
@@ -66,20 +56,6 @@ def files_below(folder, part=""):
         name = path.relative_to(folder).as_posix()
         if path.suffix.lower() in SUFFIXES and part in name:
             yield name, path
-
-
-def parse_frames(output):
-    while output:
-        header, output = output.split(b"ENDHDR\n", 1)
-        fields = {}
-        for line in header.decode("ascii").splitlines()[1:]:
-            key, *values = line.removeprefix("# ").split()
-            fields[key] = values
-        size = int(fields["WIDTH"][0]), int(fields["HEIGHT"][0])
-        length = 4 * size[0] * size[1]
-        yield Decoded(fields["format"][0], tuple(map(float, fields["dpi"])), int(fields["pages"][0]),
-                      Image.frombytes("RGBA", size, output[:length]))
-        output = output[length:]
 
 
 def opaque(image):
@@ -157,7 +133,7 @@ def try_file(name, path):
         return Outcome(name, kind, "crashed", f"took more than {SECONDS} seconds")
     if done.returncode not in (0, 1) or done.stderr:
         return Outcome(name, kind, "crashed", f"status {done.returncode}: {done.stderr[:400]!r}")
-    frames = list(parse_frames(done.stdout))
+    frames = list(images_in(done.stdout))
     other = try_other_reference(name, path, frames)
     if other is not None:
         return other
@@ -201,15 +177,15 @@ class CorpusTest(unittest.TestCase):
         self.check(FEW)
 
     def test_whole_collections(self):
-        folder = newest_corpora()
+        folder = corpora()
         if folder is None:
-            self.skipTest("scripts/corpora has fetched nothing")
+            self.skipTest("PIXTOLA_CORPORA names no folder")
         names = self.check(folder)
         self.assertEqual(set(EXPECTED) - names, set(), "expectations of files that are not there")
 
 
 def print_list(part):
-    for name, path in files_below(newest_corpora() or FEW, part):
+    for name, path in files_below(corpora() or FEW, part):
         outcome = try_file(name, path)
         print(f"{outcome.result:15} {outcome.kind:5} {outcome.program:12} {name}  {outcome.detail}", flush=True)
 
@@ -236,7 +212,7 @@ def print_counts(title, outcomes, key):
 
 
 def print_table():
-    outcomes = [try_file(name, path) for name, path in files_below(newest_corpora() or FEW)]
+    outcomes = [try_file(name, path) for name, path in files_below(corpora() or FEW)]
     print_counts("Format", outcomes, lambda outcome: outcome.kind)
     print_counts("Collection", outcomes, lambda outcome: outcome.name.split("/")[0])
     print("| File | comes out | why |\n|---|---|---|")

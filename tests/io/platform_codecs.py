@@ -16,23 +16,24 @@ class Decoded:
     image: Image.Image  # RGBA
 
 
-def decode_frames(path, frame="all"):
-    """Those that the platform decodes, in their order: of a damaged file, fewer than it has."""
-    done = subprocess.run([os.environ["PIXTOLA_DECODE_DUMP"], str(path), str(frame)], capture_output=True)
-    frames = []
-    left = done.stdout
-    while left:
-        header, left = left.split(b"ENDHDR\n", 1)
+def images_in(output):
+    """What PIXTOLA_DECODE_DUMP printed."""
+    while output:
+        header, output = output.split(b"ENDHDR\n", 1)
         fields = {}
         for line in header.decode("ascii").splitlines()[1:]:
             key, *values = line.removeprefix("# ").split()
             fields[key] = values
         size = int(fields["WIDTH"][0]), int(fields["HEIGHT"][0])
-        length = 4 * size[0] * size[1]
-        frames.append(Decoded(fields["format"][0], tuple(map(float, fields["dpi"])),
-                              int(fields["pages"][0]), Image.frombytes("RGBA", size, left[:length])))
-        left = left[length:]
-    return frames
+        pixels, output = output[:4 * size[0] * size[1]], output[4 * size[0] * size[1]:]
+        yield Decoded(fields["format"][0], tuple(map(float, fields["dpi"])), int(fields["pages"][0]),
+                      Image.frombytes("RGBA", size, pixels))
+
+
+def decode_frames(path, frame="all"):
+    """Those that the platform decodes, in their order: of a damaged file, fewer than it has."""
+    command = [os.environ["PIXTOLA_DECODE_DUMP"], str(path), str(frame)]
+    return list(images_in(subprocess.run(command, capture_output=True).stdout))
 
 
 def decode(path, frame=0):

@@ -80,6 +80,23 @@ inline constexpr bool k48BitChannelsHave16Bits = kIsWine;
 /// The TIFF encoder chooses its compression itself, whatever EncoderCompression says.
 inline constexpr bool kTiffEncoderIgnoresCompression = kIsWine;
 
+/// The JPEG encoder chooses its quality itself, whatever EncoderQuality says.
+inline constexpr bool kJpegEncoderIgnoresQuality = kIsWine;
+
+/// GIF files are written of 8-bit indexed bitmaps only; of others comes what nobody can decode.
+inline constexpr bool kGifEncoderKnows8BitsOnly = kIsWine;
+
+/// Bitmaps of 16 and 32 bits are saved in other formats: BMP keeps 555 and makes 24 bits of 565 and
+/// of alpha, TIFF keeps premultiplied alpha and makes 32 bits of 565, TIFF and PNG make 24 bits of
+/// 32bppRGB.
+inline constexpr bool kDeepBitmapsAreSavedDifferently = kIsWine;
+
+/// The file name extensions of TIFF are listed the other way round.
+inline constexpr bool kTiffExtensionsAreTurned = kIsWine;
+
+/// Loading a file that is not there gives GenericError instead of InvalidParameter.
+inline constexpr bool kMissingFilesAreGenericErrors = kIsWine;
+
 /// Streams in global memory read on past their end, in what lies there.
 inline constexpr bool kMemoryStreamsReadPastTheirEnd = kIsWine;
 
