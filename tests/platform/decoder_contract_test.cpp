@@ -26,7 +26,6 @@ BitmapPointer Decode(const std::string& name) {
 struct DecodedFormat {
   const char* file;
   PixelFormat format;
-  bool differs_on_wine = false;
 
   friend std::ostream& operator<<(std::ostream& out, const DecodedFormat& decoded) {
     return out << decoded.file;
@@ -38,9 +37,6 @@ class DecodedFormats : public testing::TestWithParam<DecodedFormat> {};
 TEST_P(DecodedFormats, AreThoseOfThePixelsInTheFile) {
   const BitmapPointer bitmap = Decode(GetParam().file);
   ASSERT_EQ(bitmap->GetLastStatus(), Gdiplus::Ok);
-  if (expectations::kSomeFilesDecodeToOtherFormats && GetParam().differs_on_wine) {
-    GTEST_SKIP() << "Wine chooses another format";
-  }
   EXPECT_EQ(bitmap->GetPixelFormat(), GetParam().format) << std::hex << GetParam().format;
 }
 

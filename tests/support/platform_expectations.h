@@ -94,9 +94,6 @@ inline constexpr bool kDeepBitmapsAreSavedDifferently = kIsWine;
 /// The file name extensions of TIFF are listed the other way round.
 inline constexpr bool kTiffExtensionsAreTurned = kIsWine;
 
-/// Some files decode to another pixel format; which, the tests say.
-inline constexpr bool kSomeFilesDecodeToOtherFormats = kIsWine;
-
 /// Frames are counted and selected in whichever dimension is asked for.
 inline constexpr bool kFrameDimensionsAreNotToldApart = kIsWine;
 

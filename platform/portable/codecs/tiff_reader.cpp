@@ -1,5 +1,6 @@
 // Reads the pages of a TIFF with libtiff: as they are where their samples allow it, through
 // libtiff's conversion to RGBA otherwise. Colour profiles are left out.
+#include <algorithm>
 #include <cmath>
 
 #include "codecs/codec.h"
@@ -57,8 +58,9 @@ Status DecodePage(TIFF* tiff, std::unique_ptr<BitmapObject>& bitmap) {
 UINT CountPages(EncodedBytes bytes) {
   TiffSource source{bytes};
   const TiffHandle tiff = OpenTiffForReading(source);
-  // libtiff follows the directories only as long as it meets new ones.
-  return tiff != nullptr ? TIFFNumberOfDirectories(tiff.get()) : 0;
+  // libtiff follows the directories only as long as it meets new ones, and counts none of which the
+  // end is missing; the first of such a file can be read all the same.
+  return tiff != nullptr ? std::max<UINT>(1, TIFFNumberOfDirectories(tiff.get())) : 1;
 }
 
 Status DecodeNthPage(EncodedBytes bytes, UINT index, std::unique_ptr<BitmapObject>& bitmap) {
