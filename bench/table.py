@@ -42,6 +42,9 @@ another layout of pixels, the page is brought into it beforehand. Before anythin
 results of all competitors are compared with Pixtola's: the same bytes where the same is claimed,
 about the same picture elsewhere; Pillow's results are compared with its own page.
 
+The locks, and the files in memory with default parameters, are the work of the stand-in for GDI+,
+which has no kernels.
+
 | job | dpi | ms | / memcpy | / same output | / other libraries | / plain |
 |---|---:|---:|---:|---|---|---:|
 {rows}
