@@ -97,7 +97,6 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(Codecs, KeepPalettesAndResolution) {
   for (const Codec& codec : Codecs()) {
-    if (codec.encode == nullptr) continue;
     SCOPED_TRACE(codec.info.SigPattern[0]);
     const BitmapPtr source = Noise(9, 2, PixelFormat4bppIndexed);
     source->dpi_x = 300;
@@ -115,7 +114,6 @@ TEST(Codecs, KeepPalettesAndResolution) {
 
 TEST(Codecs, ReportASinkThatIsFullWhereverItHappens) {
   for (const Codec& codec : Codecs()) {
-    if (codec.encode == nullptr) continue;
     SCOPED_TRACE(codec.info.SigPattern[0]);
     const BitmapPtr source = Noise(5, 4, PixelFormat24bppRGB);
     const std::size_t size = Encode(codec.encode, *source).size();
@@ -134,9 +132,8 @@ TEST(Codecs, AreListedInOrderAndRecognizeTheirOwnFilesOnly) {
   for (std::size_t i = 0; i < std::size(types); ++i) {
     const Codec& codec = Codecs()[i];
     EXPECT_STREQ(codec.info.MimeType, types[i]);
-    EXPECT_EQ((codec.info.Flags & 1) != 0, codec.encode != nullptr);
+    EXPECT_NE(codec.info.Flags & 1, 0U);  // writes
     EXPECT_FALSE(codec.recognizes({}));
-    if (codec.encode == nullptr) continue;
     const Bytes file = Encode(codec.encode, *source);
     for (const Codec& other : Codecs()) {
       EXPECT_EQ(other.recognizes(file), &other == &codec);

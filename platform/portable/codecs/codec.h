@@ -53,7 +53,7 @@ struct Codec {
   /// Whether the first bytes are this format's.
   bool (*recognizes)(EncodedBytes bytes);
   DecodeFunction decode;
-  EncodeFunction encode;         ///< null when the format can only be read
+  EncodeFunction encode;
   const FrameFunctions* frames;  ///< null when the format holds one image
 };
 

@@ -83,7 +83,7 @@ Status DecodeStream(IStream& stream, std::unique_ptr<BitmapObject>& bitmap) {
 
 const Codec* FindEncoder(const CLSID& encoder) {
   for (const Codec& codec : Codecs()) {
-    if (codec.encode != nullptr && codec.info.Clsid == encoder) return &codec;
+    if (codec.info.Clsid == encoder) return &codec;
   }
   return nullptr;
 }
@@ -116,37 +116,25 @@ Status EncodeStream(const BitmapObject& bitmap, IStream& stream, const CLSID& en
   return codec->encode(bitmap, parameters, sink);
 }
 
-bool CanEncode(const Codec& codec) { return codec.encode != nullptr; }
-bool CanDecode(const Codec& /*codec*/) { return true; }
+UINT CountCodecs() { return static_cast<UINT>(Codecs().size()); }
 
-/// Those of the codecs that can do something, as the flat API lists them.
-template <bool (*kCan)(const Codec&)>
-struct CodecList {
-  static UINT Count() {
-    const std::span<const Codec> codecs = Codecs();
-    return static_cast<UINT>(std::count_if(codecs.begin(), codecs.end(), kCan));
+// All codecs read and write: the lists of encoders and of decoders are the same.
+
+Status GetCodecsSize(UINT* count, UINT* size) {
+  if (count == nullptr || size == nullptr) return Gdiplus::InvalidParameter;
+  *count = CountCodecs();
+  *size = *count * static_cast<UINT>(sizeof(Gdiplus::ImageCodecInfo));
+  return Gdiplus::Ok;
+}
+
+Status GetCodecs(UINT count, UINT size, Gdiplus::ImageCodecInfo* infos) {
+  if (infos == nullptr || count != CountCodecs() ||
+      size != count * sizeof(Gdiplus::ImageCodecInfo)) {
+    return Gdiplus::GenericError;
   }
-
-  static Status GetSize(UINT* count, UINT* size) {
-    if (count == nullptr || size == nullptr) return Gdiplus::InvalidParameter;
-    *count = Count();
-    *size = *count * static_cast<UINT>(sizeof(Gdiplus::ImageCodecInfo));
-    return Gdiplus::Ok;
-  }
-
-  static Status Get(UINT count, UINT size, Gdiplus::ImageCodecInfo* infos) {
-    if (infos == nullptr || count != Count() || size != count * sizeof(Gdiplus::ImageCodecInfo)) {
-      return Gdiplus::GenericError;
-    }
-    for (const Codec& codec : Codecs()) {
-      if (kCan(codec)) *infos++ = codec.info;
-    }
-    return Gdiplus::Ok;
-  }
-};
-
-using Encoders = CodecList<CanEncode>;
-using Decoders = CodecList<CanDecode>;
+  for (const Codec& codec : Codecs()) *infos++ = codec.info;
+  return Gdiplus::Ok;
+}
 
 }  // namespace
 
@@ -195,19 +183,19 @@ GpStatus GdipSaveImageToStream(GpImage* image, IStream* stream, const CLSID* enc
 }
 
 GpStatus GdipGetImageDecodersSize(UINT* count, UINT* size) {
-  return pixtola::portable::Decoders::GetSize(count, size);
+  return pixtola::portable::GetCodecsSize(count, size);
 }
 
 GpStatus GdipGetImageDecoders(UINT count, UINT size, ImageCodecInfo* decoders) {
-  return pixtola::portable::Decoders::Get(count, size, decoders);
+  return pixtola::portable::GetCodecs(count, size, decoders);
 }
 
 GpStatus GdipGetImageEncodersSize(UINT* count, UINT* size) {
-  return pixtola::portable::Encoders::GetSize(count, size);
+  return pixtola::portable::GetCodecsSize(count, size);
 }
 
 GpStatus GdipGetImageEncoders(UINT count, UINT size, ImageCodecInfo* encoders) {
-  return pixtola::portable::Encoders::Get(count, size, encoders);
+  return pixtola::portable::GetCodecs(count, size, encoders);
 }
 
 }  // namespace Gdiplus::DllExports

@@ -11,13 +11,12 @@
 #include <cstring>
 
 #include "codecs/gif_file.h"
-#include "imaging/argb.h"
+#include "imaging/words.h"
 
 namespace pixtola::portable {
 
 namespace {
 
-using Gdiplus::ARGB;
 using Gdiplus::Status;
 
 /// A tiny file can claim thousands of frames of any size, and the last takes as long as all of them
@@ -116,13 +115,6 @@ Status DecodeOnly(GifFile& file, BitmapObject& bitmap, std::uint8_t* row) {
   return Gdiplus::Ok;
 }
 
-void Put(BYTE* pixel, ARGB color) {
-  pixel[0] = static_cast<BYTE>(Blue(color));
-  pixel[1] = static_cast<BYTE>(Green(color));
-  pixel[2] = static_cast<BYTE>(Red(color));
-  pixel[3] = static_cast<BYTE>(Alpha(color));
-}
-
 void Paint(GifFile& file, BitmapObject& canvas, std::uint8_t* row) {
   const GifFrame& frame = file.frame();
   const Palette palette = file.FramePalette();
@@ -132,7 +124,7 @@ void Paint(GifFile& file, BitmapObject& canvas, std::uint8_t* row) {
     if (y + frame.top >= area.bottom) return;
     BYTE* pixel = canvas.Row(y + frame.top) + std::size_t{4} * area.left;
     for (std::uint32_t x = 0; x < area.width(); ++x, pixel += 4) {
-      if (indexes[x] != transparent) Put(pixel, palette.entries[indexes[x]]);
+      if (indexes[x] != transparent) StoreWord(pixel, palette.entries[indexes[x]]);
     }
   });
 }

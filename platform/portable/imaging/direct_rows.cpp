@@ -1,27 +1,13 @@
 #include "imaging/direct_rows.h"
 
-#include <bit>
-#include <cstdint>
-#include <cstring>
-
 #include "imaging/argb.h"
+#include "imaging/words.h"
 
 namespace pixtola::portable {
 
 namespace {
 
-// Pixels are moved as 32-bit words whose lowest byte comes first in memory.
-static_assert(std::endian::native == std::endian::little);
-
 using Gdiplus::ARGB;
-
-ARGB Load(const BYTE* at) {
-  ARGB word;
-  std::memcpy(&word, at, sizeof(word));
-  return word;
-}
-
-void Store(BYTE* at, ARGB word) { std::memcpy(at, &word, sizeof(word)); }
 
 ARGB Load24(const BYTE* at) { return at[0] | ARGB{at[1]} << 8 | ARGB{at[2]} << 16; }
 
@@ -33,40 +19,41 @@ void Store24(BYTE* at, ARGB color) {
 
 /// Four 24-bit pixels are three words, whose bytes are b0 g0 r0 b1, g1 r1 b2 g2, r2 b3 g3 r3.
 void StoreFour24(BYTE* at, ARGB c0, ARGB c1, ARGB c2, ARGB c3) {
-  Store(at, (c0 & 0xFFFFFF) | c1 << 24);
-  Store(at + 4, (c1 >> 8 & 0xFFFF) | c2 << 16);
-  Store(at + 8, (c2 >> 16 & 0xFF) | c3 << 8);
+  StoreWord(at, (c0 & 0xFFFFFF) | c1 << 24);
+  StoreWord(at + 4, (c1 >> 8 & 0xFFFF) | c2 << 16);
+  StoreWord(at + 8, (c2 >> 16 & 0xFF) | c3 << 8);
 }
 
 void Widen(const BYTE* source, BYTE* destination, std::size_t width) {
   std::size_t x = 0;
   for (; x + 4 <= width; x += 4, source += 12, destination += 16) {
-    const ARGB w0 = Load(source);
-    const ARGB w1 = Load(source + 4);
-    const ARGB w2 = Load(source + 8);
-    Store(destination, Opaque(w0));
-    Store(destination + 4, Opaque(w0 >> 24 | w1 << 8));
-    Store(destination + 8, Opaque(w1 >> 16 | w2 << 16));
-    Store(destination + 12, Opaque(w2 >> 8));
+    const ARGB w0 = LoadWord(source);
+    const ARGB w1 = LoadWord(source + 4);
+    const ARGB w2 = LoadWord(source + 8);
+    StoreWord(destination, Opaque(w0));
+    StoreWord(destination + 4, Opaque(w0 >> 24 | w1 << 8));
+    StoreWord(destination + 8, Opaque(w1 >> 16 | w2 << 16));
+    StoreWord(destination + 12, Opaque(w2 >> 8));
   }
   for (; x < width; ++x, source += 3, destination += 4) {
-    Store(destination, Opaque(Load24(source)));
+    StoreWord(destination, Opaque(Load24(source)));
   }
 }
 
 void DropFourth(const BYTE* source, BYTE* destination, std::size_t width) {
   std::size_t x = 0;
   for (; x + 4 <= width; x += 4, source += 16, destination += 12) {
-    StoreFour24(destination, Load(source), Load(source + 4), Load(source + 8), Load(source + 12));
+    StoreFour24(destination, LoadWord(source), LoadWord(source + 4), LoadWord(source + 8),
+                LoadWord(source + 12));
   }
-  for (; x < width; ++x, source += 4, destination += 3) Store24(destination, Load(source));
+  for (; x < width; ++x, source += 4, destination += 3) Store24(destination, LoadWord(source));
 }
 
 /// Applies a function of one colour to each pixel of 32 bits.
 template <ARGB (*kChange)(ARGB)>
 void Change32(const BYTE* source, BYTE* destination, std::size_t width) {
   for (std::size_t x = 0; x < width; ++x, source += 4, destination += 4) {
-    Store(destination, kChange(Load(source)));
+    StoreWord(destination, kChange(LoadWord(source)));
   }
 }
 
@@ -74,7 +61,7 @@ ARGB OpaqueUnpremultiplied(ARGB color) { return Opaque(Unpremultiply(color)); }
 
 void UnpremultiplyTo24(const BYTE* source, BYTE* destination, std::size_t width) {
   for (std::size_t x = 0; x < width; ++x, source += 4, destination += 3) {
-    Store24(destination, Unpremultiply(Load(source)));
+    Store24(destination, Unpremultiply(LoadWord(source)));
   }
 }
 
@@ -112,7 +99,7 @@ void LookUp24(const BYTE* source, BYTE* destination, std::size_t width, const Co
 }
 
 void LookUp32(const BYTE* source, BYTE* destination, std::size_t width, const ColorTable& table) {
-  for (std::size_t x = 0; x < width; ++x) Store(destination + 4 * x, table[source[x]]);
+  for (std::size_t x = 0; x < width; ++x) StoreWord(destination + 4 * x, table[source[x]]);
 }
 
 }  // namespace pixtola::portable
