@@ -27,8 +27,13 @@
 /// bytes needed and return 0. Sizes are reported in 32 bits, which wrap; a call that truly needs
 /// more than that, for the result or for one row of the source, returns 0.
 ///
-/// Ownership. Buffers and bitmaps that you pass in stay yours and are never kept. Bitmaps that you
-/// get are yours: `delete` them. They own their pixels; nothing you passed in has to outlive them.
+/// Ownership. Buffers, bitmaps and streams that you pass in stay yours and are never kept. Bitmaps
+/// that you get are yours: `delete` them. They own their pixels; nothing you passed in has to outlive
+/// them. Streams that you get are yours, too: `Release` them.
+///
+/// Exactness. A new 1-, 4- or 8-bit bitmap is decoded from a BMP copy of itself, which keeps whole
+/// pixels per metre and no transparency: 300 dots per inch come back as 299.9994, and palette
+/// entries are opaque. The pixels themselves are never changed by that.
 ///
 /// Threads. Every call runs wholly on the calling thread. Any number of threads may convert
 /// distinct buffers at once; one bitmap must not be used by two threads at once.
@@ -76,7 +81,7 @@ enum PxtFileType : int {
   PxtFileTypeBmp = 0,
   PxtFileTypeGif = 1,   ///< deep images are reduced to the platform's 256 colours
   PxtFileTypeJpeg = 2,  ///< quality 85
-  PxtFileTypePcx = 3,   ///< not written yet
+  PxtFileTypePcx = 3,   ///< files only; 1-bit, 8-bit, and 24-bit for all other images
   PxtFileTypePng = 4,
   PxtFileTypeTiffGroup3 = 5,  ///< CCITT group 3
   PxtFileTypeTiffGroup4 = 6,  ///< CCITT group 4
@@ -231,17 +236,72 @@ PIXTOLA_API void PxtHSVtoRGB(uint8_t hue, uint8_t saturation, uint8_t value, uin
 /// read and null when the copy cannot be made.
 PIXTOLA_API int PxtCopyBitmap(Gdiplus::Bitmap* source, Gdiplus::Bitmap** copy);
 
+/// Makes a 32-bit device-independent section of a bitmap, top-down, with premultiplied alpha: each
+/// colour is (colour * alpha) >> 8, so that opaque white becomes 254. Where all alphas are 0 they are
+/// taken for unused, and the colours stay. Pixels before the first one with alpha become 0.
+///
+/// `*handle` is yours, to end with `DeleteObject`; null on failure (untouched when a pointer is
+/// null). Images without pixels give 0.
+PIXTOLA_API int PxtBitmapToHBITMAP(Gdiplus::Bitmap* source, HBITMAP* handle);
+
+/// Reads an image that a module holds as a resource, in any form that the platform decodes.
+///
+/// @param name,type  As for FindResourceW: strings or MAKEINTRESOURCEW.
+/// @param module     Null is the program itself.
+/// @param result     Untouched when the resource is not there or not an image, otherwise as for
+///                   PxtCopyBitmap.
+PIXTOLA_API int PxtLoadBitmapFromResource(const wchar_t* name, const wchar_t* type, HMODULE module,
+                                          Gdiplus::Bitmap** result);
+
 // --------------------------------------------------------------------------------------------
 // files
 
-/// Opens an image file: any TIFF first, then whatever the platform decodes (BMP, GIF, JPEG, PNG ...).
-/// The name's extension does not matter. TIFF files that are compressed with JBIG, LZMA, Zstandard,
-/// WebP or LERC are not read. `*bitmap` is null on failure.
+/// Opens an image file: any TIFF first, then whatever the platform decodes (BMP, GIF, JPEG, PNG ...),
+/// then PCX. The name's extension does not matter. TIFF files that are compressed with JBIG, LZMA,
+/// Zstandard, WebP or LERC are not read. `*bitmap` is null on failure.
+///
+/// A PCX file that is cut short gives an image whose missing rows repeat the last one.
 PIXTOLA_API int PxtOpenImageFile(const wchar_t* path, Gdiplus::Bitmap** bitmap);
 
-/// Writes a bitmap to a file, replacing what was there. A write that fails half way may leave a
-/// partial file behind; a code that is not in PxtFileType touches nothing.
+/// Opens one page of an image file; 0 is the first, and so is any negative number. Only TIFF files
+/// have further pages: of other files, animated GIF among them, any page above 0 gives 0.
+PIXTOLA_API int PxtOpenImageFilePage(const wchar_t* path, int32_t page, Gdiplus::Bitmap** bitmap);
+
+/// Whether a path or file name has an extension of a format that can be opened, in upper or lower
+/// case. The file itself is not looked at. The list of extensions is made at the first call and is
+/// not locked: one thread at a time may call this and PxtClear.
+PIXTOLA_API int PxtIsSupportedBitmapType(const wchar_t* path);
+
+/// Empties the list of extensions. The next call of PxtIsSupportedBitmapType makes it anew.
+PIXTOLA_API void PxtClear(void);
+
+/// Writes a bitmap to a file, replacing what was there. A code that is not in PxtFileType touches
+/// nothing. A write that fails half way may leave a partial TIFF file behind; a partial PCX file is
+/// deleted.
 PIXTOLA_API int PxtSaveBitmapToFile(Gdiplus::Bitmap* bitmap, PxtFileType type, const wchar_t* path);
+
+// --------------------------------------------------------------------------------------------
+// streams
+
+/// Writes a bitmap into a new memory stream. The stream's position is wherever the encoder left it:
+/// seek before reading. `*stream` is untouched on failure. PCX is not written to streams: 0.
+PIXTOLA_API int PxtSaveBitmapToStream(Gdiplus::Bitmap* bitmap, IStream** stream, PxtFileType type);
+
+/// Makes a bitmap of the image, in any form but PCX, that begins at a stream's start; the stream's
+/// position does not matter. Of several pages the first is taken. `*bitmap` is null on failure
+/// (untouched when a pointer is null).
+PIXTOLA_API int PxtExtractBitmap(IStream* stream, Gdiplus::Bitmap** bitmap);
+
+/// PxtExtractBitmap, then PxtSaveBitmapToFile.
+PIXTOLA_API int PxtSaveStreamToFile(IStream* stream, PxtFileType type, const wchar_t* path);
+
+/// PxtExtractBitmap, then PxtSaveBitmapToStream. `*result` is untouched on failure.
+PIXTOLA_API int PxtSaveStreamToStream(IStream* stream, IStream** result, PxtFileType type);
+
+/// PxtExtractBitmap, PxtBitmapToBitmap, then PxtSaveBitmapToStream. `*result` is untouched on
+/// failure.
+PIXTOLA_API int PxtStreamToStream(PxtConversionMethod method, IStream* stream, PxtFileType type,
+                                  IStream** result);
 
 }  // extern "C"
 

@@ -8,15 +8,9 @@
 
 namespace pixtola {
 
-struct EncodedCopy {
-  IStream* stream = nullptr;             ///< one reference; must outlive `bitmap`
-  Gdiplus::GpBitmap* bitmap = nullptr;   ///< decoded from `stream`; null unless `status` is Ok
-  Gdiplus::Status status = Gdiplus::Ok;  ///< of the decoding
-};
-
-/// Encodes `bitmap` as BMP into a memory stream and decodes a bitmap from that. False when it could
-/// not be encoded; `copy` is then untouched.
-bool MakeEncodedCopy(Gdiplus::Bitmap& bitmap, EncodedCopy& copy);
+/// Encodes a bitmap into a new memory stream, of which the caller gets one reference. Null when
+/// that fails.
+IStream* EncodeToMemory(Gdiplus::Bitmap& bitmap, PxtFileType type);
 
 }  // namespace pixtola
 

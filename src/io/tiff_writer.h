@@ -10,6 +10,9 @@ namespace pixtola {
 /// or 0; a write that fails half way leaves what it wrote.
 int WriteTiffFile(Gdiplus::Bitmap* bitmap, PxtFileType type, const wchar_t* path);
 
+/// The same into a stream, from its start.
+int WriteTiffStream(Gdiplus::Bitmap* bitmap, PxtFileType type, IStream* stream);
+
 }  // namespace pixtola
 
 #endif  // PIXTOLA_IO_TIFF_WRITER_H_

@@ -1,0 +1,63 @@
+// The memory stream that images are encoded into.
+#ifndef PIXTOLA_BITMAP_BITMAP_STREAM_H_
+#define PIXTOLA_BITMAP_BITMAP_STREAM_H_
+
+#include <cstdint>
+
+#include "platform.h"
+
+namespace pixtola {
+
+/// A stream in front of a memory stream, to which it hands everything on. It has room from the
+/// start, so that the memory need not grow step by step, and remembers how far was written, so that
+/// what is too much can be cut off. It lives for one operation and is not counted: references are
+/// the inner stream's.
+///
+/// Without an inner stream operations return E_UNEXPECTED, AddRef and Release 0.
+class CBitmapStream final : public virtual IStream {
+ public:
+  /// With a block of `size` bytes. There is no inner stream when memory lacks.
+  explicit CBitmapStream(std::uint64_t size);
+  CBitmapStream(const CBitmapStream&) = delete;
+  CBitmapStream& operator=(const CBitmapStream&) = delete;
+  virtual ~CBitmapStream();
+
+  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override;
+  ULONG STDMETHODCALLTYPE AddRef() override;
+  ULONG STDMETHODCALLTYPE Release() override;
+  HRESULT STDMETHODCALLTYPE Read(void* buffer, ULONG size, ULONG* read) override;
+  HRESULT STDMETHODCALLTYPE Write(const void* buffer, ULONG size, ULONG* written) override;
+  HRESULT STDMETHODCALLTYPE Seek(LARGE_INTEGER move, DWORD origin,
+                                 ULARGE_INTEGER* position) override;
+  HRESULT STDMETHODCALLTYPE SetSize(ULARGE_INTEGER size) override;
+  HRESULT STDMETHODCALLTYPE CopyTo(IStream* stream, ULARGE_INTEGER size, ULARGE_INTEGER* read,
+                                   ULARGE_INTEGER* written) override;
+  HRESULT STDMETHODCALLTYPE Commit(DWORD flags) override;
+  HRESULT STDMETHODCALLTYPE Revert() override;
+  HRESULT STDMETHODCALLTYPE LockRegion(ULARGE_INTEGER offset, ULARGE_INTEGER size,
+                                       DWORD type) override;
+  HRESULT STDMETHODCALLTYPE UnlockRegion(ULARGE_INTEGER offset, ULARGE_INTEGER size,
+                                         DWORD type) override;
+  HRESULT STDMETHODCALLTYPE Stat(STATSTG* stat, DWORD flags) override;
+  HRESULT STDMETHODCALLTYPE Clone(IStream** stream) override;
+
+  bool has_inner() const { return inner_ != nullptr; }
+  /// The furthest position reached by a write.
+  std::uint64_t written_size() const { return written_size_; }
+
+  /// Cuts the inner stream to what was written and hands it over, one reference; null when there is
+  /// none.
+  IStream* Finish();
+
+ private:
+  IStream* inner_ = nullptr;
+  std::uint64_t written_size_ = 0;
+};
+
+/// How many bytes a stream should have from the start to take a bitmap of `type`: the uncompressed
+/// size or 4096, and none for TIFF.
+std::uint64_t EncodedSizeEstimate(Gdiplus::Bitmap& bitmap, PxtFileType type);
+
+}  // namespace pixtola
+
+#endif  // PIXTOLA_BITMAP_BITMAP_STREAM_H_
