@@ -28,8 +28,8 @@
 /// more than that, for the result or for one row of the source, returns 0.
 ///
 /// Ownership. Buffers, bitmaps and streams that you pass in stay yours and are never kept. Bitmaps
-/// that you get are yours: `delete` them. They own their pixels; nothing you passed in has to outlive
-/// them. Streams that you get are yours, too: `Release` them.
+/// that you get are yours: `delete` them. They own their pixels; nothing you passed in has to
+/// outlive them. Streams that you get are yours, too: `Release` them.
 ///
 /// Exactness. A new 1-, 4- or 8-bit bitmap is decoded from a BMP copy of itself, which keeps whole
 /// pixels per metre and no transparency: 300 dots per inch come back as 299.9994, and palette
@@ -237,8 +237,8 @@ PIXTOLA_API void PxtHSVtoRGB(uint8_t hue, uint8_t saturation, uint8_t value, uin
 PIXTOLA_API int PxtCopyBitmap(Gdiplus::Bitmap* source, Gdiplus::Bitmap** copy);
 
 /// Makes a 32-bit device-independent section of a bitmap, top-down, with premultiplied alpha: each
-/// colour is (colour * alpha) >> 8, so that opaque white becomes 254. Where all alphas are 0 they are
-/// taken for unused, and the colours stay. Pixels before the first one with alpha become 0.
+/// colour is (colour * alpha) >> 8, so that opaque white becomes 254. Where all alphas are 0 they
+/// are taken for unused, and the colours stay. Pixels before the first one with alpha become 0.
 ///
 /// `*handle` is yours, to end with `DeleteObject`; null on failure (untouched when a pointer is
 /// null). Images without pixels give 0.
@@ -256,9 +256,9 @@ PIXTOLA_API int PxtLoadBitmapFromResource(const wchar_t* name, const wchar_t* ty
 // --------------------------------------------------------------------------------------------
 // files
 
-/// Opens an image file: any TIFF first, then whatever the platform decodes (BMP, GIF, JPEG, PNG ...),
-/// then PCX. The name's extension does not matter. TIFF files that are compressed with JBIG, LZMA,
-/// Zstandard, WebP or LERC are not read. `*bitmap` is null on failure.
+/// Opens an image file: any TIFF first, then whatever the platform decodes (BMP, GIF, JPEG, PNG
+/// ...), then PCX. The name's extension does not matter. TIFF files that are compressed with JBIG,
+/// LZMA, Zstandard, WebP or LERC are not read. `*bitmap` is null on failure.
 ///
 /// A PCX file that is cut short gives an image whose missing rows repeat the last one.
 PIXTOLA_API int PxtOpenImageFile(const wchar_t* path, Gdiplus::Bitmap** bitmap);

@@ -59,13 +59,13 @@ CBitmapGenerator::CBitmapGenerator(const std::uint8_t* data, Gdiplus::PixelForma
       IsIndexed(format) ? ChoosePalette(format, palette) : nullptr;
   if (IsIndexed(format)) {
     if (chosen_palette != nullptr) over_rows.SetPalette(chosen_palette);
-    EncodedCopy copy;
-    if (MakeEncodedCopy(over_rows, copy)) {
-      stream = copy.stream;
-      bitmap = copy.bitmap;
-      status = copy.status;
+    stream = EncodeToMemory(over_rows, PxtFileTypeBmp);
+    if (stream != nullptr) {
+      status = Flat::GdipCreateBitmapFromStream(stream, &bitmap);
+      if (status != Gdiplus::Ok) bitmap = nullptr;
       return;
     }
+    // Without an encoded copy the rows are copied like those of other formats.
   }
 
   status = Flat::GdipCreateBitmapFromScan0(whole.Width, whole.Height, 0, format, nullptr, &bitmap);

@@ -46,7 +46,7 @@ class CBitmapStream final : public virtual IStream {
   std::uint64_t written_size() const { return written_size_; }
 
   /// Cuts the inner stream to what was written and hands it over, one reference; null when there is
-  /// none.
+  /// none or it cannot be cut.
   IStream* Finish();
 
  private:

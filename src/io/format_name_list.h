@@ -7,14 +7,17 @@
 
 namespace pixtola {
 
-/// Extensions in lower case with their dot, each one once. Made when first needed; one that is
-/// empty has not been made. Not locked.
+/// Extensions in lower case with their dot, each one once. An empty list has not been built. Not
+/// locked.
 class CFormatNameList {
  public:
+  CFormatNameList() = default;
+  CFormatNameList(const CFormatNameList&) = delete;
+  CFormatNameList& operator=(const CFormatNameList&) = delete;
   virtual ~CFormatNameList() = default;
 
-  /// Fills an empty list with the extensions of the platform's decoders and ".pcx". Throws
-  /// std::bad_alloc, with the list empty.
+  /// Adds the extensions of the platform's decoders and ".pcx". Throws std::bad_alloc, with the
+  /// list empty.
   void Build();
   void Clear() { names_.clear(); }
 
@@ -26,10 +29,15 @@ class CFormatNameList {
   auto end() const { return names_.end(); }
 
  private:
+  /// Without regard to case.
   struct ComesBefore {
     bool operator()(const std::wstring& a, const std::wstring& b) const;
   };
-  std::set<std::wstring, ComesBefore> names_;
+  using Names = std::set<std::wstring, ComesBefore>;
+
+  static void AddDecoderExtensions(Names& names);
+
+  Names names_;
 };
 
 /// The process's list.

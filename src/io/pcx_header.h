@@ -11,7 +11,7 @@ namespace pixtola {
 inline constexpr std::size_t kPcxHeaderSize = 128;
 inline constexpr std::uint8_t kPcxManufacturer = 10;
 inline constexpr std::uint8_t kPcxNewestVersion = 5;
-inline constexpr std::uint8_t kPcxRunLengths = 1;   ///< the one encoding there is
+inline constexpr std::uint8_t kPcxRunLengths = 1;    ///< the one encoding there is
 inline constexpr std::uint8_t kPcxPaletteMark = 12;  ///< comes before the palette of 256 colours
 
 /// What of the header has a meaning here. The 16-colour map is not used.
@@ -36,7 +36,8 @@ struct PcxHeader {
 
 PcxHeader ParsePcxHeader(std::span<const std::uint8_t, kPcxHeaderSize> bytes);
 
-/// Whether a header is that of a PCX file whose rows can be read, should the reader know its layout.
+/// Whether a header is that of a PCX file whose rows can be read, should the reader know its
+/// layout.
 bool IsReadable(const PcxHeader& header);
 
 /// The header as bytes of a file.

@@ -5,7 +5,9 @@
 #include <optional>
 
 #include "base/memory.h"
+#include "bitmap/bitmap_stream.h"
 #include "bitmap/encoded_copy.h"
+#include "io/pcx_writer.h"
 #include "io/tiff_writer.h"
 #include "platform.h"
 
@@ -62,8 +64,8 @@ std::optional<FileTypeRule> RuleOf(PxtFileType type) {
   return std::nullopt;
 }
 
-/// The class identifier of the first installed encoder that writes the container.
-std::optional<CLSID> FindEncoder(const GUID& container) {
+/// The class identifier of the first installed encoder that writes what the file type asks for.
+std::optional<CLSID> FindEncoderForFileType(const FileTypeRule& rule) {
   UINT count = 0;
   UINT size = 0;
   if (Gdiplus::GetImageEncodersSize(&count, &size) != Gdiplus::Ok || count == 0) return {};
@@ -74,25 +76,37 @@ std::optional<CLSID> FindEncoder(const GUID& container) {
     return {};
   }
   for (UINT i = 0; i < count; ++i) {
-    if (encoders[i].FormatID == container) return encoders[i].Clsid;
+    if (encoders[i].FormatID == rule.container) return encoders[i].Clsid;
   }
   return {};
 }
 
-Gdiplus::Status SaveWithPlatform(Gdiplus::Bitmap& bitmap, const wchar_t* path, const CLSID& encoder,
-                                 const FileTypeRule& rule) {
-  if (!rule.parameter.has_value()) return bitmap.Save(path, &encoder, nullptr);
-  ULONG value = rule.parameter_value;
-  const Gdiplus::EncoderParameters parameters{
-      1, {{*rule.parameter, 1, Gdiplus::EncoderParameterValueTypeLong, &value}}};
-  return bitmap.Save(path, &encoder, &parameters);
+/// Where an image is saved to: one of the two.
+struct Target {
+  const wchar_t* path = nullptr;
+  IStream* stream = nullptr;
+};
+
+int SaveWithLibtiff(Gdiplus::Bitmap& bitmap, PxtFileType type, const Target& target) {
+  return target.stream != nullptr ? WriteTiffStream(&bitmap, type, target.stream)
+                                  : WriteTiffFile(&bitmap, type, target.path);
 }
 
-int SaveImage(Gdiplus::Bitmap& bitmap, PxtFileType type, const wchar_t* path) {
+Gdiplus::Status SaveWithPlatform(Gdiplus::Bitmap& bitmap, const Target& target,
+                                 const CLSID& encoder, const FileTypeRule& rule) {
+  ULONG value = rule.parameter_value;
+  const Gdiplus::EncoderParameters block{
+      1, {{rule.parameter.value_or(GUID{}), 1, Gdiplus::EncoderParameterValueTypeLong, &value}}};
+  const Gdiplus::EncoderParameters* parameters = rule.parameter.has_value() ? &block : nullptr;
+  return target.stream != nullptr ? bitmap.Save(target.stream, &encoder, parameters)
+                                  : bitmap.Save(target.path, &encoder, parameters);
+}
+
+int SaveImage(Gdiplus::Bitmap& bitmap, PxtFileType type, const Target& target) {
   const Gdiplus::PixelFormat format = bitmap.GetPixelFormat();
   const std::optional<FileTypeRule> rule = RuleOf(type);
   if (!rule.has_value()) return 0;
-  const std::optional<CLSID> encoder = FindEncoder(rule->container);
+  const std::optional<CLSID> encoder = FindEncoderForFileType(*rule);
   if (!encoder.has_value()) return 0;
 
   Gdiplus::Bitmap* saved = &bitmap;
@@ -105,22 +119,33 @@ int SaveImage(Gdiplus::Bitmap& bitmap, PxtFileType type, const wchar_t* path) {
   }
   // libtiff writes 1-bit TIFF; should it fail, the platform's encoder has a second try.
   if (rule->container == Gdiplus::ImageFormatTIFF &&
-      saved->GetPixelFormat() == PixelFormat1bppIndexed && WriteTiffFile(saved, type, path) != 0) {
+      saved->GetPixelFormat() == PixelFormat1bppIndexed &&
+      SaveWithLibtiff(*saved, type, target) != 0) {
     return 1;
   }
-  return SaveWithPlatform(*saved, path, *encoder, *rule) == Gdiplus::Ok ? 1 : 0;
+  return SaveWithPlatform(*saved, target, *encoder, *rule) == Gdiplus::Ok ? 1 : 0;
 }
 
 }  // namespace
 
-bool MakeEncodedCopy(Gdiplus::Bitmap& /*bitmap*/, EncodedCopy& /*copy*/) {
-  // Bitmaps are not encoded into memory streams so far; the generator copies the rows instead.
-  return false;
+IStream* EncodeToMemory(Gdiplus::Bitmap& bitmap, PxtFileType type) {
+  CBitmapStream stream(EncodedSizeEstimate(bitmap, type));
+  if (!stream.has_inner() || SaveImage(bitmap, type, {.stream = &stream}) == 0) return nullptr;
+  return stream.Finish();
 }
 
 }  // namespace pixtola
 
 int PxtSaveBitmapToFile(Gdiplus::Bitmap* bitmap, PxtFileType type, const wchar_t* path) {
   if (bitmap == nullptr || path == nullptr) return 0;
-  return pixtola::SaveImage(*bitmap, type, path);
+  if (type == PxtFileTypePcx) return pixtola::WritePcxFile(path, bitmap);
+  return pixtola::SaveImage(*bitmap, type, {.path = path});
+}
+
+int PxtSaveBitmapToStream(Gdiplus::Bitmap* bitmap, IStream** stream, PxtFileType type) {
+  if (bitmap == nullptr || stream == nullptr) return 0;
+  IStream* encoded = pixtola::EncodeToMemory(*bitmap, type);
+  if (encoded == nullptr) return 0;
+  *stream = encoded;
+  return 1;
 }

@@ -4,13 +4,15 @@
 
 #include <algorithm>
 #include <memory>
+#include <mutex>
 #include <utility>
 
 #include "base/memory.h"
 #include "bitmap/wrapped_bitmap.h"
 #include "format/palettes.h"
 #include "format/pixel_format.h"
-#include "io/tiff_session.h"
+#include "io/tiff_client.h"
+#include "io/tiff_lock.h"
 
 namespace pixtola {
 
@@ -179,11 +181,21 @@ int ReadTiffPage(TIFF* tiff, std::uint32_t page_index, Gdiplus::Bitmap** bitmap)
 }  // namespace
 
 int ReadTiffFile(const wchar_t* path, std::uint32_t page_index, Gdiplus::Bitmap** bitmap) {
-  const TiffSession session;
+  const std::scoped_lock lock(TiffLock);
   if (path == nullptr || bitmap == nullptr) return 0;
+  SilenceTiff();
   // "m": not mapped into memory, where a file that is cut short meanwhile would be fatal.
   const TiffFile tiff(platform::OpenTiffFile(path, "rm"));
   return tiff != nullptr ? ReadTiffPage(tiff.get(), page_index, bitmap) : 0;
+}
+
+int ReadTiffStream(IStream* stream, Gdiplus::Bitmap** bitmap) {
+  const std::scoped_lock lock(TiffLock);
+  if (stream == nullptr || bitmap == nullptr) return 0;
+  const StreamReference reference(*stream);
+  SilenceTiff();
+  const TiffFile tiff(OpenTiffStream(*stream, "r"));
+  return tiff != nullptr ? ReadTiffPage(tiff.get(), 0, bitmap) : 0;
 }
 
 }  // namespace pixtola

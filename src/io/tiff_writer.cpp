@@ -5,11 +5,13 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <mutex>
 
 #include "base/memory.h"
 #include "bitmap/bitmap_access.h"
 #include "format/pixel_format.h"
-#include "io/tiff_session.h"
+#include "io/tiff_client.h"
+#include "io/tiff_lock.h"
 
 namespace pixtola {
 
@@ -148,10 +150,21 @@ int WriteTiffPage(TIFF* tiff, std::uint16_t compression, Gdiplus::Bitmap& bitmap
 }  // namespace
 
 int WriteTiffFile(Gdiplus::Bitmap* bitmap, PxtFileType type, const wchar_t* path) {
-  const TiffSession session;
+  const std::scoped_lock lock(TiffLock);
   const std::uint16_t compression = CompressionOf(type);
   if (path == nullptr || bitmap == nullptr || compression == 0) return 0;
+  SilenceTiff();
   const TiffFile tiff(platform::OpenTiffFile(path, "w"));
+  return tiff != nullptr ? WriteTiffPage(tiff.get(), compression, *bitmap) : 0;
+}
+
+int WriteTiffStream(Gdiplus::Bitmap* bitmap, PxtFileType type, IStream* stream) {
+  const std::scoped_lock lock(TiffLock);
+  const std::uint16_t compression = CompressionOf(type);
+  if (stream == nullptr || bitmap == nullptr || compression == 0) return 0;
+  const StreamReference reference(*stream);
+  SilenceTiff();
+  const TiffFile tiff(OpenTiffStream(*stream, "w"));
   return tiff != nullptr ? WriteTiffPage(tiff.get(), compression, *bitmap) : 0;
 }
 

@@ -1,4 +1,4 @@
-#include "io/tiff_session.h"
+#include "io/tiff_lock.h"
 
 #include <cstdarg>
 
@@ -13,9 +13,7 @@ void IgnoreMessageOfClient(thandle_t /*client*/, const char* /*module*/, const c
 
 }  // namespace
 
-std::recursive_mutex TiffLock;
-
-TiffSession::TiffSession() : lock_(TiffLock) {
+void SilenceTiff() {
   TIFFSetErrorHandler(IgnoreMessage);
   TIFFSetErrorHandlerExt(IgnoreMessageOfClient);
   TIFFSetWarningHandler(IgnoreMessage);

@@ -15,7 +15,7 @@
 namespace pixtola {
 namespace {
 
-TEST(TiffSession, ServesSeveralThreads) {
+TEST(TiffLock, ServesSeveralThreads) {
   const test_support::TemporaryFolder folder;
   std::atomic<int> right{0};
   const auto work = [&](std::uint8_t thread) {

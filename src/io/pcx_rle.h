@@ -1,0 +1,47 @@
+// The run lengths of PCX: a byte whose two top bits are set counts, in the other six, how often the
+// byte after it is repeated; any other byte stands for itself.
+#ifndef PIXTOLA_IO_PCX_RLE_H_
+#define PIXTOLA_IO_PCX_RLE_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+namespace pixtola {
+
+inline constexpr std::uint8_t kPcxCountBits = 0xC0;
+inline constexpr std::uint8_t kPcxLongestRun = 63;  ///< all of a count's other bits
+
+/// Where a decoder stands between two calls. Runs may cross the ends of lines.
+struct PcxRun {
+  std::uint8_t value = 0;
+  std::uint8_t count = 0;     ///< how often `value` is still to be repeated
+  bool is_value_due = false;  ///< the count was read, its value was not
+};
+
+struct PcxProgress {
+  std::size_t consumed = 0;
+  std::size_t produced = 0;
+};
+
+/// Decodes until the output is full or the input is used up; reads no further than it must.
+PcxProgress DecodePcxRuns(PcxRun& run, std::span<const std::uint8_t> input,
+                          std::span<std::uint8_t> output);
+
+/// The definition, byte by byte.
+PcxProgress DecodePcxRunsPlain(PcxRun& run, std::span<const std::uint8_t> input,
+                               std::span<std::uint8_t> output);
+
+/// The room that the code of a line of `size` bytes may take.
+constexpr std::size_t PcxCodeCapacity(std::size_t size) { return 2 * size; }
+
+/// Encodes a line and returns the bytes written to `code`, which has room for
+/// PcxCodeCapacity(line.size()).
+std::size_t EncodePcxRuns(std::span<const std::uint8_t> line, std::uint8_t* code);
+
+/// The definition, byte by byte.
+std::size_t EncodePcxRunsPlain(std::span<const std::uint8_t> line, std::uint8_t* code);
+
+}  // namespace pixtola
+
+#endif  // PIXTOLA_IO_PCX_RLE_H_

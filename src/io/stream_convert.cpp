@@ -1,0 +1,84 @@
+// Encoded images in streams: taken out as bitmaps, saved in another form, converted.
+
+#include <memory>
+
+#include "base/platform_object.h"
+#include "bitmap/bitmap_access.h"
+#include "bitmap/wrapped_bitmap.h"
+#include "format/pixel_format.h"
+#include "io/tiff_reader.h"
+#include "platform.h"
+
+namespace pixtola {
+
+namespace {
+
+using BitmapPointer = std::unique_ptr<Gdiplus::Bitmap>;
+
+bool SeekToStart(IStream& stream) {
+  return SUCCEEDED(stream.Seek(LARGE_INTEGER{}, STREAM_SEEK_SET, nullptr));
+}
+
+/// A bitmap with pixels of its own, made of what the platform decodes from the stream.
+BitmapPointer ExtractWithPlatform(IStream& stream) {
+  const auto decoded = MakePlatformObject<Gdiplus::Bitmap>(&stream);
+  if (decoded == nullptr || decoded->GetLastStatus() != Gdiplus::Ok) return nullptr;
+  const UINT width = decoded->GetWidth();
+  const UINT height = decoded->GetHeight();
+  const Gdiplus::PixelFormat format = decoded->GetPixelFormat();
+  const Gdiplus::Rect whole(0, 0, static_cast<INT>(width), static_cast<INT>(height));
+  // Kept on purpose: the lock is not released. It ends with the bitmap.
+  Gdiplus::BitmapData data{};
+  if (decoded->LockBits(&whole, Gdiplus::ImageLockModeRead, format, &data) != Gdiplus::Ok) {
+    return nullptr;
+  }
+  const PalettePointer palette = IsIndexed(format) ? CopyPalette(*decoded) : nullptr;
+  const float dpi_x = decoded->GetHorizontalResolution();
+  const float dpi_y = decoded->GetVerticalResolution();
+  return MakeWrappedBitmap(static_cast<const std::uint8_t*>(data.Scan0), format, width, height,
+                           static_cast<std::uint32_t>(data.Stride), dpi_x, dpi_y, palette.get());
+}
+
+BitmapPointer Extract(IStream* stream) {
+  Gdiplus::Bitmap* bitmap = nullptr;
+  PxtExtractBitmap(stream, &bitmap);
+  return BitmapPointer(bitmap);
+}
+
+}  // namespace
+
+}  // namespace pixtola
+
+int PxtExtractBitmap(IStream* stream, Gdiplus::Bitmap** bitmap) {
+  using namespace pixtola;
+  if (stream == nullptr || bitmap == nullptr) return 0;
+  *bitmap = nullptr;
+  if (!SeekToStart(*stream)) return 0;
+  if (ReadTiffStream(stream, bitmap) != 0) return 1;
+  if (!SeekToStart(*stream)) return 0;
+  *bitmap = ExtractWithPlatform(*stream).release();
+  return *bitmap != nullptr ? 1 : 0;
+}
+
+int PxtSaveStreamToFile(IStream* stream, PxtFileType type, const wchar_t* path) {
+  if (path == nullptr) return 0;
+  const auto bitmap = pixtola::Extract(stream);
+  return PxtSaveBitmapToFile(bitmap.get(), type, path);
+}
+
+int PxtSaveStreamToStream(IStream* stream, IStream** result, PxtFileType type) {
+  if (result == nullptr) return 0;
+  const auto bitmap = pixtola::Extract(stream);
+  return PxtSaveBitmapToStream(bitmap.get(), result, type);
+}
+
+int PxtStreamToStream(PxtConversionMethod method, IStream* stream, PxtFileType type,
+                      IStream** result) {
+  if (result == nullptr) return 0;
+  auto bitmap = pixtola::Extract(stream);
+  if (bitmap == nullptr) return 0;
+  Gdiplus::Bitmap* converted = nullptr;
+  if (PxtBitmapToBitmap(method, *bitmap, &converted) == 0) return 0;
+  bitmap.reset(converted);
+  return PxtSaveBitmapToStream(bitmap.get(), result, type);
+}

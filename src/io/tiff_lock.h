@@ -1,0 +1,28 @@
+// What every use of libtiff in the library happens in: one lock around all of it, and silence.
+#ifndef PIXTOLA_IO_TIFF_LOCK_H_
+#define PIXTOLA_IO_TIFF_LOCK_H_
+
+#include <tiffio.h>
+
+#include <memory>
+
+#include "base/critical_section.h"
+
+namespace pixtola {
+
+/// Held from before libtiff's handlers are replaced until after the file is closed. A thread may
+/// hold it more than once: a stream that libtiff reads through may itself be read with this
+/// library.
+extern CriticalSection TiffLock;
+
+/// Keeps libtiff, in the whole process, from printing. Whoever calls this holds TiffLock.
+void SilenceTiff();
+
+struct CloseTiff {
+  void operator()(TIFF* tiff) const { TIFFClose(tiff); }
+};
+using TiffFile = std::unique_ptr<TIFF, CloseTiff>;
+
+}  // namespace pixtola
+
+#endif  // PIXTOLA_IO_TIFF_LOCK_H_
