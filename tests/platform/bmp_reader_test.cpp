@@ -33,7 +33,7 @@ TEST(BmpReader, ReadsTopDownRowsAndResolution) {
   EXPECT_EQ(bitmap->dpi_y, 299.9994F);
 }
 
-TEST(BmpReader, FillsShortPalettesWithBlack) {
+TEST(BmpReader, FillsPalettesWithBlackThatPixelsAreBeyond) {
   const Bytes pixels = {0x01, 0x20, 0, 0};
   const std::vector<ARGB> expected = {kRed, kWhite, kBlack, kRed};
   // Three colours in the file of which two are used, and two colours although none are announced.
@@ -48,6 +48,17 @@ TEST(BmpReader, FillsShortPalettesWithBlack) {
     EXPECT_EQ(Pixels(*bitmap), expected);
     EXPECT_EQ(bitmap->palette.count, 16U);
   }
+}
+
+TEST(BmpReader, KeepsShortPalettesThatAllPixelsAreIn) {
+  const BitmapPtr bitmap = Decode(DecodeBmp, MakeBmp({.width = 4,
+                                                      .height = 1,
+                                                      .bits = 4,
+                                                      .colors_used = 2,
+                                                      .after_header = RedWhitePalette(),
+                                                      .pixels = {0x01, 0x10, 0, 0}}));
+  EXPECT_EQ(Pixels(*bitmap), (std::vector<ARGB>{kRed, kWhite, kWhite, kRed}));
+  EXPECT_EQ(bitmap->palette.count, 2U);
 }
 
 TEST(BmpReader, SkipsColorsThatThePlaceOfThePixelsForgets) {

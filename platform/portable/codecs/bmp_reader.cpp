@@ -153,7 +153,8 @@ bool ReadHeader(EncodedBytes bytes, Header& header) {
   return header.bits < 16 || header.bits == 24 || ReadMasks(file, header);
 }
 
-/// Always 2^bits entries, so that no pixel lies outside: what the file does not have is black.
+/// As many entries as the header tells, or as pixels can name; what the file does not have is
+/// black.
 Palette ReadPalette(EncodedBytes bytes, const Header& header) {
   Palette palette;
   palette.entries.fill(kOpaque);
@@ -161,7 +162,10 @@ Palette ReadPalette(EncodedBytes bytes, const Header& header) {
   // Many files with fewer colours say so by nothing but the place where the pixels begin.
   const std::uint64_t in_file = (header.pixels_at - header.palette_at) / header.palette_entry_size;
   std::uint64_t used = std::min<std::uint64_t>(palette.count, in_file);
-  if (header.palette_used != 0) used = std::min<std::uint64_t>(used, header.palette_used);
+  if (header.palette_used != 0) {
+    palette.count = std::min(palette.count, header.palette_used);
+    used = std::min<std::uint64_t>(used, palette.count);
+  }
   const std::uint8_t* entry = bytes.data() + header.palette_at;
   for (std::size_t i = 0; i < used; ++i, entry += header.palette_entry_size) {
     palette.entries[i] = kOpaque | ARGB{entry[2]} << 16 | ARGB{entry[1]} << 8 | entry[0];
@@ -340,6 +344,7 @@ Status DecodeBmp(EncodedBytes bytes, std::unique_ptr<BitmapObject>& bitmap) {
       return Gdiplus::GenericError;
     }
     ReadRows(pixels.data(), header, *decoded);
+    if (decoded->is_indexed()) CoverAllIndexes(*decoded);
   }
   bitmap = std::move(decoded);
   return Gdiplus::Ok;

@@ -47,8 +47,10 @@ void ConvertRow(const BitmapObject& bitmap, std::uint32_t y, ARGB* argb, std::ui
 Status EncodeBmp(const BitmapObject& bitmap, const Gdiplus::EncoderParameters*, ByteSink& sink) {
   const bool is_copied = bitmap.is_indexed() || bitmap.format() == PixelFormat24bppRGB;
   const std::uint32_t bits = is_copied ? bitmap.bits_per_pixel() : 32;
-  // Always the full palette: a pixel beyond a short one stays readable.
+  // There is always room for the full palette, black where the bitmap has a short one: a pixel
+  // beyond its end is readable. How many entries are used stands in the header.
   const std::uint32_t colors = bitmap.is_indexed() ? 1U << bits : 0;
+  const std::uint32_t own_colors = std::min<std::uint32_t>(colors, bitmap.palette.count);
 
   const std::uint64_t stride = (std::uint64_t{bitmap.width()} * bits + 31) / 32 * 4;
   const std::uint32_t pixels_at = kHeadersSize + 4 * colors;
@@ -74,8 +76,7 @@ Status EncodeBmp(const BitmapObject& bitmap, const Gdiplus::EncoderParameters*, 
   PutU32(&headers[34], pixels_size);
   PutU32(&headers[38], PixelsPerMetre(bitmap.dpi_x));
   PutU32(&headers[42], PixelsPerMetre(bitmap.dpi_y));
-  PutU32(&headers[46], colors);
-  const std::uint32_t own_colors = std::min<std::uint32_t>(colors, bitmap.palette.count);
+  PutU32(&headers[46], own_colors);
   for (std::uint32_t i = 0; i < own_colors; ++i) {
     PutU32(&headers[kHeadersSize + 4 * i], bitmap.palette.entries[i] & 0x00FFFFFF);
   }

@@ -109,9 +109,7 @@ Status DecodeOnly(GifFile& file, BitmapObject& bitmap, std::uint8_t* row) {
     bitmap.palette.flags |= Gdiplus::PaletteFlagsHasAlpha;
     bitmap.palette.entries[background.index] = 0;
   }
-  // Callers may take an index for valid when it is in the image: a palette that some pixel is
-  // beyond gets all its entries.
-  if (HighestIndex(bitmap) >= bitmap.palette.count) bitmap.palette.count = 256;
+  CoverAllIndexes(bitmap);
   return Gdiplus::Ok;
 }
 

@@ -153,11 +153,7 @@ Status DecodePng(EncodedBytes bytes, std::unique_ptr<BitmapObject>& bitmap) {
   }
   ReadResolution(handle.png, handle.info, *decoded);
   if (!ReadRows(handle.png, handle.info, *decoded)) return Gdiplus::GenericError;
-  // Callers may take an index for valid when it is in the image: a palette that some pixel is
-  // beyond gets all its entries.
-  if (decoded->is_indexed() && HighestIndex(*decoded) >= decoded->palette.count) {
-    decoded->palette.count = 1U << decoded->bits_per_pixel();
-  }
+  if (decoded->is_indexed()) CoverAllIndexes(*decoded);
   bitmap = std::move(decoded);
   return Gdiplus::Ok;
 }

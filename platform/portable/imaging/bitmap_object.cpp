@@ -78,4 +78,11 @@ unsigned HighestIndex(const BitmapObject& bitmap) {
   return highest;
 }
 
+void CoverAllIndexes(BitmapObject& bitmap) {
+  const UINT all = 1U << bitmap.bits_per_pixel();
+  if (bitmap.palette.count < all && HighestIndex(bitmap) >= bitmap.palette.count) {
+    bitmap.palette.count = all;
+  }
+}
+
 }  // namespace pixtola::portable

@@ -95,6 +95,10 @@ class BitmapObject final : public Gdiplus::GpBitmap {
 /// The highest index that a pixel of an indexed bitmap has.
 unsigned HighestIndex(const BitmapObject& bitmap);
 
+/// Gives a palette that some pixel of the indexed bitmap is beyond all its entries: callers may
+/// take an index for valid when it is in the image.
+void CoverAllIndexes(BitmapObject& bitmap);
+
 }  // namespace pixtola::portable
 
 #endif  // PIXTOLA_PORTABLE_BITMAP_OBJECT_H_
