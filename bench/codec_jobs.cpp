@@ -45,29 +45,6 @@ CLSID FindEncoder(std::wstring_view extension) {
   throw std::runtime_error("there is no such encoder");
 }
 
-/// Over the page's own rows, which are only read.
-std::shared_ptr<Gdiplus::Bitmap> BitmapOver(const Image& page) {
-  const Gdiplus::PixelFormat format =
-      page.bytes_per_pixel == 1 ? PixelFormat8bppIndexed : PixelFormat24bppRGB;
-  auto bitmap = std::make_shared<Gdiplus::Bitmap>(
-      static_cast<INT>(page.width), static_cast<INT>(page.height), static_cast<INT>(page.stride()),
-      format, const_cast<std::uint8_t*>(page.bytes.data()));
-  if (page.bytes_per_pixel == 1) bitmap->SetPalette(GetDefaultGrayPalette());
-  return bitmap;
-}
-
-Image PixelsOf(Gdiplus::Bitmap& bitmap, std::uint32_t bytes_per_pixel) {
-  Image image(bitmap.GetWidth(), bitmap.GetHeight(), bytes_per_pixel);
-  Gdiplus::BitmapData data{};
-  data.Scan0 = image.bytes.data();
-  data.Stride = static_cast<INT>(image.stride());
-  constexpr UINT kFlags = Gdiplus::ImageLockModeRead | Gdiplus::ImageLockModeUserInputBuf;
-  Require(bitmap.LockBits(nullptr, kFlags, bitmap.GetPixelFormat(), &data) == Gdiplus::Ok,
-          "LockBits");
-  bitmap.UnlockBits(&data);
-  return image;
-}
-
 StreamPointer Encode(Gdiplus::Bitmap& bitmap, const CLSID& encoder) {
   StreamPointer stream = NewStream();
   Require(bitmap.Save(stream.get(), &encoder) == Gdiplus::Ok, "Save");
@@ -109,6 +86,28 @@ MakeWork Decoding(const PageFormat& format) {
 }
 
 }  // namespace
+
+std::shared_ptr<Gdiplus::Bitmap> BitmapOver(const Image& page) {
+  const Gdiplus::PixelFormat format =
+      page.bytes_per_pixel == 1 ? PixelFormat8bppIndexed : PixelFormat24bppRGB;
+  auto bitmap = std::make_shared<Gdiplus::Bitmap>(
+      static_cast<INT>(page.width), static_cast<INT>(page.height), static_cast<INT>(page.stride()),
+      format, const_cast<std::uint8_t*>(page.bytes.data()));
+  if (page.bytes_per_pixel == 1) bitmap->SetPalette(GetDefaultGrayPalette());
+  return bitmap;
+}
+
+Image PixelsOf(Gdiplus::Bitmap& bitmap, std::uint32_t bytes_per_pixel) {
+  Image image(bitmap.GetWidth(), bitmap.GetHeight(), bytes_per_pixel);
+  Gdiplus::BitmapData data{};
+  data.Scan0 = image.bytes.data();
+  data.Stride = static_cast<INT>(image.stride());
+  constexpr UINT kFlags = Gdiplus::ImageLockModeRead | Gdiplus::ImageLockModeUserInputBuf;
+  Require(bitmap.LockBits(nullptr, kFlags, bitmap.GetPixelFormat(), &data) == Gdiplus::Ok,
+          "LockBits");
+  bitmap.UnlockBits(&data);
+  return image;
+}
 
 const std::vector<PageFormat>& PageFormats() {
   static const std::vector<PageFormat> formats = {

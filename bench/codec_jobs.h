@@ -1,11 +1,13 @@
-// Pages in the stand-in's image formats.
+// Pages in image files: in the stand-in's formats and in the library's own.
 #ifndef PIXTOLA_BENCH_CODEC_JOBS_H_
 #define PIXTOLA_BENCH_CODEC_JOBS_H_
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
+#include "Pixtola.h"
 #include "image.h"
 #include "job.h"
 
@@ -27,6 +29,18 @@ std::vector<std::uint8_t> EncodePage(const PageFormat& format, const Image& page
 
 /// Encoding and decoding in memory, for each format.
 std::vector<Job> CodecJobs();
+
+/// The page as a 24-bit PCX file.
+std::vector<std::uint8_t> EncodePcxPage(const Image& page);
+
+/// Writing and reading PCX files.
+std::vector<Job> PcxJobs();
+
+/// A bitmap over the page's own rows, which are only read.
+std::shared_ptr<Gdiplus::Bitmap> BitmapOver(const Image& page);
+
+/// A bitmap's pixels in its own format.
+Image PixelsOf(Gdiplus::Bitmap& bitmap, std::uint32_t bytes_per_pixel);
 
 }  // namespace pixtola::bench
 

@@ -67,7 +67,7 @@ std::string BestTarget() { return "none, plain definitions only"; }
 std::vector<Job> AllJobs() {
   std::vector<Job> all;
   for (const auto& jobs :
-       {ConvertJobs(), TransformJobs(), ProcessJobs(), LockJobs(), CodecJobs()}) {
+       {ConvertJobs(), TransformJobs(), ProcessJobs(), LockJobs(), CodecJobs(), PcxJobs()}) {
     all.insert(all.end(), jobs.begin(), jobs.end());
   }
   return all;
@@ -237,6 +237,7 @@ void WritePages(const std::filesystem::path& folder) {
     WriteFile(folder / (std::string(format.name) + "-300"),
               EncodePage(format, MakePage(300, format.bytes_per_pixel)));
   }
+  WriteFile(folder / "pcx-24-300", EncodePcxPage(MakePage(300, 3)));
 }
 
 int Main(int argc, char** argv) {

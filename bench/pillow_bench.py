@@ -8,7 +8,9 @@ result is allocated within it. Jobs that Pillow does not do give an empty list.
 import argparse
 import io
 import json
+import shutil
 import sys
+import tempfile
 import time
 from pathlib import Path
 from typing import Callable, NamedTuple
@@ -117,6 +119,32 @@ def codec_peers():
     return found
 
 
+# PCX goes through a file, in memory where the system has a folder for such, as the library's does.
+FOLDER = tempfile.TemporaryDirectory(dir="/dev/shm" if Path("/dev/shm").is_dir() else None)
+PCX_FILE = Path(FOLDER.name) / "page.pcx"
+
+
+def write_pcx(page):
+    page.save(PCX_FILE, "PCX")
+    return PCX_FILE
+
+
+def read_pcx(path):
+    with Image.open(path) as image:
+        image.load()
+        return image
+
+
+def is_written(page, path):
+    return is_as_bright(page, read_pcx(path))
+
+
+PCX_PEERS = {
+    "encode-pcx-24": Peer("RGB", FOUR_BYTES, write_pcx, is_written),
+    "decode-pcx-24": Peer("pcx-24", FOUR_BYTES, read_pcx, decodes_to("RGB")),
+}
+
+
 def peers():
     found = {
         "gray-24": Peer("RGB", f"other weights, {FOUR_BYTES}", lambda page: page.convert("L"),
@@ -131,12 +159,14 @@ def peers():
             found[f"{name}-{bits}"] = Peer(mode, FOUR_BYTES if bits == "24" else "",
                                            lambda page, method=method: page.transpose(method),
                                            moves_to(position))
-    return found | codec_peers()
+    return found | codec_peers() | PCX_PEERS
 
 
 def open_page(folder, dpi, mode):
     if mode in FORMATS:
         return (folder / f"{mode}-{dpi}").read_bytes()
+    if mode == "pcx-24":
+        return Path(shutil.copy(folder / f"{mode}-{dpi}", PCX_FILE))
     name = f"color-{dpi}.ppm" if mode in ("RGB", "RGBA") else f"gray-{dpi}.pgm"
     with Image.open(folder / name) as page:
         page.load()

@@ -13,7 +13,7 @@
 #include "format/pixel_format.h"
 #include "io/pcx_header.h"
 #include "io/pcx_layout.h"
-#include "io/pcx_rle.h"
+#include "io/pcx_rle_kernels.h"
 
 namespace pixtola {
 
@@ -55,7 +55,7 @@ bool AllocatePixels(PcxImage& image) {
 /// Fills as much of a line as the file has.
 void ReadLine(FileBytes& file, PcxRun& run, std::span<std::uint8_t> line) {
   while (true) {
-    const PcxProgress progress = DecodePcxRuns(run, file.ahead(), line);
+    const PcxProgress progress = BestPcxRleKernels().decode(run, file.ahead(), line);
     file.Take(progress.consumed);
     line = line.subspan(progress.produced);
     if (line.empty()) return;

@@ -8,6 +8,8 @@
 #include "convert/diffusion_kernels.h"
 #include "convert/gray_kernels.h"
 #include "convert/pack_kernels.h"
+#include "io/pcx_plane_kernels.h"
+#include "io/pcx_rle_kernels.h"
 #include "process/recolor_kernels.h"
 #include "process/sharpen_kernels.h"
 #include "process/white_balance_kernels.h"
@@ -32,6 +34,8 @@ using Rooms =
                    Room<DiffusionKernels, kPlainDiffusionKernels, BestDiffusionKernels>,
                    Room<GrayKernels, kPlainGrayKernels, BestGrayKernels>,
                    Room<PackKernels, kPlainPackKernels, BestPackKernels>,
+                   Room<PcxPlaneKernels, kPlainPcxPlaneKernels, BestPcxPlaneKernels>,
+                   Room<PcxRleKernels, kPlainPcxRleKernels, BestPcxRleKernels>,
                    Room<RecolorKernels, kPlainRecolorKernels, BestRecolorKernels>,
                    Room<RotateFlipKernels, kPlainRotateFlipKernels, BestRotateFlipKernels>,
                    Room<SharpenKernels, kPlainSharpenKernels, BestSharpenKernels>,
