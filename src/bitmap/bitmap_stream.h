@@ -8,6 +8,11 @@
 
 namespace pixtola {
 
+// Windows' interfaces have a destructor that is neither virtual nor hidden. Nobody deletes through
+// them: references end by Release.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
+
 /// A stream in front of a memory stream, to which it hands everything on. It has room from the
 /// start, so that the memory need not grow step by step, and remembers how far was written, so that
 /// what is too much can be cut off. It lives for one operation and is not counted: references are
@@ -53,6 +58,8 @@ class CBitmapStream final : public virtual IStream {
   IStream* inner_ = nullptr;
   std::uint64_t written_size_ = 0;
 };
+
+#pragma GCC diagnostic pop
 
 /// How many bytes a stream should have from the start to take a bitmap of `type`: the uncompressed
 /// size or 4096, and none for TIFF.

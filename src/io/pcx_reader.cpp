@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <new>
 #include <string>
+#include <utility>
 
 #include "base/file.h"
 #include "base/memory.h"
@@ -52,14 +53,17 @@ bool AllocatePixels(PcxImage& image) {
   return image.pixels != nullptr;
 }
 
-/// Fills as much of a line as the file has.
-void ReadLine(FileBytes& file, PcxRun& run, std::span<std::uint8_t> line) {
-  while (true) {
-    const PcxProgress progress = BestPcxRleKernels().decode(run, file.ahead(), line);
+/// Fills a line of `size` bytes. What the file does not have of it is the line before's.
+void ReadLine(FileBytes& file, PcxRun& run, const std::uint8_t* line_before, std::uint8_t* line,
+              std::size_t size) {
+  for (std::size_t filled = 0; filled < size;) {
+    const auto ahead = file.ahead();
+    const PcxProgress progress =
+        BestPcxRleKernels().decode(run, ahead.data(), ahead.size(), line + filled, size - filled);
     file.Take(progress.consumed);
-    line = line.subspan(progress.produced);
-    if (line.empty()) return;
-    if (!file.Refill()) {
+    filled += progress.produced;
+    if (filled < size && !file.Refill()) {
+      std::copy(line_before + filled, line_before + size, line + filled);
       // A count at the very end repeats the value before it, in the lines to come.
       run.is_value_due = false;
       return;
@@ -67,20 +71,22 @@ void ReadLine(FileBytes& file, PcxRun& run, std::span<std::uint8_t> line) {
   }
 }
 
-/// Decodes all rows; false without memory for a line. A line that the file does not fill keeps what
-/// the line before left in it.
+/// Decodes all rows; false without memory for two lines.
 bool ReadRows(FileBytes& file, PcxImage& image) {
   const PcxHeader& header = image.header;
   const std::size_t line_bytes = std::size_t{header.planes} * header.bytes_per_line;
-  const auto buffer = AllocateZeroed<std::uint8_t>(
-      PcxLineCapacity(header.planes, header.bytes_per_line, image.row_bytes));
-  if (buffer == nullptr) return false;
-  const PcxLine line{buffer.get(), header.bytes_per_line};
+  const std::size_t capacity =
+      PcxLineCapacity(header.planes, header.bytes_per_line, image.row_bytes);
+  const auto lines = AllocateZeroed<std::uint8_t>(2 * capacity);
+  if (lines == nullptr) return false;
+  std::uint8_t* line = lines.get();
+  std::uint8_t* line_before = line + capacity;
   PcxRun run;
   for (std::uint32_t y = 0; y < image.height; ++y) {
-    ReadLine(file, run, {buffer.get(), line_bytes});
-    image.layout->convert(line,
+    ReadLine(file, run, line_before, line, line_bytes);
+    image.layout->convert({line, header.bytes_per_line},
                           {image.pixels.get() + std::size_t{y} * image.stride, image.row_bytes});
+    std::swap(line, line_before);
   }
   return true;
 }

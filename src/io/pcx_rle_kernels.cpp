@@ -4,16 +4,16 @@ namespace pixtola {
 
 namespace {
 
-PcxProgress Decode(PcxRun& run, std::span<const std::uint8_t> input,
-                   std::span<std::uint8_t> output) {
+PcxProgress Decode(PcxRun& run, const std::uint8_t* input, std::size_t input_size,
+                   std::uint8_t* output, std::size_t output_size) {
   PcxProgress progress;
-  while (progress.produced < output.size()) {
+  while (progress.produced < output_size) {
     if (run.count != 0 && !run.is_value_due) {
       output[progress.produced++] = run.value;
       --run.count;
       continue;
     }
-    if (progress.consumed == input.size()) break;
+    if (progress.consumed == input_size) break;
     const std::uint8_t byte = input[progress.consumed++];
     if (run.is_value_due) {
       run.value = byte;
@@ -28,20 +28,20 @@ PcxProgress Decode(PcxRun& run, std::span<const std::uint8_t> input,
   return progress;
 }
 
-std::size_t Encode(std::span<const std::uint8_t> line, std::uint8_t* code) {
-  if (line.empty()) return 0;
+std::size_t Encode(const std::uint8_t* line, std::size_t size, std::uint8_t* code) {
+  if (size == 0) return 0;
   std::uint8_t* end = code;
   std::uint8_t value = line[0];
   std::size_t count = 1;
-  for (const std::uint8_t byte : line.subspan(1)) {
-    if (byte == value) {
+  for (std::size_t i = 1; i < size; ++i) {
+    if (line[i] == value) {
       if (++count == kPcxLongestRun) {
         end = EmitPcxRun(value, count, end);
         count = 0;
       }
     } else {
       end = EmitPcxRun(value, count, end);
-      value = byte;
+      value = line[i];
       count = 1;
     }
   }

@@ -5,7 +5,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <span>
 
 namespace pixtola {
 
@@ -40,13 +39,14 @@ inline std::uint8_t* EmitPcxRun(std::uint8_t value, std::size_t count, std::uint
 struct PcxRleKernels {
   const char* target;  ///< the instruction set; "plain" for the definition
 
-  /// Decodes until the output is full or the input is used up; reads no further than it must.
-  PcxProgress (*decode)(PcxRun& run, std::span<const std::uint8_t> input,
-                        std::span<std::uint8_t> output);
+  /// Decodes until the output is full or the input is used up; takes no more of the input than it
+  /// must. What lies behind what was produced may be written to, too.
+  PcxProgress (*decode)(PcxRun& run, const std::uint8_t* input, std::size_t input_size,
+                        std::uint8_t* output, std::size_t output_size);
 
   /// Encodes a line and returns the bytes written to `code`, which has room for
-  /// PcxCodeCapacity(line.size()).
-  std::size_t (*encode)(std::span<const std::uint8_t> line, std::uint8_t* code);
+  /// PcxCodeCapacity(size).
+  std::size_t (*encode)(const std::uint8_t* line, std::size_t size, std::uint8_t* code);
 };
 
 /// The definition.

@@ -10,8 +10,6 @@
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
-#include <algorithm>
-#include <bit>
 #include <cstring>
 
 #include "io/pcx_rle_kernels.h"
@@ -57,6 +55,17 @@ constexpr Set FirstOf(Set set, unsigned count) {
   return static_cast<Set>(set & ((std::uint64_t{1} << count) - 1));
 }
 
+HWY_INLINE unsigned SizeOf(Set set) { return static_cast<unsigned>(hwy::PopCount(set)); }
+
+/// The place of the first byte of a set that is not empty.
+HWY_INLINE unsigned FirstIn(Set set) {
+  return static_cast<unsigned>(hwy::Num0BitsBelowLS1Bit_Nonzero32(set));
+}
+
+HWY_INLINE unsigned LastIn(Set set) {
+  return 31 - static_cast<unsigned>(hwy::Num0BitsAboveMS1Bit_Nonzero32(set));
+}
+
 HWY_INLINE Vector OrderOf(const PcxByteOrders& orders, Set set) {
   return hn::LoadU(Bytes(), orders[set & 0xFF].data());
 }
@@ -88,7 +97,7 @@ HWY_INLINE void StoreKept(Vector bytes, Set kept, std::uint8_t* output) {
   hn::StoreU(hn::TableLookupBytes(bytes, OrderOf(kPcxKeepingOrders, kept)), d, output);
   hn::StoreU(
       hn::TableLookupBytes(hn::ShiftRightBytes<8>(d, bytes), OrderOf(kPcxKeepingOrders, kept >> 8)),
-      d, output + std::popcount(kept & 0xFF));
+      d, output + SizeOf(kept & 0xFF));
 }
 
 /// Repeats a run's value as often as there is room and returns the end.
@@ -103,18 +112,17 @@ std::uint8_t* EmitRun(PcxRun& run, std::uint8_t* out, const std::uint8_t* out_en
     run.count = 0;
     return out;
   }
-  const std::size_t repeats = std::min<std::size_t>(run.count, room);
-  run.count = static_cast<std::uint8_t>(run.count - repeats);
-  return std::fill_n(out, repeats, run.value);
+  for (; run.count != 0 && out != out_end; --run.count) *out++ = run.value;
+  return out;
 }
 
-PcxProgress Decode(PcxRun& run, std::span<const std::uint8_t> input,
-                   std::span<std::uint8_t> output) {
+PcxProgress Decode(PcxRun& run, const std::uint8_t* input, std::size_t input_size,
+                   std::uint8_t* output, std::size_t output_size) {
   const Bytes d;
-  const std::uint8_t* in = input.data();
-  const std::uint8_t* const in_end = in + input.size();
-  std::uint8_t* out = output.data();
-  std::uint8_t* const out_end = out + output.size();
+  const std::uint8_t* in = input;
+  const std::uint8_t* const in_end = input + input_size;
+  std::uint8_t* out = output;
+  const std::uint8_t* const out_end = output + output_size;
 
   // What an earlier call left of a run.
   if (run.is_value_due && in != in_end && out != out_end) {
@@ -138,19 +146,19 @@ PcxProgress Decode(PcxRun& run, std::span<const std::uint8_t> input,
     const Set twos = counts & set_of([](Vector bytes) { return AreCounts(bytes, 2); });
     const Set others = counts & ~(ones | twos);
     // Up to a longer run, and not with a count whose value comes after the two vectors.
-    const unsigned length = others != 0 ? static_cast<unsigned>(std::countr_zero(others))
-                                        : static_cast<unsigned>(kStep) - (counts >> 31);
+    const unsigned length =
+        others != 0 ? FirstIn(others) : static_cast<unsigned>(kStep) - (counts >> 31);
 
     // A count of 1 is dropped; a count of 2 makes place for its value, which then stands there
     // twice.
     const Set kept = FirstOf(~ones, length);
     StoreKept(hn::IfThenElse(MaskOf(twos), hn::LoadU(d, in + 1), first), kept & kAll, out);
     StoreKept(hn::IfThenElse(MaskOf(twos >> kLanes), hn::LoadU(d, in + kLanes + 1), second),
-              kept >> kLanes, out + std::popcount(kept & kAll));
-    out += std::popcount(kept);
+              kept >> kLanes, out + SizeOf(kept & kAll));
+    out += SizeOf(kept);
 
     const Set done = FirstOf(counts, length);
-    if (done != 0) last_count = in + (std::bit_width(done) - 1);
+    if (done != 0) last_count = in + LastIn(done);
     in += length;
     if (others != 0) {
       run = {.value = in[1], .count = static_cast<std::uint8_t>(in[0] & kPcxLongestRun)};
@@ -161,9 +169,10 @@ PcxProgress Decode(PcxRun& run, std::span<const std::uint8_t> input,
   }
   if (last_count != nullptr) run.value = last_count[1];
 
-  const PcxProgress rest = kPlainPcxRleKernels.decode(run, {in, in_end}, {out, out_end});
-  return {static_cast<std::size_t>(in - input.data()) + rest.consumed,
-          static_cast<std::size_t>(out - output.data()) + rest.produced};
+  const PcxProgress rest = kPlainPcxRleKernels.decode(
+      run, in, static_cast<std::size_t>(in_end - in), out, static_cast<std::size_t>(out_end - out));
+  return {static_cast<std::size_t>(in - input) + rest.consumed,
+          static_cast<std::size_t>(out - output) + rest.produced};
 }
 
 // ------------------------------------------------------------------------------------- encoding
@@ -175,10 +184,10 @@ std::size_t RunLength(const std::uint8_t* line, const std::uint8_t* end) {
   const std::uint8_t* at = line + 1;
   for (; static_cast<std::size_t>(end - at) >= kLanes; at += kLanes) {
     const Set same = SetOf(hn::Eq(hn::LoadU(d, at), first));
-    if (same != kAll) return static_cast<std::size_t>(at - line + std::countr_one(same));
+    if (same != kAll) return static_cast<std::size_t>(at - line) + FirstIn(~same);
   }
-  return static_cast<std::size_t>(
-      std::find_if(at, end, [line](std::uint8_t byte) { return byte != *line; }) - line);
+  while (at != end && *at == *line) ++at;
+  return static_cast<std::size_t>(at - line);
 }
 
 /// Writes the first eight of `bytes` with a count of 1 before each of the set and returns the end.
@@ -188,13 +197,13 @@ HWY_INLINE std::uint8_t* StoreWithCounts(Vector bytes, Set set, std::uint8_t* co
   // Places of new bytes come out of the lookup as 0.
   const Vector counts = hn::SaturatedSub(order, hn::Set(d, std::uint8_t{7}));
   hn::StoreU(hn::Or(hn::TableLookupBytesOr0(bytes, order), counts), d, code);
-  return code + 8 + std::popcount(set & 0xFF);
+  return code + 8 + SizeOf(set & 0xFF);
 }
 
-std::size_t Encode(std::span<const std::uint8_t> line, std::uint8_t* code) {
+std::size_t Encode(const std::uint8_t* line, std::size_t size, std::uint8_t* code) {
   const Bytes d;
-  const std::uint8_t* at = line.data();
-  const std::uint8_t* const line_end = at + line.size();
+  const std::uint8_t* at = line;
+  const std::uint8_t* const line_end = line + size;
   std::uint8_t* end = code;
   // At the start of a run; one byte more than a vector, to compare each byte with the next.
   while (static_cast<std::size_t>(line_end - at) > kLanes) {
@@ -204,8 +213,8 @@ std::size_t Encode(std::span<const std::uint8_t> line, std::uint8_t* code) {
     const Set longer = repeated & repeated >> 1;
     // Up to a run of three and more, and not with a byte whose repetition is no longer in the
     // vector.
-    const auto length = static_cast<unsigned>(
-        longer != 0 ? std::countr_zero(longer) : static_cast<int>(kLanes - (repeated >> 15)));
+    const unsigned length =
+        longer != 0 ? FirstIn(longer) : static_cast<unsigned>(kLanes) - (repeated >> 15);
 
     // The first of two equal bytes is replaced with their count.
     const Vector values =
@@ -213,7 +222,7 @@ std::size_t Encode(std::span<const std::uint8_t> line, std::uint8_t* code) {
     const Set counted = SetOf(HaveCountBits(bytes)) & ~(repeated | repeated << 1);
     std::uint8_t* second_half = StoreWithCounts(values, counted, end);
     StoreWithCounts(hn::ShiftRightBytes<8>(d, values), counted >> 8, second_half);
-    end += length + static_cast<unsigned>(std::popcount(FirstOf(counted & kAll, length)));
+    end += length + SizeOf(FirstOf(counted & kAll, length));
     at += length;
     if (longer == 0) continue;
 
@@ -225,7 +234,7 @@ std::size_t Encode(std::span<const std::uint8_t> line, std::uint8_t* code) {
     }
     end = EmitPcxRun(value, count, end);
   }
-  end += kPlainPcxRleKernels.encode({at, line_end}, end);
+  end += kPlainPcxRleKernels.encode(at, static_cast<std::size_t>(line_end - at), end);
   return static_cast<std::size_t>(end - code);
 }
 

@@ -108,7 +108,7 @@ bool WriteRows(std::FILE* file, Gdiplus::Bitmap& bitmap, const PcxShape& shape) 
     } else {
       std::copy_n(row, shape.row_bytes, line.get());
     }
-    const std::size_t size = BestPcxRleKernels().encode({line.get(), line_bytes}, code.get());
+    const std::size_t size = BestPcxRleKernels().encode(line.get(), line_bytes, code.get());
     // Kept on purpose: nobody looks whether the lines of colour images were written.
     if (!WriteBytes(file, code.get(), size) && !shape.is_color()) return false;
   }

@@ -27,8 +27,12 @@ Bytes Repeated(std::size_t count, std::uint8_t value) { return Bytes(count, valu
 
 Bytes Encoded(const PcxRleKernels& table, const Bytes& line) {
   Bytes code(PcxCodeCapacity(line.size()));
-  code.resize(table.encode(line, code.data()));
+  code.resize(table.encode(line.data(), line.size(), code.data()));
   return code;
+}
+
+PcxProgress Decode(const PcxRleKernels& table, PcxRun& run, const Bytes& code, Bytes& output) {
+  return table.decode(run, code.data(), code.size(), output.data(), output.size());
 }
 
 /// Where a decoder stopped, and with what.
@@ -47,7 +51,7 @@ struct Outcome {
 /// Decodes with the input at the end and at the beginning of its memory.
 void ExpectLikePlain(const PcxRun& run, const Bytes& code, std::size_t output_size) {
   Outcome expected{Bytes(output_size, 0xEE), {}, run};
-  expected.progress = kPlainPcxRleKernels.decode(expected.run, code, expected.output);
+  expected.progress = Decode(kPlainPcxRleKernels, expected.run, code, expected.output);
   for (const PcxRleKernels* table : Tables()) {
     for (const GuardSide side : {GuardSide::kAfterEnd, GuardSide::kBeforeStart}) {
       GuardedBuffer input(code.size(), 1, side);
@@ -57,7 +61,7 @@ void ExpectLikePlain(const PcxRun& run, const Bytes& code, std::size_t output_si
       std::fill_n(output.data(), output_size, std::uint8_t{0xEE});
       Outcome outcome{{}, {}, run};
       outcome.progress =
-          table->decode(outcome.run, {input.data(), code.size()}, {output.data(), output_size});
+          table->decode(outcome.run, input.data(), code.size(), output.data(), output_size);
       outcome.output.assign(output.data(), output.data() + output_size);
       // What lies between what was produced and the end may have been written to.
       const auto produced = static_cast<std::ptrdiff_t>(expected.progress.produced);
@@ -115,7 +119,7 @@ TEST(PcxRleKernels, EveryLineIsEncodedLikeThePlainOneAndStaysInItsMemory) {
       const Bytes expected = Encoded(kPlainPcxRleKernels, line);
       for (const PcxRleKernels* table : Tables()) {
         GuardedBuffer code(PcxCodeCapacity(size), 1, side);
-        const std::size_t code_size = table->encode({input.data(), size}, code.data());
+        const std::size_t code_size = table->encode(input.data(), size, code.data());
         ASSERT_EQ(Bytes(code.data(), code.data() + code_size), expected)
             << table->target << " size " << size;
         ASSERT_TRUE(code.SurroundingsAreUntouched()) << table->target << " size " << size;
@@ -132,7 +136,7 @@ TEST(PcxRleKernels, WhatIsEncodedIsDecodedToTheSame) {
     for (const PcxRleKernels* table : Tables()) {
       PcxRun run;
       Bytes decoded(size);
-      const PcxProgress progress = table->decode(run, code, decoded);
+      const PcxProgress progress = Decode(*table, run, code, decoded);
       ASSERT_EQ(decoded, line) << table->target;
       ASSERT_EQ(progress.consumed, code.size()) << table->target;
       ASSERT_EQ(progress.produced, size) << table->target;
@@ -144,7 +148,7 @@ TEST(PcxRleKernels, ACountOf0GivesNothingAndIsRemembered) {
   for (const PcxRleKernels* table : Tables()) {
     PcxRun run;
     Bytes output(4, 0xEE);
-    const PcxProgress progress = table->decode(run, Bytes{1, 0xC0, 9, 2, 0xC2}, output);
+    const PcxProgress progress = Decode(*table, run, Bytes{1, 0xC0, 9, 2, 0xC2}, output);
     EXPECT_EQ(output, Bytes({1, 2, 0xEE, 0xEE}));
     EXPECT_EQ(progress.consumed, 5U);
     EXPECT_EQ(progress.produced, 2U);
@@ -158,10 +162,10 @@ TEST(PcxRleKernels, ARunGoesOnInTheNextOutput) {
   for (const PcxRleKernels* table : Tables()) {
     PcxRun run;
     Bytes output(3);
-    EXPECT_EQ(table->decode(run, Bytes{0xC5, 7, 8}, output).consumed, 2U);
+    EXPECT_EQ(Decode(*table, run, Bytes{0xC5, 7, 8}, output).consumed, 2U);
     EXPECT_EQ(output, Bytes({7, 7, 7}));
     EXPECT_EQ(run.count, 2);
-    EXPECT_EQ(table->decode(run, Bytes{8}, output).consumed, 1U);
+    EXPECT_EQ(Decode(*table, run, Bytes{8}, output).consumed, 1U);
     EXPECT_EQ(output, Bytes({7, 7, 8}));
   }
 }
