@@ -22,6 +22,16 @@ PIXTOLA_PLATFORM_SHARED void SetDecodeLimit(DecodeLimit limit);
 PIXTOLA_PLATFORM_SHARED bool IsDecodeAllowed(std::uint64_t width, std::uint64_t height,
                                              std::uint64_t bytes);
 
+/// While one of these lives, nothing is refused to its thread: for the decoding of what was encoded
+/// from a caller's own buffer.
+class DecodeWithoutLimit {
+ public:
+  PIXTOLA_PLATFORM_SHARED DecodeWithoutLimit();
+  DecodeWithoutLimit(const DecodeWithoutLimit&) = delete;
+  DecodeWithoutLimit& operator=(const DecodeWithoutLimit&) = delete;
+  PIXTOLA_PLATFORM_SHARED ~DecodeWithoutLimit();
+};
+
 }  // namespace pixtola::platform
 
 #endif  // PIXTOLA_PLATFORM_DECODE_LIMIT_H_

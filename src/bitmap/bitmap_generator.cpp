@@ -61,6 +61,7 @@ CBitmapGenerator::CBitmapGenerator(const std::uint8_t* data, Gdiplus::PixelForma
     if (chosen_palette != nullptr) over_rows.SetPalette(chosen_palette);
     stream = EncodeToMemory(over_rows, PxtFileTypeBmp);
     if (stream != nullptr) {
+      const platform::DecodeWithoutLimit without_limit;  // the pixels are there already
       status = Flat::GdipCreateBitmapFromStream(stream, &bitmap);
       if (status != Gdiplus::Ok) bitmap = nullptr;
       return;
