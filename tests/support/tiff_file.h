@@ -33,21 +33,24 @@ struct TiffPage {
   std::function<void(TIFF*)> more_tags = [](TIFF*) {};
 };
 
-inline void WriteTiff(const std::filesystem::path& path, const std::vector<TiffPage>& pages) {
-  const TiffPointer tiff = OpenTiff(path, "w");
+inline void WritePages(TIFF* tiff, const std::vector<TiffPage>& pages) {
   for (const TiffPage& page : pages) {
-    TIFFSetField(tiff.get(), TIFFTAG_IMAGEWIDTH, page.width);
-    TIFFSetField(tiff.get(), TIFFTAG_IMAGELENGTH, page.height);
-    TIFFSetField(tiff.get(), TIFFTAG_BITSPERSAMPLE, page.bits_per_sample);
-    TIFFSetField(tiff.get(), TIFFTAG_SAMPLESPERPIXEL, page.samples_per_pixel);
-    TIFFSetField(tiff.get(), TIFFTAG_PHOTOMETRIC, page.photometric);
-    TIFFSetField(tiff.get(), TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
-    TIFFSetField(tiff.get(), TIFFTAG_ROWSPERSTRIP, page.height);
-    page.more_tags(tiff.get());
-    TIFFWriteEncodedStrip(tiff.get(), 0, const_cast<std::uint8_t*>(page.rows.data()),
+    TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, page.width);
+    TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, page.height);
+    TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, page.bits_per_sample);
+    TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, page.samples_per_pixel);
+    TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, page.photometric);
+    TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
+    TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, page.height);
+    page.more_tags(tiff);
+    TIFFWriteEncodedStrip(tiff, 0, const_cast<std::uint8_t*>(page.rows.data()),
                           static_cast<tmsize_t>(page.rows.size()));
-    TIFFWriteDirectory(tiff.get());
+    TIFFWriteDirectory(tiff);
   }
+}
+
+inline void WriteTiff(const std::filesystem::path& path, const std::vector<TiffPage>& pages) {
+  WritePages(OpenTiff(path, "w").get(), pages);
 }
 
 /// A 16-bit tag of the first page, or `absent`.

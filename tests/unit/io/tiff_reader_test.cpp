@@ -235,8 +235,8 @@ TEST_F(ReadTiffFileTest, TakesTheResolutionAsDotsPerInchWhateverItsUnit) {
     };
     const BitmapPointer bitmap = WriteAndRead(page);
     ASSERT_NE(bitmap, nullptr);
-    EXPECT_NEAR(bitmap->GetHorizontalResolution(), 300, 0.01);
-    EXPECT_NEAR(bitmap->GetVerticalResolution(), 150, 0.01);
+    EXPECT_NEAR(bitmap->GetHorizontalResolution(), 300, 0.02);
+    EXPECT_NEAR(bitmap->GetVerticalResolution(), 150, 0.02);
   }
 }
 
