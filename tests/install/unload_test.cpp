@@ -30,7 +30,8 @@ std::optional<std::size_t> HeapInUse() {
 #if defined(__GLIBC__)
 #if __GLIBC_PREREQ(2, 33)
   const struct mallinfo2 info = mallinfo2();
-  return info.uordblks + info.hblkhd;
+  const std::size_t bytes = info.uordblks + info.hblkhd;
+  if (bytes != 0) return bytes;  // other allocators, as of sanitizers, tell nothing
 #endif
 #endif
   return std::nullopt;
@@ -98,14 +99,18 @@ TEST_F(UnloadTest, WorksWithoutAnyUse) {
   }
 }
 
-TEST_F(UnloadTest, LeavesNothingBehind) {
-  for (int i = 0; i < 5; ++i) UseOnce(i % 2 == 0);  // what the system keeps for later
-  const std::optional<std::size_t> before = HeapInUse();
+TEST_F(UnloadTest, WorksAsOftenAsItIsDone) {
   for (int i = 0; i < 50; ++i) {
     UseOnce(i % 2 == 0);
     ASSERT_FALSE(LoadedLibrary::IsInProcess(PIXTOLA_LIBRARY)) << i;
   }
+}
+
+TEST_F(UnloadTest, LeavesNothingOnTheHeap) {
+  for (int i = 0; i < 5; ++i) UseOnce(i % 2 == 0);  // what the system keeps for later
+  const std::optional<std::size_t> before = HeapInUse();
   if (!before.has_value()) GTEST_SKIP() << "the system does not tell how much is allocated";
+  for (int i = 0; i < 50; ++i) UseOnce(i % 2 == 0);
   EXPECT_LE(*HeapInUse(), *before + 1024);
 }
 

@@ -6,7 +6,6 @@
 
 #include "io/tiff_reader.h"
 #include "support/decode_limit_guard.h"
-#include "support/platform_expectations.h"
 #include "support/temporary_folder.h"
 #include "support/test_bitmap.h"
 #include "support/tiff_file.h"
@@ -59,7 +58,6 @@ TEST_F(WriteTiffFileTest, WritesBilevelImagesThatReadBack) {
                            {104, 818}, {100, 818}, {100, 1000}, {2500, 27}, {2480, 60}};
   for (const PxtFileType type : kTiffTypes) {
     for (const auto& [width, height] : sizes) {
-      if (expectations::kUserBufferLocksLosePartialBytes && width % 8 != 0) continue;
       const BitmapPointer bitmap = Checkered(width, height);
       ASSERT_NE(bitmap, nullptr);
       ASSERT_EQ(Write(*bitmap, type), 1) << type << ' ' << width << 'x' << height;
