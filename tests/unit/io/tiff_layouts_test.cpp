@@ -479,20 +479,28 @@ TEST_F(TiffLayoutsTest, ThatFollowOneAnotherInACircleEnd) {
   EXPECT_EQ(FromFile(file.bytes(), std::numeric_limits<std::int32_t>::max()), nullptr);
 }
 
-TEST_F(TiffLayoutsTest, InStreamsBeginAtTheStart) {
+TEST_F(TiffLayoutsTest, InStreamsEndWhereTheyLike) {
   TiffPage page;
   page.rows = {0x5A};
   Bytes file = test_support::TiffBytes({page});
-  const std::size_t size = file.size();
-  file.resize(size + 100, 0x77);  // what follows does not matter
-  for (const std::uint64_t position : {std::uint64_t{0}, std::uint64_t{3}, std::uint64_t{size},
-                                       std::uint64_t{size + 100}, std::uint64_t{100000}}) {
+  file.resize(file.size() + 100, 0x77);  // what follows does not matter
+  const BitmapPointer bitmap = FromStream(file);
+  ASSERT_NE(bitmap, nullptr);
+  EXPECT_EQ(PixelsOf(*bitmap), (Bytes{0x5A}));
+  file.insert(file.begin(), 0x77);  // but what comes before
+  EXPECT_EQ(FromStream(file), nullptr);
+}
+
+TEST_F(TiffLayoutsTest, InStreamsAreReadFromTheStartWhereverThePositionIs) {
+  TiffPage page;
+  page.rows = {0x5A};
+  const Bytes file = test_support::TiffBytes({page});
+  for (const std::uint64_t position :
+       {std::uint64_t{0}, std::uint64_t{3}, std::uint64_t{file.size()}, std::uint64_t{100000}}) {
     const BitmapPointer bitmap = FromStream(file, position);
     ASSERT_NE(bitmap, nullptr) << position;
     EXPECT_EQ(PixelsOf(*bitmap), (Bytes{0x5A}));
   }
-  file.insert(file.begin(), 0x77);
-  EXPECT_EQ(FromStream(file, 1), nullptr);
 }
 
 TEST_F(TiffLayoutsTest, ComeFromStreamsInGlobalMemory) {
