@@ -12,8 +12,8 @@ namespace pixtola {
 /// `*bitmap` untouched.
 int ReadTiffFile(const wchar_t* path, std::uint32_t page_index, Gdiplus::Bitmap** bitmap);
 
-/// Reads the first page of the TIFF that begins at the stream's start, wherever its position is.
-/// Returns 1, or 0 with `*bitmap` untouched.
+/// Reads the first page of the TIFF in a stream that stands at its start. Returns 1, or 0 with
+/// `*bitmap` untouched.
 int ReadTiffStream(IStream* stream, Gdiplus::Bitmap** bitmap);
 
 }  // namespace pixtola

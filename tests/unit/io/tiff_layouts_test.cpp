@@ -86,9 +86,8 @@ class TiffLayoutsTest : public testing::Test {
     EXPECT_EQ(result, bitmap != nullptr ? 1 : 0);
     return bitmap;
   }
-  static BitmapPointer FromStream(const Bytes& file, std::uint64_t position = 0) {
+  static BitmapPointer FromStream(const Bytes& file) {
     RecordingStream stream(file);
-    stream.position = position;
     BitmapPointer bitmap;
     const int result = ReadTiffStream(&stream, Receive(bitmap));
     EXPECT_EQ(result, bitmap != nullptr ? 1 : 0);
@@ -489,18 +488,6 @@ TEST_F(TiffLayoutsTest, InStreamsEndWhereTheyLike) {
   EXPECT_EQ(PixelsOf(*bitmap), (Bytes{0x5A}));
   file.insert(file.begin(), 0x77);  // but what comes before
   EXPECT_EQ(FromStream(file), nullptr);
-}
-
-TEST_F(TiffLayoutsTest, InStreamsAreReadFromTheStartWhereverThePositionIs) {
-  TiffPage page;
-  page.rows = {0x5A};
-  const Bytes file = test_support::TiffBytes({page});
-  for (const std::uint64_t position :
-       {std::uint64_t{0}, std::uint64_t{3}, std::uint64_t{file.size()}, std::uint64_t{100000}}) {
-    const BitmapPointer bitmap = FromStream(file, position);
-    ASSERT_NE(bitmap, nullptr) << position;
-    EXPECT_EQ(PixelsOf(*bitmap), (Bytes{0x5A}));
-  }
 }
 
 TEST_F(TiffLayoutsTest, ComeFromStreamsInGlobalMemory) {
