@@ -119,9 +119,10 @@ int SaveImage(Gdiplus::Bitmap& bitmap, PxtFileType type, const Target& target) {
   }
   // libtiff writes 1-bit TIFF; should it fail, the platform's encoder has a second try.
   if (rule->container == Gdiplus::ImageFormatTIFF &&
-      saved->GetPixelFormat() == PixelFormat1bppIndexed &&
-      SaveWithLibtiff(*saved, type, target) != 0) {
-    return 1;
+      saved->GetPixelFormat() == PixelFormat1bppIndexed) {
+    if (SaveWithLibtiff(*saved, type, target) != 0) return 1;
+    // Over what libtiff may have written.
+    if (target.stream != nullptr) target.stream->Seek(LARGE_INTEGER{}, STREAM_SEEK_SET, nullptr);
   }
   return SaveWithPlatform(*saved, target, *encoder, *rule) == Gdiplus::Ok ? 1 : 0;
 }
