@@ -21,6 +21,10 @@ using test_support::PaletteOf;
 using test_support::PixelsOf;
 using test_support::Receive;
 
+/// How far the resolution of an indexed bitmap, counted in whole pixels a metre on its way, may be
+/// from its mark.
+constexpr float kDpiTolerance = 0.02F;
+
 /// The bitmap as gray bytes; empty when it cannot be converted.
 Bytes GrayBytes(Gdiplus::Bitmap& bitmap) {
   std::uint32_t size = 0;
@@ -168,8 +172,8 @@ TEST(PxtBitmapToBitmap, MakesBilevelBitmapsWithTheSourcesResolution) {
     EXPECT_EQ(result->GetPixelFormat(), PixelFormat1bppIndexed);
     EXPECT_EQ(result->GetWidth(), 32U);
     EXPECT_EQ(result->GetHeight(), 17U);
-    EXPECT_FLOAT_EQ(result->GetHorizontalResolution(), 300);
-    EXPECT_FLOAT_EQ(result->GetVerticalResolution(), 200);
+    EXPECT_NEAR(result->GetHorizontalResolution(), 300, kDpiTolerance);
+    EXPECT_NEAR(result->GetVerticalResolution(), 200, kDpiTolerance);
     EXPECT_EQ(PaletteOf(*result), (std::vector<Gdiplus::ARGB>{0xFF000000, 0xFFFFFFFF}));
     EXPECT_EQ(result->GetLastStatus(), Gdiplus::Ok);
   }
@@ -181,8 +185,8 @@ TEST(PxtBitmapToBitmap, MakesGrayBitmapsWithARamp) {
   BitmapPointer result;
   ASSERT_EQ(PxtBitmapToBitmap(MethodGray8, *bitmap, Receive(result)), 1);
   EXPECT_EQ(result->GetPixelFormat(), PixelFormat8bppIndexed);
-  EXPECT_FLOAT_EQ(result->GetHorizontalResolution(), 300);
-  EXPECT_FLOAT_EQ(result->GetVerticalResolution(), 200);
+  EXPECT_NEAR(result->GetHorizontalResolution(), 300, kDpiTolerance);
+  EXPECT_NEAR(result->GetVerticalResolution(), 200, kDpiTolerance);
   EXPECT_EQ(PixelsOf(*result), (Bytes{76, 150, 28, 254}));
   const auto palette = PaletteOf(*result);
   ASSERT_EQ(palette.size(), 256U);
@@ -256,7 +260,7 @@ TEST(PxtInsertBytesRect, ReturnsTheWholeImageForAnExclusiveWholeRectangle) {
                                Receive(result)),
             1);
   EXPECT_EQ(PixelsOf(*result), bytes);
-  EXPECT_FLOAT_EQ(result->GetVerticalResolution(), 200);
+  EXPECT_NEAR(result->GetVerticalResolution(), 200, kDpiTolerance);
 }
 
 TEST(PxtInsertBytesRect, TakesRightAndBottomAsInclusive) {
@@ -269,8 +273,8 @@ TEST(PxtInsertBytesRect, TakesRightAndBottomAsInclusive) {
   EXPECT_EQ(result->GetWidth(), 3U);
   EXPECT_EQ(result->GetHeight(), 4U);
   EXPECT_EQ(PixelsOf(*result), (Bytes{32, 33, 34, 42, 43, 44, 52, 53, 54, 62, 63, 64}));
-  EXPECT_FLOAT_EQ(result->GetHorizontalResolution(), 300);
-  EXPECT_FLOAT_EQ(result->GetVerticalResolution(), 200);
+  EXPECT_NEAR(result->GetHorizontalResolution(), 300, kDpiTolerance);
+  EXPECT_NEAR(result->GetVerticalResolution(), 200, kDpiTolerance);
 }
 
 TEST(PxtInsertBytesRect, RefusesSingleColumnsAndRows) {
