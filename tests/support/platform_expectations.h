@@ -80,6 +80,10 @@ inline constexpr bool k48BitChannelsHave16Bits = kIsWine;
 /// The TIFF encoder chooses its compression itself, whatever EncoderCompression says.
 inline constexpr bool kTiffEncoderIgnoresCompression = kIsWine;
 
+/// Palettes in TIFF files have 0 in the low bytes of their 16-bit colours instead of the colours'
+/// bytes once more; readers that look there find black.
+inline constexpr bool kTiffPalettesLackLowBytes = kIsWine;
+
 /// The JPEG encoder chooses its quality itself, whatever EncoderQuality says.
 inline constexpr bool kJpegEncoderIgnoresQuality = kIsWine;
 

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <string>
 #include <vector>
 
 #include "Pixtola.h"
@@ -112,7 +113,7 @@ TEST_F(PxtSaveBitmapToFileTest, SavesPngAndBmp) {
 
 TEST_F(PxtSaveBitmapToFileTest, TouchesNothingForUnknownTypes) {
   const BitmapPointer bitmap = ColourImage();
-  for (const int type : {3, 12, 13, -1, 1 << 30}) {
+  for (const int type : {12, 13, -1, 1 << 30}) {
     EXPECT_EQ(Save(*bitmap, type), 0) << type;
   }
   EXPECT_TRUE(folder_.is_empty());
@@ -124,6 +125,42 @@ TEST_F(PxtSaveBitmapToFileTest, RecordsThePlatformsFailure) {
                                 (folder_ / "missing" / "saved").wstring().c_str()),
             0);
   EXPECT_NE(bitmap->GetLastStatus(), Gdiplus::Ok);
+}
+
+TEST_F(PxtSaveBitmapToFileTest, RecordsAFailureWithTheBitmapThatIsSaved) {
+  // A converted bitmap takes the status with it; the caller's had no part in what failed.
+  const BitmapPointer bitmap = ColourImage();
+  const BitmapPointer bilevel = MakeBitmap(16, 2, PixelFormat1bppIndexed, {1, 2, 3, 4});
+  const std::wstring path = (folder_ / "missing" / "saved").wstring();
+  for (const int type : {5, 6, 8}) {
+    const auto file_type = static_cast<PxtFileType>(type);
+    EXPECT_EQ(PxtSaveBitmapToFile(bitmap.get(), file_type, path.c_str()), 0) << type;
+    EXPECT_EQ(bitmap->GetLastStatus(), Gdiplus::Ok) << type;
+    EXPECT_EQ(PxtSaveBitmapToFile(bilevel.get(), file_type, path.c_str()), 0) << type;
+    EXPECT_NE(bilevel->GetLastStatus(), Gdiplus::Ok) << type;
+  }
+}
+
+TEST_F(PxtSaveBitmapToFileTest, FailsWithoutAName) {
+  const BitmapPointer bitmap = ColourImage();
+  for (int type = 0; type < 12; ++type) {
+    EXPECT_EQ(PxtSaveBitmapToFile(bitmap.get(), static_cast<PxtFileType>(type), L""), 0) << type;
+  }
+}
+
+TEST_F(PxtSaveBitmapToFileTest, SavesPcx) {
+  const BitmapPointer bitmap = ColourImage();
+  ASSERT_EQ(Save(*bitmap, PxtFileTypePcx), 1);
+  const Bytes file = test_support::ReadWholeFile(path_);
+  ASSERT_GT(file.size(), 128U);
+  // Manufacturer, version, run lengths, 8 bits a plane; 3 planes.
+  EXPECT_EQ(Bytes(file.begin(), file.begin() + 4), (Bytes{10, 5, 1, 8}));
+  EXPECT_EQ(file[65], 3);
+  const BitmapPointer opened = Open();
+  ASSERT_NE(opened, nullptr);
+  EXPECT_EQ(opened->GetPixelFormat(), PixelFormat24bppRGB);
+  EXPECT_EQ(PixelsOf(*opened), PixelsOf(*bitmap));
+  EXPECT_EQ(opened->GetHorizontalResolution(), 300);
 }
 
 TEST_F(PxtSaveBitmapToFileTest, FailsWhenTheConversionCannotReadTheBitmap) {
