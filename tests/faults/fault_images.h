@@ -2,6 +2,7 @@
 #ifndef PIXTOLA_TESTS_FAULT_IMAGES_H_
 #define PIXTOLA_TESTS_FAULT_IMAGES_H_
 
+#include <cmath>
 #include <cstdint>
 #include <random>
 #include <vector>
@@ -20,6 +21,14 @@ inline Bytes RandomBytes(std::size_t size) {
   return bytes;
 }
 
+/// An opaque colour for each index of a format.
+inline std::vector<Gdiplus::ARGB> RandomColors(Gdiplus::PixelFormat format) {
+  std::mt19937 random(1);
+  std::vector<Gdiplus::ARGB> colors(std::size_t{1} << BitsOf(format));
+  for (Gdiplus::ARGB& color : colors) color = 0xFF000000 | (random() & 0xFFFFFF);
+  return colors;
+}
+
 /// Random pixels; indexed bitmaps have random opaque colours.
 inline BitmapPointer RandomBitmap(UINT width, UINT height, Gdiplus::PixelFormat format) {
   BitmapPointer bitmap =
@@ -27,13 +36,14 @@ inline BitmapPointer RandomBitmap(UINT width, UINT height, Gdiplus::PixelFormat 
   if (bitmap == nullptr) return bitmap;
   bitmap->SetResolution(200, 300);
   if ((format & PixelFormatIndexed) != 0) {
-    std::mt19937 random(1);
-    std::vector<Gdiplus::ARGB> colors(std::size_t{1} << BitsOf(format));
-    for (Gdiplus::ARGB& color : colors) color = 0xFF000000 | (random() & 0xFFFFFF);
-    bitmap->SetPalette(PaletteBlock(0, colors).get());
+    bitmap->SetPalette(PaletteBlock(0, RandomColors(format)).get());
   }
   return bitmap;
 }
+
+/// Whether two resolutions are the same to whole pixels a metre, in which new indexed bitmaps have
+/// theirs unless there was no memory for an encoded copy.
+inline bool IsSameResolution(float a, float b) { return std::abs(a - b) < 0.02F; }
 
 /// Everything that users of a bitmap see of it.
 struct Picture {
@@ -45,7 +55,11 @@ struct Picture {
   std::vector<Gdiplus::ARGB> palette;
   Bytes pixels;  ///< in the format
 
-  friend bool operator==(const Picture&, const Picture&) = default;
+  friend bool operator==(const Picture& a, const Picture& b) {
+    return a.width == b.width && a.height == b.height && a.format == b.format &&
+           IsSameResolution(a.dpi_x, b.dpi_x) && IsSameResolution(a.dpi_y, b.dpi_y) &&
+           a.palette == b.palette && a.pixels == b.pixels;
+  }
 };
 
 inline Picture PictureOf(Gdiplus::Bitmap& bitmap) {
