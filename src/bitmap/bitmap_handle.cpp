@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <limits>
 #include <memory>
+#include <span>
 #include <type_traits>
 #include <utility>
 
@@ -19,11 +20,10 @@ struct DeleteHandle {
 };
 using BitmapHandle = std::unique_ptr<std::remove_pointer_t<HBITMAP>, DeleteHandle>;
 
-constexpr std::size_t kPixelBytes = 4;
-constexpr std::size_t kAlpha = 3;
+constexpr std::size_t kPixelBytes = sizeof(Gdiplus::ARGB);
 
 /// A section of 32-bit pixels with its top row first. Null, with `pixels` null, when there is none.
-BitmapHandle MakeSection(UINT width, UINT height, std::uint8_t*& pixels) {
+BitmapHandle MakeSection(UINT width, UINT height, Gdiplus::ARGB*& pixels) {
   const std::uint64_t size = std::uint64_t{width} * height * kPixelBytes;
   if (size == 0 || size > std::numeric_limits<std::int32_t>::max()) return nullptr;
   BITMAPINFO info{};
@@ -37,24 +37,28 @@ BitmapHandle MakeSection(UINT width, UINT height, std::uint8_t*& pixels) {
   info.bmiHeader.biSizeImage = static_cast<DWORD>(size);
   void* memory = nullptr;
   BitmapHandle section(CreateDIBSection(nullptr, &info, DIB_RGB_COLORS, &memory, nullptr, 0));
-  pixels = static_cast<std::uint8_t*>(memory);
+  pixels = static_cast<Gdiplus::ARGB*>(memory);
   return memory != nullptr ? std::move(section) : nullptr;
+}
+
+/// A pixel whose colours are multiplied by its alpha.
+constexpr Gdiplus::ARGB Premultiplied(Gdiplus::ARGB pixel) {
+  const Gdiplus::ARGB alpha = pixel >> 24;
+  // Kept on purpose: a shift and no division by 255, which makes 254 of opaque white. Products have
+  // 16 bits, so that red and blue do not meet.
+  const Gdiplus::ARGB red_and_blue = (pixel & 0x00FF00FF) * alpha >> 8 & 0x00FF00FF;
+  const Gdiplus::ARGB green = (pixel & 0x0000FF00) * alpha >> 8 & 0x0000FF00;
+  return (pixel & 0xFF000000) | red_and_blue | green;
 }
 
 /// Multiplies the colours by their alphas, unless no pixel has any: the alphas are unused then, and
 /// the colours stay. What comes before the first pixel with alpha becomes 0.
-void Premultiply(std::uint8_t* pixels, std::size_t size) {
-  std::size_t first = 0;
-  while (first < size && pixels[first + kAlpha] == 0) first += kPixelBytes;
-  if (first == size) return;
-  std::fill(pixels, pixels + first, std::uint8_t{0});
-  for (std::uint8_t* pixel = pixels + first; pixel != pixels + size; pixel += kPixelBytes) {
-    const unsigned alpha = pixel[kAlpha];
-    for (std::size_t channel = 0; channel < kAlpha; ++channel) {
-      // Kept on purpose: a shift and no division by 255, which makes 254 of opaque white.
-      pixel[channel] = static_cast<std::uint8_t>(pixel[channel] * alpha >> 8);
-    }
-  }
+void Premultiply(std::span<Gdiplus::ARGB> pixels) {
+  const auto first = std::find_if(pixels.begin(), pixels.end(),
+                                  [](Gdiplus::ARGB pixel) { return pixel >> 24 != 0; });
+  if (first == pixels.end()) return;
+  std::fill(pixels.begin(), first, Gdiplus::ARGB{0});
+  std::transform(first, pixels.end(), first, Premultiplied);
 }
 
 }  // namespace
@@ -67,7 +71,7 @@ int PxtBitmapToHBITMAP(Gdiplus::Bitmap* source, HBITMAP* handle) {
   *handle = nullptr;
   const UINT width = source->GetWidth();
   const UINT height = source->GetHeight();
-  std::uint8_t* pixels = nullptr;
+  Gdiplus::ARGB* pixels = nullptr;
   BitmapHandle section = MakeSection(width, height, pixels);
   if (section == nullptr) return 0;
 
@@ -80,7 +84,7 @@ int PxtBitmapToHBITMAP(Gdiplus::Bitmap* source, HBITMAP* handle) {
                        PixelFormat32bppARGB, &data) != Gdiplus::Ok) {
     return 0;
   }
-  Premultiply(pixels, std::size_t{width} * height * kPixelBytes);
+  Premultiply({pixels, std::size_t{width} * height});
   source->UnlockBits(&data);
   *handle = section.release();
   return 1;
