@@ -36,7 +36,11 @@
 /// entries are opaque. The pixels themselves are never changed by that.
 ///
 /// Threads. Every call runs wholly on the calling thread. Any number of threads may convert
-/// distinct buffers at once; one bitmap must not be used by two threads at once.
+/// distinct buffers at once; one bitmap must not be used by two threads at once. TIFF is read and
+/// written by one thread at a time; others wait.
+///
+/// libtiff. Every call that reads or writes TIFF makes libtiff silent, in the whole process and for
+/// good: its error and warning handlers are replaced.
 ///
 /// Null pointers for required arguments give 0 with nothing done. The exceptions are the palette of
 /// 8-bit pixels in memory, which is missed only when pixels are converted, and the out pointers of
@@ -81,7 +85,8 @@ enum PxtFileType : int {
   PxtFileTypeBmp = 0,
   PxtFileTypeGif = 1,   ///< deep images are reduced to the platform's 256 colours
   PxtFileTypeJpeg = 2,  ///< quality 85
-  PxtFileTypePcx = 3,   ///< files only; 1-bit, 8-bit, and 24-bit for all other images
+  PxtFileTypePcx = 3,   ///< files only; 1-bit, 8-bit, and 24-bit for all other images; refused when
+                        ///< wider or higher than 65536 or with lines of more than 65535 bytes
   PxtFileTypePng = 4,
   PxtFileTypeTiffGroup3 = 5,  ///< CCITT group 3
   PxtFileTypeTiffGroup4 = 6,  ///< CCITT group 4
@@ -258,13 +263,19 @@ PIXTOLA_API int PxtLoadBitmapFromResource(const wchar_t* name, const wchar_t* ty
 
 /// Opens an image file: any TIFF first, then whatever the platform decodes (BMP, GIF, JPEG, PNG
 /// ...), then PCX. The name's extension does not matter. TIFF files that are compressed with JBIG,
-/// LZMA, Zstandard, WebP or LERC are not read. `*bitmap` is null on failure.
+/// LZMA, Zstandard, WebP or LERC are not read, nor, except by Windows' own decoders, images of more
+/// than 2^29 pixels or 4 GiB. `*bitmap` is null on failure.
+///
+/// When memory lacks for a copy, the bitmap is one that still reads from its file, which then stays
+/// open as long as the bitmap lives.
 ///
 /// A PCX file that is cut short gives an image whose missing rows repeat the last one.
 PIXTOLA_API int PxtOpenImageFile(const wchar_t* path, Gdiplus::Bitmap** bitmap);
 
 /// Opens one page of an image file; 0 is the first, and so is any negative number. Only TIFF files
-/// have further pages: of other files, animated GIF among them, any page above 0 gives 0.
+/// have further pages: of other files, animated GIF among them, any page above 0 gives 0. So it
+/// does for TIFF pages in tiles of at most 8 bits a pixel and of 4-bit gray, which the platform
+/// decodes.
 PIXTOLA_API int PxtOpenImageFilePage(const wchar_t* path, int32_t page, Gdiplus::Bitmap** bitmap);
 
 /// Whether a path or file name has an extension of a format that can be opened, in upper or lower
@@ -276,8 +287,9 @@ PIXTOLA_API int PxtIsSupportedBitmapType(const wchar_t* path);
 PIXTOLA_API void PxtClear(void);
 
 /// Writes a bitmap to a file, replacing what was there. A code that is not in PxtFileType touches
-/// nothing. A write that fails half way may leave a partial TIFF file behind; a partial PCX file is
-/// deleted.
+/// nothing. A write that fails half way may leave a partial TIFF file behind. A partial PCX file is
+/// deleted, but whether the rows of a 24-bit one were written is not looked at: on a full disk the
+/// result can be 1.
 PIXTOLA_API int PxtSaveBitmapToFile(Gdiplus::Bitmap* bitmap, PxtFileType type, const wchar_t* path);
 
 // --------------------------------------------------------------------------------------------

@@ -39,8 +39,8 @@ class ReadLock {
 
 using PalettePointer = std::unique_ptr<Gdiplus::ColorPalette, FreeMemory>;
 
-/// A copy of the bitmap's palette, without entries when it has none or cannot tell them; null
-/// without memory.
+/// A copy of the bitmap's palette, without entries when it has none or they cannot be had; null
+/// when its size cannot be had, or without memory.
 PalettePointer CopyPalette(Gdiplus::Bitmap& bitmap);
 
 }  // namespace pixtola

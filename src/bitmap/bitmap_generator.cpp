@@ -22,18 +22,21 @@ const Gdiplus::ColorPalette* ChoosePalette(Gdiplus::PixelFormat format,
   return nullptr;
 }
 
-/// Copies all rows of `source` into `destination`, which has the same size and format.
-Gdiplus::Status CopyRows(Gdiplus::Bitmap& source, Gdiplus::GpBitmap* destination,
-                         const Gdiplus::Rect& whole, Gdiplus::PixelFormat format) {
+/// Copies all pixels of `source` to `destination`, which has the same size and format.
+Gdiplus::Status CopyPixels(Gdiplus::Bitmap& source, Gdiplus::GpBitmap* destination,
+                           const Gdiplus::Rect& whole, Gdiplus::PixelFormat format) {
   Gdiplus::BitmapData data{};
   Gdiplus::Status status =
       source.LockBits(&whole, Gdiplus::ImageLockModeRead, source.GetPixelFormat(), &data);
   if (status != Gdiplus::Ok) return status;
   // The source's locked rows serve as the buffer from which the destination is written.
+  Gdiplus::BitmapData buffer{};
+  buffer.Stride = data.Stride;
+  buffer.Scan0 = data.Scan0;
   status = Flat::GdipBitmapLockBits(
       destination, &whole, Gdiplus::ImageLockModeWrite | Gdiplus::ImageLockModeUserInputBuf, format,
-      &data);
-  if (status == Gdiplus::Ok) Flat::GdipBitmapUnlockBits(destination, &data);
+      &buffer);
+  if (status == Gdiplus::Ok) Flat::GdipBitmapUnlockBits(destination, &buffer);
   source.UnlockBits(&data);
   return status;
 }
@@ -72,7 +75,7 @@ CBitmapGenerator::CBitmapGenerator(const std::uint8_t* data, Gdiplus::PixelForma
   status = Flat::GdipCreateBitmapFromScan0(whole.Width, whole.Height, 0, format, nullptr, &bitmap);
   if (status != Gdiplus::Ok) return;
   if (chosen_palette != nullptr) Flat::GdipSetImagePalette(bitmap, chosen_palette);
-  status = CopyRows(over_rows, bitmap, whole, format);
+  status = CopyPixels(over_rows, bitmap, whole, format);
   if (status == Gdiplus::Ok) {
     Flat::GdipBitmapSetResolution(bitmap, dpi_x, dpi_y);
   } else {

@@ -25,7 +25,9 @@ constexpr std::size_t kPixelBytes = sizeof(Gdiplus::ARGB);
 /// A section of 32-bit pixels with its top row first. Null, with `pixels` null, when there is none.
 BitmapHandle MakeSection(UINT width, UINT height, Gdiplus::ARGB*& pixels) {
   const std::uint64_t size = std::uint64_t{width} * height * kPixelBytes;
-  if (size == 0 || size > std::numeric_limits<std::int32_t>::max()) return nullptr;
+  // A row's size is a signed number for the platform, the image's an unsigned one.
+  constexpr UINT kWidest = std::numeric_limits<INT>::max() / kPixelBytes;
+  if (size == 0 || width > kWidest || size > std::numeric_limits<DWORD>::max()) return nullptr;
   BITMAPINFO info{};
   // Kept on purpose: the size of the whole structure, a colour more than the header's own 40 bytes.
   info.bmiHeader.biSize = sizeof(BITMAPINFO);

@@ -51,8 +51,9 @@ Gdiplus::Status PrepareRows(const std::uint8_t* data, Gdiplus::PixelFormat forma
   const bool is_bottom_up = signed_stride < 0;
   const std::uint32_t row_distance = is_bottom_up ? 0 - stride : stride;
   rows.stride = RoundUpTo4(row_distance);
-  // A widened stride that the platform could only read as a negative one is no stride either.
-  const bool fits = rows.stride <= std::uint32_t{std::numeric_limits<std::int32_t>::max()};
+  // What the platform could only read as a negative number is no size and no stride either.
+  constexpr std::uint32_t kLargest = std::numeric_limits<std::int32_t>::max();
+  const bool fits = width <= kLargest && height <= kLargest && rows.stride <= kLargest;
   if (data == nullptr || !fits || !IsValidStride(width, bits, rows.stride)) {
     return Gdiplus::InvalidParameter;
   }

@@ -14,13 +14,11 @@ CWrappedBitmap::CWrappedBitmap(const std::uint8_t* data, Gdiplus::PixelFormat fo
   platform::AdoptNativeImage(*this, Detach(), CBitmapGenerator::status);
 }
 
-std::unique_ptr<Gdiplus::Bitmap> MakeWrappedBitmap(const std::uint8_t* data,
-                                                   Gdiplus::PixelFormat format, std::uint32_t width,
-                                                   std::uint32_t height, std::uint32_t stride,
-                                                   float dpi_x, float dpi_y,
-                                                   const Gdiplus::ColorPalette* palette) {
-  std::unique_ptr<Gdiplus::Bitmap> bitmap = MakePlatformObject<CWrappedBitmap>(
-      data, format, width, height, stride, dpi_x, dpi_y, palette);
+BitmapPointer MakeWrappedBitmap(const std::uint8_t* data, Gdiplus::PixelFormat format,
+                                std::uint32_t width, std::uint32_t height, std::uint32_t stride,
+                                float dpi_x, float dpi_y, const Gdiplus::ColorPalette* palette) {
+  BitmapPointer bitmap = MakePlatformObject<CWrappedBitmap>(data, format, width, height, stride,
+                                                            dpi_x, dpi_y, palette);
   const bool is_made = bitmap != nullptr && bitmap->GetLastStatus() == Gdiplus::Ok;
   return is_made ? std::move(bitmap) : nullptr;
 }

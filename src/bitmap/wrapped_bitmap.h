@@ -4,8 +4,8 @@
 #define PIXTOLA_BITMAP_WRAPPED_BITMAP_H_
 
 #include <cstdint>
-#include <memory>
 
+#include "base/platform_object.h"
 #include "bitmap/bitmap_generator.h"
 #include "platform.h"
 
@@ -21,11 +21,9 @@ class CWrappedBitmap : CBitmapGenerator, public Gdiplus::Bitmap {
 };
 
 /// Makes a bitmap from rows of pixels; null when it could not be made.
-std::unique_ptr<Gdiplus::Bitmap> MakeWrappedBitmap(const std::uint8_t* data,
-                                                   Gdiplus::PixelFormat format, std::uint32_t width,
-                                                   std::uint32_t height, std::uint32_t stride,
-                                                   float dpi_x, float dpi_y,
-                                                   const Gdiplus::ColorPalette* palette);
+BitmapPointer MakeWrappedBitmap(const std::uint8_t* data, Gdiplus::PixelFormat format,
+                                std::uint32_t width, std::uint32_t height, std::uint32_t stride,
+                                float dpi_x, float dpi_y, const Gdiplus::ColorPalette* palette);
 
 }  // namespace pixtola
 

@@ -6,8 +6,8 @@
 #include <string_view>
 #include <utility>
 
-#include "base/memory.h"
 #include "base/text.h"
+#include "io/codec_list.h"
 #include "platform.h"
 
 namespace pixtola {
@@ -17,18 +17,11 @@ bool CFormatNameList::ComesBefore::operator()(const std::wstring& a, const std::
 }
 
 void CFormatNameList::AddDecoderExtensions(Names& names) {
-  UINT count = 0;
-  UINT size = 0;
-  if (Gdiplus::GetImageDecodersSize(&count, &size) != Gdiplus::Ok || count == 0) return;
-  // The list is one block: `count` records, then the strings that they point to.
-  const Block<std::uint8_t> block = Allocate<std::uint8_t>(size);
-  auto* decoders = reinterpret_cast<Gdiplus::ImageCodecInfo*>(block.get());
-  if (decoders == nullptr || Gdiplus::GetImageDecoders(count, size, decoders) != Gdiplus::Ok) {
-    return;
-  }
-  for (UINT i = 0; i < count; ++i) {
+  const CodecList decoders = CodecList::OfDecoders();
+  for (const Gdiplus::ImageCodecInfo& decoder : decoders.codecs()) {
+    if (decoder.FilenameExtension == nullptr) continue;
     // Such as "*.JPG;*.JPEG".
-    std::wstring_view patterns = decoders[i].FilenameExtension;
+    std::wstring_view patterns = decoder.FilenameExtension;
     while (!patterns.empty()) {
       const std::size_t end = std::min(patterns.find(L';'), patterns.size());
       std::wstring name(patterns.substr(0, end));

@@ -11,8 +11,6 @@ namespace pixtola {
 
 namespace {
 
-using BitmapPointer = std::unique_ptr<Gdiplus::Bitmap>;
-
 /// The page of a TIFF file; null when the file is not one, or has no such page.
 BitmapPointer OpenTiffPage(const wchar_t* path, std::uint32_t page_index) {
   Gdiplus::Bitmap* bitmap = nullptr;

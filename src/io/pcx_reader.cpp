@@ -53,8 +53,9 @@ bool AllocatePixels(PcxImage& image) {
   return image.pixels != nullptr;
 }
 
-/// Fills a line of `size` bytes. What the file does not have of it is the line before's.
-void ReadLine(FileBytes& file, PcxRun& run, const std::uint8_t* line_before, std::uint8_t* line,
+/// Fills a line of `size` bytes; what the file no longer has of it is taken from the line before.
+/// False, with nothing done, when that would be all of it.
+bool ReadLine(FileBytes& file, PcxRun& run, const std::uint8_t* line_before, std::uint8_t* line,
               std::size_t size) {
   for (std::size_t filled = 0; filled < size;) {
     const auto ahead = file.ahead();
@@ -63,12 +64,14 @@ void ReadLine(FileBytes& file, PcxRun& run, const std::uint8_t* line_before, std
     file.Take(progress.consumed);
     filled += progress.produced;
     if (filled < size && !file.Refill()) {
-      std::copy(line_before + filled, line_before + size, line + filled);
       // A count at the very end repeats the value before it, in the lines to come.
       run.is_value_due = false;
-      return;
+      if (filled == 0) return false;
+      std::copy(line_before + filled, line_before + size, line + filled);
+      return true;
     }
   }
+  return true;
 }
 
 /// Decodes all rows; false without memory for two lines.
@@ -79,14 +82,13 @@ bool ReadRows(FileBytes& file, PcxImage& image) {
       PcxLineCapacity(header.planes, header.bytes_per_line, image.row_bytes);
   const auto lines = AllocateZeroed<std::uint8_t>(2 * capacity);
   if (lines == nullptr) return false;
-  std::uint8_t* line = lines.get();
-  std::uint8_t* line_before = line + capacity;
+  std::uint8_t* latest = lines.get();
+  std::uint8_t* next = latest + capacity;
   PcxRun run;
   for (std::uint32_t y = 0; y < image.height; ++y) {
-    ReadLine(file, run, line_before, line, line_bytes);
-    image.layout->convert({line, header.bytes_per_line},
+    if (ReadLine(file, run, latest, next, line_bytes)) std::swap(latest, next);
+    image.layout->convert({latest, header.bytes_per_line},
                           {image.pixels.get() + std::size_t{y} * image.stride, image.row_bytes});
-    std::swap(line, line_before);
   }
   return true;
 }

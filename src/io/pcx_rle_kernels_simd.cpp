@@ -10,8 +10,6 @@
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
-#include <cstring>
-
 #include "io/pcx_rle_kernels.h"
 #include "io/pcx_rle_tables.h"
 
@@ -39,9 +37,7 @@ constexpr Set kAll = 0xFFFF;  ///< of a vector
 HWY_INLINE Set SetOf(hn::Mask<Bytes> mask) {
   std::uint8_t bits[8] = {};
   hn::StoreMaskBits(Bytes(), mask, bits);
-  std::uint16_t set;
-  std::memcpy(&set, bits, sizeof(set));
-  return set;
+  return Set{bits[0]} | Set{bits[1]} << 8;
 }
 
 HWY_INLINE hn::Mask<Bytes> MaskOf(Set set) {

@@ -24,11 +24,11 @@ constexpr PcxByteOrders MakePcxKeepingOrders() {
 }
 inline constexpr PcxByteOrders kPcxKeepingOrders = MakePcxKeepingOrders();
 
-/// Stands in an order where a new byte comes, and is more than any of its other entries by the
-/// value of that byte, a count of 1; what lies past the end counts as new, too.
+/// The entry of an order for a new byte, a count of 1. The lookup gives 0 for entries above 127;
+/// subtracting 7, without going below 0, gives the new byte for this entry and 0 for all others.
 inline constexpr std::uint8_t kPcxNewByte = 7 + 0xC1;
 
-/// Makes room for a new byte before each of the set.
+/// Puts a new byte before each of the set, and more of them behind the end.
 constexpr PcxByteOrders MakePcxInsertingOrders() {
   PcxByteOrders orders{};
   for (std::size_t set = 0; set < orders.size(); ++set) {

@@ -22,6 +22,8 @@ namespace {
 struct PcxShape {
   UINT width = 0;
   UINT height = 0;
+  float dpi_x = 0;
+  float dpi_y = 0;
   Gdiplus::PixelFormat format = PixelFormatUndefined;
   std::uint32_t bits = 0;       ///< of a pixel
   std::uint32_t row_bytes = 0;  ///< of a row's pixels
@@ -54,6 +56,8 @@ bool FitsHeader(const PcxShape& shape) {
 bool ChooseShape(Gdiplus::Bitmap& bitmap, PcxShape& shape) {
   shape.width = bitmap.GetWidth();
   shape.height = bitmap.GetHeight();
+  shape.dpi_x = bitmap.GetHorizontalResolution();
+  shape.dpi_y = bitmap.GetVerticalResolution();
   shape.format = ChooseFormat(bitmap.GetPixelFormat());
   shape.bits = BitsPerPixel(shape.format);
   std::uint64_t stride = 0;
@@ -73,16 +77,17 @@ bool ChooseShape(Gdiplus::Bitmap& bitmap, PcxShape& shape) {
 /// it was.
 std::uint16_t WholeDpi(float dpi) {
   constexpr double kLargest = std::numeric_limits<std::uint16_t>::max();
-  return static_cast<std::uint16_t>(std::clamp(dpi + 0.1, 0.0, kLargest));
+  if (!(dpi > 0)) return 0;
+  return static_cast<std::uint16_t>(std::min(dpi + 0.1, kLargest));
 }
 
-bool WriteHeader(std::FILE* file, const PcxShape& shape, float dpi_x, float dpi_y) {
+bool WriteHeader(std::FILE* file, const PcxShape& shape) {
   PcxHeader header;
   header.bits_per_pixel = static_cast<std::uint8_t>(std::min(shape.bits, 8U));
   header.right = static_cast<std::uint16_t>(shape.width - 1);
   header.bottom = static_cast<std::uint16_t>(shape.height - 1);
-  header.horizontal_dpi = WholeDpi(dpi_x);
-  header.vertical_dpi = WholeDpi(dpi_y);
+  header.horizontal_dpi = WholeDpi(shape.dpi_x);
+  header.vertical_dpi = WholeDpi(shape.dpi_y);
   header.planes = static_cast<std::uint8_t>(shape.planes());
   header.bytes_per_line = static_cast<std::uint16_t>(shape.bytes_per_plane());
   std::uint8_t bytes[kPcxHeaderSize];
@@ -136,8 +141,6 @@ int WritePcxFile(const wchar_t* path, Gdiplus::Bitmap* bitmap) {
   if (path == nullptr || bitmap == nullptr) return 0;
   PcxShape shape;
   if (!ChooseShape(*bitmap, shape)) return 0;
-  const float dpi_x = bitmap->GetHorizontalResolution();
-  const float dpi_y = bitmap->GetVerticalResolution();
   PalettePointer palette;
   if (!shape.is_color()) {
     palette = CopyPalette(*bitmap);
@@ -146,8 +149,7 @@ int WritePcxFile(const wchar_t* path, Gdiplus::Bitmap* bitmap) {
 
   File file(_wfsopen(path, L"wb", _SH_DENYRW));
   if (file == nullptr) return 0;
-  bool is_written = WriteHeader(file.get(), shape, dpi_x, dpi_y) &&
-                    WriteRows(file.get(), *bitmap, shape) &&
+  bool is_written = WriteHeader(file.get(), shape) && WriteRows(file.get(), *bitmap, shape) &&
                     (palette == nullptr || WritePalette(file.get(), *palette, shape.bits));
   // What the runtime still holds is written now.
   const bool is_closed = std::fclose(file.release()) == 0;

@@ -4,9 +4,10 @@
 #include <memory>
 #include <optional>
 
-#include "base/memory.h"
+#include "base/platform_object.h"
 #include "bitmap/bitmap_stream.h"
 #include "bitmap/encoded_copy.h"
+#include "io/codec_list.h"
 #include "io/pcx_writer.h"
 #include "io/tiff_writer.h"
 #include "platform.h"
@@ -66,17 +67,9 @@ std::optional<FileTypeRule> RuleOf(PxtFileType type) {
 
 /// The class identifier of the first installed encoder that writes what the file type asks for.
 std::optional<CLSID> FindEncoderForFileType(const FileTypeRule& rule) {
-  UINT count = 0;
-  UINT size = 0;
-  if (Gdiplus::GetImageEncodersSize(&count, &size) != Gdiplus::Ok || count == 0) return {};
-  // The list is one block: `count` records, then the strings that they point to.
-  const Block<std::uint8_t> block = Allocate<std::uint8_t>(size);
-  auto* encoders = reinterpret_cast<Gdiplus::ImageCodecInfo*>(block.get());
-  if (encoders == nullptr || Gdiplus::GetImageEncoders(count, size, encoders) != Gdiplus::Ok) {
-    return {};
-  }
-  for (UINT i = 0; i < count; ++i) {
-    if (encoders[i].FormatID == rule.container) return encoders[i].Clsid;
+  const CodecList encoders = CodecList::OfEncoders();
+  for (const Gdiplus::ImageCodecInfo& encoder : encoders.codecs()) {
+    if (encoder.FormatID == rule.container) return encoder.Clsid;
   }
   return {};
 }
@@ -110,7 +103,7 @@ int SaveImage(Gdiplus::Bitmap& bitmap, PxtFileType type, const Target& target) {
   if (!encoder.has_value()) return 0;
 
   Gdiplus::Bitmap* saved = &bitmap;
-  std::unique_ptr<Gdiplus::Bitmap> converted;
+  BitmapPointer converted;
   if (rule->to_bilevel.has_value() && format != PixelFormat1bppIndexed) {
     Gdiplus::Bitmap* result = nullptr;
     if (PxtBitmapToBitmap(*rule->to_bilevel, bitmap, &result) == 0) return 0;

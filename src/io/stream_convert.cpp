@@ -13,8 +13,6 @@ namespace pixtola {
 
 namespace {
 
-using BitmapPointer = std::unique_ptr<Gdiplus::Bitmap>;
-
 bool SeekToStart(IStream& stream) {
   return SUCCEEDED(stream.Seek(LARGE_INTEGER{}, STREAM_SEEK_SET, nullptr));
 }

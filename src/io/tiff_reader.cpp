@@ -18,8 +18,6 @@ namespace pixtola {
 
 namespace {
 
-using BitmapPointer = std::unique_ptr<Gdiplus::Bitmap>;
-
 /// The tags of a page that decide how it is read, with their values when absent.
 struct Page {
   std::uint32_t width = 0;
@@ -191,8 +189,9 @@ int ReadTiffFile(const wchar_t* path, std::uint32_t page_index, Gdiplus::Bitmap*
 
 int ReadTiffStream(IStream* stream, Gdiplus::Bitmap** bitmap) {
   const std::scoped_lock lock(TiffLock);
-  if (stream == nullptr || bitmap == nullptr) return 0;
+  if (stream == nullptr) return 0;
   const StreamReference reference(*stream);
+  if (bitmap == nullptr) return 0;
   SilenceTiff();
   const TiffFile tiff(OpenTiffStream(*stream, "r"));
   return tiff != nullptr ? ReadTiffPage(tiff.get(), 0, bitmap) : 0;

@@ -160,9 +160,10 @@ int WriteTiffFile(Gdiplus::Bitmap* bitmap, PxtFileType type, const wchar_t* path
 
 int WriteTiffStream(Gdiplus::Bitmap* bitmap, PxtFileType type, IStream* stream) {
   const std::scoped_lock lock(TiffLock);
-  const std::uint16_t compression = CompressionOf(type);
-  if (stream == nullptr || bitmap == nullptr || compression == 0) return 0;
+  if (stream == nullptr) return 0;
   const StreamReference reference(*stream);
+  const std::uint16_t compression = CompressionOf(type);
+  if (bitmap == nullptr || compression == 0) return 0;
   SilenceTiff();
   const TiffFile tiff(OpenTiffStream(*stream, "w"));
   return tiff != nullptr ? WriteTiffPage(tiff.get(), compression, *bitmap) : 0;
