@@ -7,6 +7,7 @@
 #include "Pixtola.h"
 #include "decode_limit.h"
 #include "image_access.h"
+#include "large_pages.h"
 #include "runtime.h"
 #include "tiff_files.h"
 

@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "base/file.h"
-#include "base/memory.h"
+#include "base/pixel_memory.h"
 #include "base/text.h"
 #include "format/palettes.h"
 #include "format/pixel_format.h"
@@ -40,7 +40,7 @@ struct PcxImage {
 };
 
 /// Makes room for the pixels, all 0; false when there are none or memory lacks.
-bool AllocatePixels(PcxImage& image) {
+bool MakeRoom(PcxImage& image) {
   const Gdiplus::PixelFormat format = image.layout->format;
   image.width = image.header.width();
   image.height = image.header.height();
@@ -49,7 +49,7 @@ bool AllocatePixels(PcxImage& image) {
   image.row_bytes = image.width * BitsPerPixel(format) / 8;
   const std::uint64_t size = std::uint64_t{image.stride} * image.height;
   if (size == 0 || !platform::IsDecodeAllowed(image.width, image.height, size)) return false;
-  image.pixels = AllocateZeroed<std::uint8_t>(size);
+  image.pixels = AllocatePixels<std::uint8_t>(size);
   return image.pixels != nullptr;
 }
 
@@ -153,7 +153,7 @@ bool ReadImage(const wchar_t* path, PcxImage& image) {
     return false;
   }
   image.layout = FindPcxLayout(image.header);
-  if (image.layout == nullptr || !AllocatePixels(image)) return false;
+  if (image.layout == nullptr || !MakeRoom(image)) return false;
   FileBytes bytes(file.get());
   if (!ReadRows(bytes, image)) return false;
   if (image.layout->palette_size != 0) ReadPalette(bytes, image);

@@ -7,7 +7,7 @@
 #include <mutex>
 #include <utility>
 
-#include "base/memory.h"
+#include "base/pixel_memory.h"
 #include "bitmap/wrapped_bitmap.h"
 #include "format/palettes.h"
 #include "format/pixel_format.h"
@@ -59,7 +59,7 @@ bool SelectPage(TIFF* tiff, std::uint32_t page_index) {
 BitmapPointer ReadDeepPage(TIFF* tiff, const Page& page) {
   const std::uint64_t pixels = std::uint64_t{page.width} * page.height;
   if (!platform::IsDecodeAllowed(page.width, page.height, pixels * 4)) return nullptr;
-  const auto raster = Allocate<std::uint32_t>(pixels);
+  const auto raster = AllocatePixels<std::uint32_t>(pixels);
   if (raster == nullptr || TIFFReadRGBAImageOriented(tiff, page.width, page.height, raster.get(),
                                                      ORIENTATION_TOPLEFT, 0) == 0) {
     return nullptr;
@@ -154,7 +154,7 @@ BitmapPointer ReadIndexedPage(TIFF* tiff, const Page& page) {
   const auto stride = static_cast<std::uint32_t>(scanline_size);
   const std::uint64_t size = std::uint64_t{page.height} * stride;
   if (!platform::IsDecodeAllowed(page.width, page.height, size)) return nullptr;
-  const auto rows = AllocateZeroed<std::uint8_t>(size);
+  const auto rows = AllocatePixels<std::uint8_t>(size);
   if (rows == nullptr || !ReadScanlines(tiff, page.height, stride, rows.get())) return nullptr;
   if (layout.is_inverted) {
     std::transform(rows.get(), rows.get() + size, rows.get(),

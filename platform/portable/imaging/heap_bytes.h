@@ -7,6 +7,8 @@
 #include <limits>
 #include <memory>
 
+#include "large_pages.h"
+
 namespace pixtola::portable {
 
 struct FreeHeap {
@@ -17,13 +19,17 @@ using HeapBytes = std::unique_ptr<std::uint8_t[], FreeHeap>;
 /// Uninitialised; null when memory lacks or the size is beyond what can be addressed.
 inline HeapBytes AllocateBytes(std::uint64_t size) {
   if (size > std::numeric_limits<std::ptrdiff_t>::max()) return nullptr;
-  return HeapBytes(static_cast<std::uint8_t*>(std::malloc(size == 0 ? 1 : size)));
+  HeapBytes bytes(static_cast<std::uint8_t*>(std::malloc(size == 0 ? 1 : size)));
+  platform::PreferLargePages(bytes.get(), size);
+  return bytes;
 }
 
 /// Zeroed. Untouched pages of a large block cost nothing.
 inline HeapBytes AllocateZeroedBytes(std::uint64_t size) {
   if (size > std::numeric_limits<std::ptrdiff_t>::max()) return nullptr;
-  return HeapBytes(static_cast<std::uint8_t*>(std::calloc(size == 0 ? 1 : size, 1)));
+  HeapBytes bytes(static_cast<std::uint8_t*>(std::calloc(size == 0 ? 1 : size, 1)));
+  platform::PreferLargePages(bytes.get(), size);
+  return bytes;
 }
 
 }  // namespace pixtola::portable

@@ -1,0 +1,8 @@
+#include "large_pages.h"
+
+namespace pixtola::platform {
+
+// Programs need a privilege for them.
+void PreferLargePages(void* /*memory*/, std::uint64_t /*size*/) {}
+
+}  // namespace pixtola::platform
