@@ -1,28 +1,34 @@
-// Conversions and copies of bitmaps when memory lacks or a bitmap cannot be locked.
+// Conversions of bitmaps when memory lacks or a bitmap cannot be locked.
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <functional>
 
-#include "bitmap/wrapped_bitmap.h"
 #include "faults/fault_images.h"
+#include "faults/fault_makers.h"
 #include "support/fault_injection.h"
-#include "support/platform_expectations.h"
 
 namespace {
 
+using test_support::Always;
 using test_support::BitmapPointer;
 using test_support::Bytes;
 using test_support::CanBeLocked;
 using test_support::Fault;
 using test_support::FaultPlan;
 using test_support::ForEveryFault;
+using test_support::kOddWidth;
 using test_support::kUntouched;
+using test_support::MakeUnderEveryFault;
+using test_support::OnFailure;
+using test_support::Outcomes;
 using test_support::Picture;
 using test_support::PictureOf;
 using test_support::RandomBitmap;
 using test_support::RandomBytes;
+using test_support::Receive;
+using test_support::Span;
+using test_support::WithDpi;
 
 constexpr Fault kFaults[] = {Fault::kAllocation, Fault::kLock};
 constexpr PxtConversionMethod kMethods[] = {MethodGray8, MethodBilevelOtsu, MethodBilevelAdaptive,
@@ -31,57 +37,9 @@ constexpr Gdiplus::PixelFormat kFormats[] = {PixelFormat1bppIndexed, PixelFormat
                                              PixelFormat8bppIndexed, PixelFormat16bppRGB565,
                                              PixelFormat24bppRGB,    PixelFormat32bppARGB};
 
-/// Rows of 1 and 4 bits that end within a byte, where copies of them are right.
-constexpr UINT kWidth = expectations::kUserBufferLocksLosePartialBytes ? 48 : 45;
-
 bool IsUntouched(const Bytes& bytes) {
   return std::all_of(bytes.begin(), bytes.end(),
                      [](std::uint8_t byte) { return byte == kUntouched; });
-}
-
-/// What a bitmap's handle is before the call that may leave it alone: never used as a bitmap.
-Gdiplus::Bitmap* UntouchedBitmap() {
-  static std::uintptr_t place = 0;
-  return reinterpret_cast<Gdiplus::Bitmap*>(&place);
-}
-
-/// What a function that hands out a bitmap does to its out pointer when it fails.
-enum class OnFailure { kIsNull, kIsLeft, kIsNullOrLeft };
-
-using Maker = std::function<int(Gdiplus::Bitmap**)>;
-
-/// Calls `make` under every fault: it hands out the undisturbed bitmap, one of `also_right`, or
-/// none. Returns how many calls failed.
-int MakeUnderEveryFault(Fault fault, const Maker& make, OnFailure on_failure,
-                        const std::vector<Picture>& also_right = {}) {
-  BitmapPointer undisturbed;
-  EXPECT_EQ(make(test_support::Receive(undisturbed)), 1);
-  if (undisturbed == nullptr) return 0;
-  const Picture expected = PictureOf(*undisturbed);
-  undisturbed.reset();
-
-  int failures = 0;
-  ForEveryFault(fault, [&](FaultPlan& plan) {
-    Gdiplus::Bitmap* made = UntouchedBitmap();
-    const int result = plan.Run([&] { return make(&made); });
-    if (result == 1) {
-      ASSERT_NE(made, UntouchedBitmap());
-      ASSERT_NE(made, nullptr);
-      const BitmapPointer owned(made);
-      const Picture picture = PictureOf(*made);
-      EXPECT_TRUE(picture == expected ||
-                  std::find(also_right.begin(), also_right.end(), picture) != also_right.end());
-      EXPECT_TRUE(plan.HasFired() || picture == expected);
-    } else {
-      EXPECT_EQ(result, 0);
-      EXPECT_TRUE(plan.HasFired());
-      const bool is_null = made == nullptr && on_failure != OnFailure::kIsLeft;
-      const bool is_untouched = made == UntouchedBitmap() && on_failure != OnFailure::kIsNull;
-      EXPECT_TRUE(is_null || is_untouched);
-      ++failures;
-    }
-  });
-  return failures;
 }
 
 TEST(PxtBitmapToBytes, GivesNothingOrTheRightResultUnderFaults) {
@@ -140,102 +98,48 @@ TEST(PxtBitmapToBytes, GivesNothingWhenRowsCannotBeTurnedRound) {
 
 TEST(PxtBitmapToBitmap, HandsOutTheRightBitmapOrNoneUnderFaults) {
   for (const Gdiplus::PixelFormat format : kFormats) {
-    const BitmapPointer bitmap = RandomBitmap(kWidth, 37, format);
+    const BitmapPointer bitmap = RandomBitmap(kOddWidth, 37, format);
     ASSERT_NE(bitmap, nullptr);
     for (const PxtConversionMethod method : kMethods) {
+      SCOPED_TRACE(testing::Message() << "format " << format << ", method " << method);
+      const auto make = [&](Gdiplus::Bitmap** result) {
+        return PxtBitmapToBitmap(method, *bitmap, result);
+      };
+      BitmapPointer undisturbed;
+      ASSERT_EQ(make(Receive(undisturbed)), 1);
+      // What cannot be encoded is copied directly.
+      const Picture copied = WithDpi(PictureOf(*undisturbed), 200, 300);
       for (const Fault fault : kFaults) {
-        SCOPED_TRACE(testing::Message() << "format " << format << ", method " << method);
-        const int failures = MakeUnderEveryFault(
-            fault,
-            [&](Gdiplus::Bitmap** result) { return PxtBitmapToBitmap(method, *bitmap, result); },
-            OnFailure::kIsNullOrLeft);
-        // The result, which has indexes, is made without a lock.
-        EXPECT_GE(failures, fault == Fault::kLock ? 1 : 2);
-        EXPECT_TRUE(CanBeLocked(*bitmap));
+        for (const Span span : {Span::kOneCall, Span::kToTheEnd}) {
+          bitmap->GetLastStatus();
+          const Outcomes outcomes =
+              MakeUnderEveryFault({.fault = fault,
+                                   .on_failure = Always(OnFailure::kIsNullOrLeft),
+                                   .also_right = {copied},
+                                   .span = span},
+                                  make);
+          EXPECT_GE(outcomes.failures, 1U);
+          // Other depths are locked in another format, which may need memory as well.
+          const bool is_locked_as_it_is =
+              format != PixelFormat4bppIndexed && format != PixelFormat16bppRGB565;
+          if (fault == Fault::kLock || is_locked_as_it_is) {
+            EXPECT_EQ(bitmap->GetLastStatus(),
+                      fault == Fault::kLock ? Gdiplus::OutOfMemory : Gdiplus::Ok);
+          }
+          EXPECT_TRUE(CanBeLocked(*bitmap));
+        }
       }
-    }
-  }
-}
-
-TEST(PxtInsertBytes, HandsOutTheRightBitmapOrNoneUnderFaults) {
-  for (const Gdiplus::PixelFormat format : kFormats) {
-    const auto packed = static_cast<std::uint32_t>(test_support::PackedBytes(format, kWidth));
-    const std::uint32_t aligned = (packed + 3) / 4 * 4;
-    const Bytes pixels = RandomBytes((std::size_t{aligned} + 1) * 37);
-    const bool is_indexed = (format & PixelFormatIndexed) != 0;
-    const test_support::PaletteBlock palette(
-        0, is_indexed ? test_support::RandomColors(format) : std::vector<Gdiplus::ARGB>());
-    // As it is, to be widened, and upwards: the latter two are copied first.
-    const std::uint32_t strides[] = {aligned, aligned + 1, 0 - aligned};
-    for (const std::uint32_t stride : strides) {
-      const std::uint8_t* first = pixels.data();
-      if (stride == 0 - aligned) first += std::size_t{aligned} * 36;
-      for (const Fault fault : kFaults) {
-        SCOPED_TRACE(testing::Message() << "format " << format << ", stride " << stride);
-        const int failures = MakeUnderEveryFault(
-            fault,
-            [&](Gdiplus::Bitmap** result) {
-              return PxtInsertBytes(first, format, kWidth, 37, stride, 200, 300, result,
-                                    palette.get());
-            },
-            OnFailure::kIsLeft);
-        // Indexed bitmaps are made without a lock.
-        EXPECT_EQ(failures == 0, is_indexed && fault == Fault::kLock);
-      }
-    }
-  }
-}
-
-TEST(CBitmapGenerator, CopiesRowsWhereTheyCannotBeEncoded) {
-  for (const Gdiplus::PixelFormat format :
-       {PixelFormat1bppIndexed, PixelFormat4bppIndexed, PixelFormat8bppIndexed}) {
-    SCOPED_TRACE(testing::Message() << "format " << format);
-    const std::uint32_t stride = PxtCalcStride(48, format);
-    const Bytes rows = RandomBytes(std::size_t{stride} * 37);
-    const test_support::PaletteBlock palette(0, test_support::RandomColors(format));
-    const auto make = [&] {
-      return test_support::BitmapPointer(
-          pixtola::MakeWrappedBitmap(rows.data(), format, 48, 37, stride, 200, 300, palette.get()));
-    };
-    const Picture expected = PictureOf(*make());
-    EXPECT_NE(expected.dpi_x, 200);  // in whole pixels a metre
-    int copies = 0;
-    for (const Fault fault : kFaults) {
-      ForEveryFault(fault, [&](FaultPlan& plan) {
-        const BitmapPointer bitmap = plan.Run(make);
-        if (bitmap == nullptr) return;
-        const Picture picture = PictureOf(*bitmap);
-        EXPECT_TRUE(picture == expected);
-        if (picture.dpi_x == expected.dpi_x) return;
-        // Nothing was encoded: what was asked for is there to the bit.
-        EXPECT_TRUE(plan.HasFired());
-        EXPECT_EQ(picture.dpi_x, 200);
-        EXPECT_EQ(picture.dpi_y, 300);
-        ++copies;
-      });
-    }
-    EXPECT_GE(copies, 1);
-  }
-}
-
-TEST(PxtInsertBytesRect, HandsOutTheRightBitmapOrNoneUnderFaults) {
-  for (const Gdiplus::PixelFormat format : {PixelFormat8bppIndexed, PixelFormat24bppRGB}) {
-    const std::uint32_t stride = PxtCalcStride(45, format);
-    const Bytes pixels = RandomBytes(std::size_t{stride} * 37);
-    for (const RECT rect : {RECT{0, 0, 44, 36}, RECT{8, 3, 30, 20}}) {
-      for (const Fault fault : kFaults) {
-        SCOPED_TRACE(testing::Message() << "format " << format << ", left " << rect.left);
-        const int failures = MakeUnderEveryFault(
-            fault,
-            [&](Gdiplus::Bitmap** result) {
-              return PxtInsertBytesRect(pixels.data(), format, 45, 37, stride, &rect, 200, 300,
-                                        result);
-            },
-            OnFailure::kIsNull);
-        // A part is locked to be taken out, a whole indexed bitmap is made without a lock.
-        const bool is_never_locked = format == PixelFormat8bppIndexed && rect.left == 0;
-        EXPECT_EQ(failures == 0, is_never_locked && fault == Fault::kLock);
-      }
+      // There is one stream, into which an encoded copy is written.
+      const Outcomes writes = MakeUnderEveryFault({.fault = Fault::kWrite,
+                                                   .on_failure = Always(OnFailure::kIsNull),
+                                                   .also_right = {copied}},
+                                                  make);
+      EXPECT_GE(writes.faults, 1U);
+      EXPECT_EQ(writes.failures, 0U);
+      if (expectations::kDecodersMishandleFailedReads) continue;
+      const Outcomes reads = MakeUnderEveryFault(
+          {.fault = Fault::kRead, .on_failure = Always(OnFailure::kIsNull)}, make);
+      EXPECT_GE(reads.failures, 1U);
     }
   }
 }
@@ -266,26 +170,6 @@ TEST(PxtExtractBytes, WritesAllPixelsOrNoneUnderFaults) {
       });
       // One lock tells the stride, another one copies.
       EXPECT_TRUE(fault != Fault::kLock || faults == 2);
-    }
-  }
-}
-
-TEST(PxtCopyBitmap, HandsOutTheRightBitmapOrNoneUnderFaults) {
-  for (const Gdiplus::PixelFormat format : kFormats) {
-    const BitmapPointer bitmap = RandomBitmap(kWidth, 37, format);
-    ASSERT_NE(bitmap, nullptr);
-    // A palette that there is no memory for counts as none.
-    std::vector<Picture> also_right;
-    if ((format & PixelFormatIndexed) != 0) {
-      also_right.push_back(test_support::WithoutPalette(PictureOf(*bitmap)));
-    }
-    for (const Fault fault : kFaults) {
-      SCOPED_TRACE(testing::Message() << "format " << format);
-      const int failures = MakeUnderEveryFault(
-          fault, [&](Gdiplus::Bitmap** copy) { return PxtCopyBitmap(bitmap.get(), copy); },
-          OnFailure::kIsNullOrLeft, also_right);
-      EXPECT_GE(failures, 1);
-      EXPECT_TRUE(CanBeLocked(*bitmap));
     }
   }
 }

@@ -45,6 +45,27 @@ inline BitmapPointer RandomBitmap(UINT width, UINT height, Gdiplus::PixelFormat 
 /// theirs unless there was no memory for an encoded copy.
 inline bool IsSameResolution(float a, float b) { return std::abs(a - b) < 0.02F; }
 
+/// Stripes, which every compression makes smaller; indexed bitmaps have black first and opaque
+/// colours.
+inline BitmapPointer Stripes(UINT width, UINT height, Gdiplus::PixelFormat format) {
+  const std::size_t row_bytes = PackedBytes(format, width);
+  Bytes rows;
+  for (UINT y = 0; y < height; ++y) {
+    rows.insert(rows.end(), row_bytes, static_cast<std::uint8_t>(y / 3 % 2 == 0 ? 0 : 0xFF));
+  }
+  BitmapPointer bitmap = MakeBitmap(width, height, format, rows);
+  if (bitmap == nullptr) return bitmap;
+  bitmap->SetResolution(200, 300);
+  if ((format & PixelFormatIndexed) != 0) {
+    std::vector<Gdiplus::ARGB> colors(std::size_t{1} << BitsOf(format));
+    for (std::size_t i = 0; i < colors.size(); ++i) {
+      colors[i] = 0xFF000000 | static_cast<Gdiplus::ARGB>(i * 0xFFFFFF / (colors.size() - 1));
+    }
+    bitmap->SetPalette(PaletteBlock(0, colors).get());
+  }
+  return bitmap;
+}
+
 /// Everything that users of a bitmap see of it.
 struct Picture {
   UINT width = 0;
@@ -55,11 +76,7 @@ struct Picture {
   std::vector<Gdiplus::ARGB> palette;
   Bytes pixels;  ///< in the format
 
-  friend bool operator==(const Picture& a, const Picture& b) {
-    return a.width == b.width && a.height == b.height && a.format == b.format &&
-           IsSameResolution(a.dpi_x, b.dpi_x) && IsSameResolution(a.dpi_y, b.dpi_y) &&
-           a.palette == b.palette && a.pixels == b.pixels;
-  }
+  friend bool operator==(const Picture&, const Picture&) = default;
 };
 
 inline Picture PictureOf(Gdiplus::Bitmap& bitmap) {

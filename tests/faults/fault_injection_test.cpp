@@ -18,6 +18,7 @@
 #include "support/faulty_stream.h"
 #include "support/temporary_folder.h"
 #include "support/test_bitmap.h"
+#include "support/tiff_file.h"
 
 namespace {
 
@@ -146,6 +147,74 @@ TEST(FaultPlan, FailsReadsAndWritesOfFiles) {
   EXPECT_EQ(read.Run([&] { return std::fread(bytes.data(), 1, 8, file); }), 0U);
   EXPECT_EQ(read.Run([&] { return std::fread(bytes.data(), 1, 8, file); }), 3U);
   std::fclose(file);
+}
+
+TEST(FaultPlan, FailsReadsAndWritesOfLibtiff) {
+  const test_support::TemporaryFolder folder;
+  const auto write = [&] { test_support::WriteTiff(folder / "file", {{.rows = {1}}}); };
+  write();
+  FaultPlan fails_to_read(Fault::kRead, 1);
+  TIFF* tiff = nullptr;
+  const std::string path = (folder / "file").string();
+  fails_to_read.Run([&] { tiff = TIFFOpen(path.c_str(), "rm"); });
+  EXPECT_EQ(tiff, nullptr);
+  EXPECT_TRUE(fails_to_read.HasFired());
+  FaultPlan fails_to_write(Fault::kWrite, 1);
+  fails_to_write.Run([&] { tiff = TIFFOpen(path.c_str(), "w"); });
+  EXPECT_EQ(tiff, nullptr);
+  EXPECT_TRUE(fails_to_write.HasFired());
+}
+
+TEST(FaultPlan, FailsWritesOfMemoryStreamsThatAreMadeUnderIt) {
+  FaultPlan plan(Fault::kWrite, 2);
+  const std::size_t before = LiveBlocks();
+  IStream* stream = nullptr;
+  plan.Run([&] { CreateStreamOnHGlobal(nullptr, TRUE, &stream); });
+  ASSERT_NE(stream, nullptr);
+  EXPECT_GT(LiveBlocks(), before);
+  EXPECT_EQ(plan.Run([&] { return stream->Write("a", 1, nullptr); }), S_OK);
+  EXPECT_EQ(plan.Run([&] { return stream->Write("b", 1, nullptr); }),
+            test_support::FaultyStream::kWriteFault);
+  stream->Release();
+  EXPECT_EQ(LiveBlocks(), before);
+}
+
+TEST(FaultPlan, LastsAsLongAsItIsToldTo) {
+  const auto allocate = [] {
+    std::string outcome;
+    for (int i = 0; i < 4; ++i) {
+      kept = std::malloc(1);
+      outcome += kept == nullptr ? 'x' : '.';
+      std::free(kept);
+    }
+    return outcome;
+  };
+  FaultPlan once(Fault::kAllocation, 2);
+  EXPECT_EQ(once.Run(allocate), ".x..");
+  FaultPlan to_the_end(Fault::kAllocation, 2, test_support::Span::kToTheEnd);
+  EXPECT_EQ(to_the_end.Run(allocate), ".xxx");
+  EXPECT_EQ(to_the_end.calls(), 4U);
+}
+
+TEST(FaultPlan, FailsEveryCallOfAnotherKind) {
+  FaultPlan plan(Fault::kLock, 1);
+  plan.FailEvery(Fault::kAllocation);
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(plan.Run([] { return std::malloc(1); }), nullptr);
+  EXPECT_EQ(plan.calls(), 0U);
+  EXPECT_FALSE(plan.HasFired());
+}
+
+TEST(LiveBlocks, KnowBitmaps) {
+  const std::size_t before = LiveBlocks();
+  FaultPlan plan(Fault::kAllocation, 100);
+  Gdiplus::GpBitmap* bitmap = nullptr;
+  plan.Run([&] {
+    return Gdiplus::DllExports::GdipCreateBitmapFromScan0(4, 4, 0, PixelFormat24bppRGB, nullptr,
+                                                          &bitmap);
+  });
+  EXPECT_GT(LiveBlocks(), before);
+  Gdiplus::DllExports::GdipDisposeImage(bitmap);
+  EXPECT_EQ(LiveBlocks(), before);
 }
 
 TEST(LiveBlocks, NoticeALeak) {

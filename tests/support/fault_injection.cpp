@@ -9,15 +9,21 @@
 #include <new>
 
 #include "Pixtola.h"
+#include "support/faulty_stream.h"
+#include "support/platform_expectations.h"
 
 #if defined(_WIN32)
 #include <malloc.h>
 #include <tiffio.h>
 #else
+#include <dlfcn.h>
 #include <sys/types.h>
 #endif
 
-// What the linker calls the functions that the calls were meant for.
+namespace Flat = Gdiplus::DllExports;
+
+// What the linker calls the functions that the calls were meant for. Some are called through
+// pointers.
 extern "C" {
 void* __real_malloc(std::size_t size);
 void* __real_calloc(std::size_t count, std::size_t size);
@@ -25,20 +31,33 @@ void* __real_realloc(void* block, std::size_t size);
 void __real_free(void* block);
 std::size_t __real_fread(void* bytes, std::size_t size, std::size_t count, std::FILE* file);
 std::size_t __real_fwrite(const void* bytes, std::size_t size, std::size_t count, std::FILE* file);
+int __real_fclose(std::FILE* file);
 Gdiplus::GpStatus __real_GdipBitmapLockBits(Gdiplus::GpBitmap* bitmap, const Gdiplus::GpRect* rect,
                                             UINT flags, Gdiplus::PixelFormat format,
                                             Gdiplus::BitmapData* data);
 #if defined(_WIN32)
 void* __real_GdipAlloc(std::size_t size);
 void __real_GdipFree(void* block);
+decltype(Flat::GdipCreateBitmapFromScan0) __real_GdipCreateBitmapFromScan0;
+decltype(Flat::GdipCreateBitmapFromFile) __real_GdipCreateBitmapFromFile;
+decltype(Flat::GdipCreateBitmapFromStream) __real_GdipCreateBitmapFromStream;
+decltype(Flat::GdipSaveImageToFile) __real_GdipSaveImageToFile;
+decltype(Flat::GdipDisposeImage) __real_GdipDisposeImage;
 void* __real__TIFFmalloc(tmsize_t size);
 void* __real__TIFFcalloc(tmsize_t count, tmsize_t size);
 void* __real__TIFFrealloc(void* block, tmsize_t size);
+extern decltype(&GlobalAlloc) __real___imp_GlobalAlloc;
+extern decltype(&GlobalFree) __real___imp_GlobalFree;
+extern decltype(&CreateStreamOnHGlobal) __real___imp_CreateStreamOnHGlobal;
+extern decltype(&CreateDIBSection) __real___imp_CreateDIBSection;
+extern decltype(&DeleteObject) __real___imp_DeleteObject;
+extern decltype(&_wfsopen) __real___imp__wfsopen;
+extern decltype(&ReadFile) __real___imp_ReadFile;
+extern decltype(&WriteFile) __real___imp_WriteFile;
 #else
-ssize_t __real_read(int descriptor, void* bytes, std::size_t size);
+HRESULT __real_CreateStreamOnHGlobal(HGLOBAL memory, BOOL deletes, IStream** stream);
 int __real_ftruncate(int descriptor, off_t size);
 int __real_fseeko(std::FILE* file, off_t offset, int origin);
-int __real_fclose(std::FILE* file);
 std::FILE* __real_fdopen(int descriptor, const char* mode);
 #endif
 }
@@ -134,7 +153,6 @@ void FreeAlignedBlock(void* block) {
 #endif
 }
 
-#if defined(_WIN32)
 /// Nothing that this thread does is counted until the end of the scope.
 class Uncounted {
  public:
@@ -148,6 +166,40 @@ class Uncounted {
  private:
   FaultPlan* plan_;
 };
+
+/// Whether memory streams are made such that they can fail.
+bool StreamsAreFaulty() {
+  if (!IsInForce()) return false;
+  const FaultPlan& plan = *plan_in_force.load();
+  return plan.Concerns(Fault::kWrite) ||
+         (plan.Concerns(Fault::kRead) && !expectations::kDecodersMishandleFailedReads);
+}
+
+/// Puts a FaultyStream, which is a block that has to be freed, in front of a new memory stream.
+/// What the stream itself takes does not count.
+void MakeFaulty(IStream*& stream) {
+  IStream* const inner = stream;
+  {
+    const Uncounted uncounted;
+    stream = FaultyStream::Create(*inner);
+  }
+  Allocated(stream);
+  inner->Release();
+}
+
+#if defined(_WIN32)
+/// Makes an object of the platform and puts it into `*place`, or fails as without memory.
+template <typename Object, typename Make>
+Gdiplus::GpStatus MakeImage(Object** place, const Make& make) {
+  if (FailsToAllocate()) {
+    *place = nullptr;
+    return Gdiplus::OutOfMemory;
+  }
+  const Gdiplus::GpStatus status = make();
+  if (status == Gdiplus::Ok) Allocated(*place);
+  return status;
+}
+
 #endif
 
 void* OrThrow(void* block) {
@@ -209,6 +261,12 @@ std::size_t __wrap_fwrite(const void* bytes, std::size_t size, std::size_t count
   return FailsToTransfer(Fault::kWrite) ? 0 : __real_fwrite(bytes, size, count, file);
 }
 
+// A file is closed even when its last bytes are lost.
+int __wrap_fclose(std::FILE* file) {
+  const int result = __real_fclose(file);
+  return FailsToTransfer(Fault::kWrite) ? EOF : result;
+}
+
 Gdiplus::GpStatus __wrap_GdipBitmapLockBits(Gdiplus::GpBitmap* bitmap, const Gdiplus::GpRect* rect,
                                             UINT flags, Gdiplus::PixelFormat format,
                                             Gdiplus::BitmapData* data) {
@@ -245,10 +303,102 @@ void* __wrap__TIFFrealloc(void* block, tmsize_t size) {
   return __real__TIFFrealloc(block, size);
 }
 
+// What the platform itself allocates is out of reach: the making of its objects stands for it.
+
+Gdiplus::GpStatus __wrap_GdipCreateBitmapFromScan0(INT width, INT height, INT stride,
+                                                   Gdiplus::PixelFormat format, BYTE* rows,
+                                                   Gdiplus::GpBitmap** bitmap) {
+  return test_support::MakeImage(bitmap, [&] {
+    return __real_GdipCreateBitmapFromScan0(width, height, stride, format, rows, bitmap);
+  });
+}
+
+Gdiplus::GpStatus __wrap_GdipCreateBitmapFromFile(const WCHAR* path, Gdiplus::GpBitmap** bitmap) {
+  return test_support::MakeImage(bitmap,
+                                 [&] { return __real_GdipCreateBitmapFromFile(path, bitmap); });
+}
+
+Gdiplus::GpStatus __wrap_GdipCreateBitmapFromStream(IStream* stream, Gdiplus::GpBitmap** bitmap) {
+  return test_support::MakeImage(bitmap,
+                                 [&] { return __real_GdipCreateBitmapFromStream(stream, bitmap); });
+}
+
+Gdiplus::GpStatus __wrap_GdipDisposeImage(Gdiplus::GpImage* image) {
+  Freed(image);
+  return __real_GdipDisposeImage(image);
+}
+
+// Its writing of files, too.
+Gdiplus::GpStatus __wrap_GdipSaveImageToFile(Gdiplus::GpImage* image, const WCHAR* path,
+                                             const CLSID* encoder,
+                                             const Gdiplus::EncoderParameters* parameters) {
+  if (FailsToTransfer(Fault::kWrite)) return Gdiplus::Win32Error;
+  return __real_GdipSaveImageToFile(image, path, encoder, parameters);
+}
+
+static HGLOBAL WINAPI AllocateGlobal(UINT flags, SIZE_T size) {
+  return FailsToAllocate() ? nullptr : Allocated(__real___imp_GlobalAlloc(flags, size));
+}
+
+static HGLOBAL WINAPI FreeGlobal(HGLOBAL memory) {
+  Freed(memory);
+  return __real___imp_GlobalFree(memory);
+}
+
+static HRESULT WINAPI CreateStream(HGLOBAL memory, BOOL deletes, IStream** stream) {
+  if (FailsToAllocate()) return E_OUTOFMEMORY;
+  const HRESULT result = __real___imp_CreateStreamOnHGlobal(memory, deletes, stream);
+  if (FAILED(result)) return result;
+  if (deletes != FALSE) Freed(memory);  // from now on it is the stream's
+  if (test_support::StreamsAreFaulty()) test_support::MakeFaulty(*stream);
+  return result;
+}
+
+static HBITMAP WINAPI CreateSection(HDC device, const BITMAPINFO* info, UINT usage, void** bits,
+                                    HANDLE section, DWORD offset) {
+  if (FailsToAllocate()) return nullptr;
+  return static_cast<HBITMAP>(
+      Allocated(__real___imp_CreateDIBSection(device, info, usage, bits, section, offset)));
+}
+
+static WINBOOL WINAPI DeleteGdiObject(HGDIOBJ object) {
+  Freed(object);
+  return __real___imp_DeleteObject(object);
+}
+
+static std::FILE* OpenShared(const wchar_t* path, const wchar_t* mode, int sharing) {
+  return FailsToAllocate() ? nullptr : __real___imp__wfsopen(path, mode, sharing);
+}
+
+// libtiff's ways to its files.
+
+static WINBOOL WINAPI ReadFromFile(HANDLE file, LPVOID bytes, DWORD size, LPDWORD read,
+                                   LPOVERLAPPED overlapped) {
+  if (FailsToTransfer(Fault::kRead)) return FALSE;
+  return __real___imp_ReadFile(file, bytes, size, read, overlapped);
+}
+
+static WINBOOL WINAPI WriteToFile(HANDLE file, LPCVOID bytes, DWORD size, LPDWORD written,
+                                  LPOVERLAPPED overlapped) {
+  if (FailsToTransfer(Fault::kWrite)) return FALSE;
+  return __real___imp_WriteFile(file, bytes, size, written, overlapped);
+}
+
+decltype(&GlobalAlloc) __wrap___imp_GlobalAlloc = AllocateGlobal;
+decltype(&GlobalFree) __wrap___imp_GlobalFree = FreeGlobal;
+decltype(&CreateStreamOnHGlobal) __wrap___imp_CreateStreamOnHGlobal = CreateStream;
+decltype(&CreateDIBSection) __wrap___imp_CreateDIBSection = CreateSection;
+decltype(&DeleteObject) __wrap___imp_DeleteObject = DeleteGdiObject;
+decltype(&_wfsopen) __wrap___imp__wfsopen = OpenShared;
+decltype(&ReadFile) __wrap___imp_ReadFile = ReadFromFile;
+decltype(&WriteFile) __wrap___imp_WriteFile = WriteToFile;
+
 #else
 
-ssize_t __wrap_read(int descriptor, void* bytes, std::size_t size) {
-  return FailsToTransfer(Fault::kRead) ? -1 : __real_read(descriptor, bytes, size);
+HRESULT __wrap_CreateStreamOnHGlobal(HGLOBAL memory, BOOL deletes, IStream** stream) {
+  const HRESULT result = __real_CreateStreamOnHGlobal(memory, deletes, stream);
+  if (SUCCEEDED(result) && test_support::StreamsAreFaulty()) test_support::MakeFaulty(*stream);
+  return result;
 }
 
 int __wrap_ftruncate(int descriptor, off_t size) {
@@ -259,16 +409,25 @@ int __wrap_fseeko(std::FILE* file, off_t offset, int origin) {
   return FailsToTransfer(Fault::kWrite) ? -1 : __real_fseeko(file, offset, origin);
 }
 
-// A file is closed even when its last bytes are lost.
-int __wrap_fclose(std::FILE* file) {
-  const int result = __real_fclose(file);
-  return FailsToTransfer(Fault::kWrite) ? EOF : result;
-}
-
 // The C library allocates there.
 std::FILE* __wrap_fdopen(int descriptor, const char* mode) {
   return FailsToAllocate() ? nullptr : __real_fdopen(descriptor, mode);
 }
+
+// These take the C library's place for the whole program, libtiff in its shared library included.
+#pragma GCC visibility push(default)
+
+ssize_t read(int descriptor, void* bytes, std::size_t size) {
+  static const auto real = reinterpret_cast<decltype(&read)>(dlsym(RTLD_NEXT, "read"));
+  return FailsToTransfer(Fault::kRead) ? -1 : real(descriptor, bytes, size);
+}
+
+ssize_t write(int descriptor, const void* bytes, std::size_t size) {
+  static const auto real = reinterpret_cast<decltype(&write)>(dlsym(RTLD_NEXT, "write"));
+  return FailsToTransfer(Fault::kWrite) ? -1 : real(descriptor, bytes, size);
+}
+
+#pragma GCC visibility pop
 
 #endif
 }

@@ -2,7 +2,9 @@
 //
 // The code under test knows nothing of this. A program that includes fault_injection.cpp is linked
 // such that calls to malloc and the others come there first (pixtola_wrap_faults in
-// tests/CMakeLists.txt). Of code in shared libraries only `new` is seen, not malloc.
+// tests/CMakeLists.txt). Of code in shared libraries `new` is seen, and reads and writes are, but
+// not malloc. Where the platform itself is such code, its functions that make objects count as
+// allocations, and those objects as blocks.
 #ifndef PIXTOLA_TESTS_FAULT_INJECTION_H_
 #define PIXTOLA_TESTS_FAULT_INJECTION_H_
 
@@ -10,21 +12,32 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 
 namespace test_support {
 
 enum class Fault {
   kAllocation,  ///< malloc and its like give null, new throws or gives null
   kLock,        ///< GdipBitmapLockBits gives OutOfMemory and does nothing
-  kRead,        ///< of a file or a FaultyStream: nothing is read
+  kRead,        ///< of a file, a FaultyStream or a memory stream: nothing is read
   kWrite        ///< nothing is written; or closing a file tells that something was not
 };
 
-/// One fault to come: the `nth` call of its kind, counted from 1, fails; those after it do not.
-/// Calls count only inside of Run, and only those of the thread that is in there.
+/// How long a fault stays.
+enum class Span {
+  kOneCall,   ///< the next call of its kind succeeds
+  kToTheEnd,  ///< all further calls of its kind fail, too
+};
+
+/// One fault to come: the `nth` call of its kind, counted from 1, fails. Calls count only inside of
+/// Run, and only those of the thread that is in there.
+///
+/// Memory streams that are made under a plan for reads or writes are FaultyStreams, as far as the
+/// platform can stand failing reads.
 class FaultPlan {
  public:
-  FaultPlan(Fault fault, std::uint32_t nth) : fault_(fault), nth_(nth) {}
+  FaultPlan(Fault fault, std::uint32_t nth, Span span = Span::kOneCall)
+      : fault_(fault), nth_(nth), span_(span) {}
   FaultPlan(const FaultPlan&) = delete;
   FaultPlan& operator=(const FaultPlan&) = delete;
 
@@ -36,12 +49,25 @@ class FaultPlan {
     return call();
   }
 
+  /// Lets every call of another kind fail, too, uncounted: for what is done only after a failure.
+  FaultPlan& FailEvery(Fault other) {
+    always_failing_ = other;
+    return *this;
+  }
+
   bool HasFired() const { return calls_ >= nth_; }
   /// Calls of the plan's kind so far, the one that failed included.
   std::uint32_t calls() const { return calls_; }
 
-  /// Counts a call; whether it is the one that has to fail.
-  bool Count(Fault fault) { return fault == fault_ && ++calls_ == nth_; }
+  /// Counts a call; whether it has to fail.
+  bool Count(Fault fault) {
+    if (fault == always_failing_) return true;
+    if (fault != fault_) return false;
+    ++calls_;
+    return calls_ == nth_ || (HasFired() && span_ == Span::kToTheEnd);
+  }
+
+  bool Concerns(Fault fault) const { return fault == fault_ || fault == always_failing_; }
 
  private:
   /// The plan is in force from here to the end of the scope. There is one at a time.
@@ -55,6 +81,8 @@ class FaultPlan {
 
   Fault fault_;
   std::uint32_t nth_;
+  Span span_;
+  std::optional<Fault> always_failing_;
   std::uint32_t calls_ = 0;
 };
 
@@ -71,12 +99,12 @@ std::size_t LiveBlocks();
 ///
 /// Make the call under test once before: what a library allocates at its first use, it keeps.
 template <typename Function>
-std::uint32_t ForEveryFault(Fault fault, const Function& function) {
+std::uint32_t ForEveryFault(Fault fault, const Function& function, Span span = Span::kOneCall) {
   constexpr std::uint32_t kTooMany = 10000;
   const bool had_failed = testing::Test::HasFailure();
   for (std::uint32_t nth = 1; nth <= kTooMany; ++nth) {
     SCOPED_TRACE(testing::Message() << "with fault " << nth);
-    FaultPlan plan(fault, nth);
+    FaultPlan plan(fault, nth, span);
     const std::size_t blocks_before = LiveBlocks();
     function(plan);
     EXPECT_EQ(LiveBlocks(), blocks_before) << "a block was not freed";

@@ -67,6 +67,7 @@ inline void Write(IStream& stream, const Bytes& bytes) {
 /// Up to `size` bytes from the position on.
 inline Bytes Read(IStream& stream, std::uint64_t size) {
   Bytes bytes(static_cast<std::size_t>(size));
+  if (bytes.empty()) return bytes;  // without an address to read to
   ULONG read = 0;
   EXPECT_TRUE(SUCCEEDED(stream.Read(bytes.data(), static_cast<ULONG>(size), &read)));
   bytes.resize(read);

@@ -116,6 +116,10 @@ inline constexpr bool kMemoryStreamsCrashOnNullPlaces = kIsWine;
 /// Selecting a frame that a bitmap does not have gives InvalidParameter instead of Win32Error.
 inline constexpr bool kMissingFramesAreInvalidParameters = kIsWine;
 
+/// Decoders go on without a palette that cannot be read from a stream, and keep a reference to a
+/// stream whose pixels cannot be read.
+inline constexpr bool kDecodersMishandleFailedReads = kIsWine;
+
 }  // namespace expectations
 
 #endif  // PIXTOLA_TESTS_PLATFORM_EXPECTATIONS_H_

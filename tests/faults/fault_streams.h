@@ -1,0 +1,17 @@
+// Streams for tests of failures.
+#ifndef PIXTOLA_TESTS_FAULT_STREAMS_H_
+#define PIXTOLA_TESTS_FAULT_STREAMS_H_
+
+#include "support/faulty_stream.h"
+#include "support/memory_streams.h"
+
+namespace test_support {
+
+/// A stream of its own in front of another one: its reads and writes can fail.
+inline StreamPointer InFrontOf(IStream& stream) {
+  return StreamPointer(FaultyStream::Create(stream));
+}
+
+}  // namespace test_support
+
+#endif  // PIXTOLA_TESTS_FAULT_STREAMS_H_

@@ -1,0 +1,257 @@
+// Saving to new memory streams when memory lacks, a bitmap cannot be locked or the stream cannot be
+// written: all types.
+
+#include <gtest/gtest.h>
+
+#include "faults/fault_images.h"
+#include "faults/fault_makers.h"
+#include "faults/fault_streams.h"
+#include "io/tiff_writer.h"
+#include "support/fault_injection.h"
+#include "support/temporary_folder.h"
+#include "support/tiff_file.h"
+
+namespace {
+
+using test_support::BitmapPointer;
+using test_support::Bytes;
+using test_support::BytesOf;
+using test_support::CanBeLocked;
+using test_support::Fault;
+using test_support::FaultPlan;
+using test_support::ForEveryFault;
+using test_support::Picture;
+using test_support::PictureOf;
+using test_support::RandomBitmap;
+using test_support::Receive;
+using test_support::Span;
+using test_support::StreamPointer;
+using test_support::Stripes;
+using test_support::UntouchedStream;
+
+constexpr Fault kFaults[] = {Fault::kAllocation, Fault::kLock, Fault::kWrite};
+constexpr Span kSpans[] = {Span::kOneCall, Span::kToTheEnd};
+constexpr Gdiplus::PixelFormat kFormats[] = {PixelFormat1bppIndexed, PixelFormat8bppIndexed,
+                                             PixelFormat24bppRGB, PixelFormat32bppARGB};
+constexpr PxtFileType kPlatformTypes[] = {
+    PxtFileTypeBmp,     PxtFileTypeGif,      PxtFileTypeJpeg,    PxtFileTypePng,
+    PxtFileTypeTiffLzw, PxtFileTypeTiffNone, PxtFileTypeJpegLow, PxtFileTypeJpegHigh};
+constexpr PxtFileType kTiffTypes[] = {PxtFileTypeTiffGroup3, PxtFileTypeTiffGroup4,
+                                      PxtFileTypeTiffLzw, PxtFileTypeTiffRunLength,
+                                      PxtFileTypeTiffNone};
+
+bool IsReadableGif(PxtFileType type, Gdiplus::PixelFormat format) {
+  return type != PxtFileTypeGif || format == PixelFormat8bppIndexed ||
+         !expectations::kGifEncoderKnows8BitsOnly;
+}
+
+bool IsTiff(PxtFileType type) {
+  return type >= PxtFileTypeTiffGroup3 && type <= PxtFileTypeTiffNone;
+}
+
+/// What the image in a stream shows; nothing when it cannot be decoded.
+Picture PictureIn(IStream& stream) {
+  BitmapPointer bitmap;
+  PxtExtractBitmap(&stream, Receive(bitmap));
+  return bitmap != nullptr ? PictureOf(*bitmap) : Picture{};
+}
+
+Picture WithoutDpi(const Picture& picture) { return test_support::WithDpi(picture, 0, 0); }
+
+/// Saves the bitmap under every fault and lets `check` look at each stream. A stream that is not
+/// handed out is not left behind. Returns how many calls failed.
+template <typename Check>
+int SaveUnderEveryFault(Fault fault, Span span, Gdiplus::Bitmap& bitmap, PxtFileType type,
+                        const Check& check) {
+  IStream* whole = nullptr;
+  EXPECT_EQ(PxtSaveBitmapToStream(&bitmap, &whole, type), 1);
+  if (whole == nullptr) return 0;
+  const StreamPointer undisturbed(whole);
+  const Bytes bytes = BytesOf(*undisturbed);
+  EXPECT_FALSE(bytes.empty());
+  int failures = 0;
+  std::uint32_t nth = 0;
+  ForEveryFault(
+      fault,
+      [&](FaultPlan& plan) {
+        ++nth;
+        bitmap.GetLastStatus();
+        IStream* saved = UntouchedStream();
+        const int result = plan.Run([&] { return PxtSaveBitmapToStream(&bitmap, &saved, type); });
+        EXPECT_TRUE(CanBeLocked(bitmap));
+        if (result == 0) {
+          EXPECT_TRUE(plan.HasFired());
+          EXPECT_EQ(saved, UntouchedStream());
+          ++failures;
+          return;
+        }
+        EXPECT_EQ(result, 1);
+        ASSERT_NE(saved, UntouchedStream());
+        ASSERT_NE(saved, nullptr);
+        const StreamPointer owned(saved);
+        EXPECT_TRUE(plan.HasFired() || BytesOf(*saved) == bytes);
+        EXPECT_TRUE(plan.HasFired() || bitmap.GetLastStatus() == Gdiplus::Ok);
+        check(plan, nth, *saved, *undisturbed);
+        // One reference was handed out.
+        EXPECT_EQ(saved->AddRef(), 2U);
+        EXPECT_EQ(saved->Release(), 1U);
+      },
+      span);
+  return failures;
+}
+
+TEST(PxtSaveBitmapToStreamUnderFaults, HandsOutAWholeImageOrNothing) {
+  for (const Gdiplus::PixelFormat format : kFormats) {
+    const BitmapPointer bitmap = RandomBitmap(48, 37, format);
+    for (const PxtFileType type : kPlatformTypes) {
+      if (!IsReadableGif(type, format)) continue;
+      // Of these libtiff has the first try.
+      if (IsTiff(type) && format == PixelFormat1bppIndexed) continue;
+      for (const Fault fault : kFaults) {
+        for (const Span span : kSpans) {
+          SCOPED_TRACE(testing::Message() << "format " << format << ", type " << type << ", fault "
+                                          << static_cast<int>(fault));
+          const int failures = SaveUnderEveryFault(
+              fault, span, *bitmap, type,
+              [](const FaultPlan&, std::uint32_t, IStream& saved, IStream& undisturbed) {
+                EXPECT_TRUE(BytesOf(saved) == BytesOf(undisturbed));
+              });
+          EXPECT_EQ(failures > 0, fault != Fault::kLock);
+        }
+      }
+    }
+  }
+}
+
+TEST(PxtSaveBitmapToStreamUnderFaults, KeepsThePlatformsFailure) {
+  const BitmapPointer bitmap = RandomBitmap(48, 37, PixelFormat24bppRGB);
+  for (const PxtFileType type : kPlatformTypes) {
+    if (!IsReadableGif(type, PixelFormat24bppRGB)) continue;
+    FaultPlan plan(Fault::kWrite, 1);
+    bitmap->GetLastStatus();
+    IStream* saved = UntouchedStream();
+    EXPECT_EQ(plan.Run([&] { return PxtSaveBitmapToStream(bitmap.get(), &saved, type); }), 0);
+    EXPECT_NE(bitmap->GetLastStatus(), Gdiplus::Ok) << type;
+  }
+}
+
+// libtiff's failure is not the last word: the platform's encoder comes next, and what it writes is
+// the image that is handed out.
+TEST(PxtSaveBitmapToStreamUnderFaults, LetsThePlatformWriteWhatLibtiffCannot) {
+  const BitmapPointer bitmap = Stripes(800, 300, PixelFormat1bppIndexed);
+  for (const PxtFileType type : kTiffTypes) {
+    SCOPED_TRACE(testing::Message() << "type " << type);
+    const test_support::TemporaryFolder folder;
+    ASSERT_EQ(PxtSaveBitmapToFile(bitmap.get(), type, (folder / "file").wstring().c_str()), 1);
+    const std::uint32_t strips =
+        TIFFNumberOfStrips(test_support::OpenTiff(folder / "file", "r").get());
+    EXPECT_GE(strips, 2U);
+    const int failures = SaveUnderEveryFault(
+        Fault::kWrite, Span::kOneCall, *bitmap, type,
+        [&](const FaultPlan& plan, std::uint32_t nth, IStream& saved, IStream& undisturbed) {
+          // The header and the strips. Nobody looks whether the directory could be written.
+          if (plan.HasFired() && nth > 1 + strips) return;
+          EXPECT_TRUE(WithoutDpi(PictureIn(saved)) == WithoutDpi(PictureIn(undisturbed))) << nth;
+        });
+    EXPECT_EQ(failures, 0);
+  }
+}
+
+TEST(PxtSaveBitmapToStreamUnderFaults, TellsOfFailureWhenNeitherCanWrite) {
+  for (const Gdiplus::PixelFormat format : {PixelFormat1bppIndexed, PixelFormat24bppRGB}) {
+    const BitmapPointer bitmap = Stripes(800, 60, format);
+    for (const PxtFileType type : kTiffTypes) {
+      if (format == PixelFormat24bppRGB &&
+          (type == PxtFileTypeTiffLzw || type == PxtFileTypeTiffNone)) {
+        continue;
+      }
+      SCOPED_TRACE(testing::Message() << "format " << format << ", type " << type);
+      const int failures =
+          SaveUnderEveryFault(Fault::kWrite, Span::kToTheEnd, *bitmap, type,
+                              [](const FaultPlan&, std::uint32_t, IStream&, IStream&) {});
+      EXPECT_GE(failures, 2);
+    }
+  }
+}
+
+/// How many faults leave libtiff's writer with a page that it takes for written, though the stream
+/// could not grow for the directory.
+int CountUnnoticedFaults(Gdiplus::Bitmap& bitmap, PxtFileType type, Span span) {
+  BitmapPointer converted;
+  if (bitmap.GetPixelFormat() != PixelFormat1bppIndexed) {
+    const PxtConversionMethod method =
+        type == PxtFileTypeTiffRunLength ? MethodBilevelOtsu : MethodBilevelDiffusion;
+    EXPECT_EQ(PxtBitmapToBitmap(method, bitmap, Receive(converted)), 1);
+  }
+  Gdiplus::Bitmap& written = converted != nullptr ? *converted : bitmap;
+  int unnoticed = 0;
+  ForEveryFault(
+      Fault::kAllocation,
+      [&](FaultPlan& plan) {
+        const StreamPointer stream = test_support::EmptyStream();
+        const int result =
+            plan.Run([&] { return pixtola::WriteTiffStream(&written, type, stream.get()); });
+        unnoticed += result == 1 && PictureIn(*stream) == Picture{} ? 1 : 0;
+      },
+      span);
+  return unnoticed;
+}
+
+TEST(PxtSaveBitmapToStreamUnderFaults, WritesFaxAndRunLengthsOrTellsOfFailureWithoutMemory) {
+  for (const Gdiplus::PixelFormat format : kFormats) {
+    const BitmapPointer bitmap = RandomBitmap(48, 37, format);
+    bitmap->SetPalette(test_support::PaletteBlock(0, {0xFF000000, 0xFFFFFFFF}).get());
+    for (const PxtFileType type :
+         {PxtFileTypeTiffGroup3, PxtFileTypeTiffGroup4, PxtFileTypeTiffRunLength}) {
+      for (const Span span : kSpans) {
+        SCOPED_TRACE(testing::Message() << "format " << format << ", type " << type);
+        int unreadable = 0;
+        const int failures = SaveUnderEveryFault(
+            Fault::kAllocation, span, *bitmap, type,
+            [&](const FaultPlan&, std::uint32_t nth, IStream& saved, IStream& undisturbed) {
+              const Picture expected = WithoutDpi(PictureIn(undisturbed));
+              // A palette that there is no memory for counts as none: 0 is white then.
+              Picture inverted = expected;
+              for (std::uint8_t& byte : inverted.pixels) byte = static_cast<std::uint8_t>(~byte);
+              const Picture shown = WithoutDpi(PictureIn(saved));
+              const bool is_unreadable = shown == Picture{};
+              EXPECT_TRUE(is_unreadable || shown == expected || shown == inverted) << nth;
+              unreadable += is_unreadable ? 1 : 0;
+            });
+        EXPECT_GE(failures, 3);
+        EXPECT_LE(unreadable, CountUnnoticedFaults(*bitmap, type, span));
+      }
+    }
+  }
+}
+
+TEST(PxtSaveBitmapToStreamUnderFaults, LetsThePlatformWriteWhatLibtiffCannotLock) {
+  for (const Gdiplus::PixelFormat format : {PixelFormat1bppIndexed, PixelFormat24bppRGB}) {
+    const BitmapPointer bitmap = Stripes(800, 60, format);
+    const bool is_converted = format == PixelFormat24bppRGB;
+    for (const PxtFileType type :
+         {PxtFileTypeTiffGroup3, PxtFileTypeTiffGroup4, PxtFileTypeTiffRunLength}) {
+      SCOPED_TRACE(testing::Message() << "format " << format << ", type " << type);
+      const int failures = SaveUnderEveryFault(
+          Fault::kLock, Span::kOneCall, *bitmap, type,
+          [&](const FaultPlan& plan, std::uint32_t nth, IStream& saved, IStream& undisturbed) {
+            EXPECT_TRUE(WithoutDpi(PictureIn(saved)) == WithoutDpi(PictureIn(undisturbed))) << nth;
+            EXPECT_EQ(bitmap->GetLastStatus(),
+                      plan.HasFired() && !is_converted ? Gdiplus::OutOfMemory : Gdiplus::Ok);
+          });
+      EXPECT_EQ(failures, is_converted ? 1 : 0);
+    }
+  }
+}
+
+TEST(PxtSaveBitmapToStreamUnderFaults, HandsOutNothingForPcx) {
+  const BitmapPointer bitmap = RandomBitmap(48, 37, PixelFormat24bppRGB);
+  ForEveryFault(Fault::kAllocation, [&](FaultPlan& plan) {
+    IStream* saved = UntouchedStream();
+    EXPECT_EQ(plan.Run([&] { return PxtSaveBitmapToStream(bitmap.get(), &saved, PxtFileTypePcx); }),
+              0);
+    EXPECT_EQ(saved, UntouchedStream());
+  });
+}
+
+}  // namespace
