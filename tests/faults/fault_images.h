@@ -7,6 +7,7 @@
 #include <random>
 #include <vector>
 
+#include "support/platform_expectations.h"
 #include "support/test_bitmap.h"
 
 namespace test_support {
@@ -87,6 +88,15 @@ inline Picture PictureOf(Gdiplus::Bitmap& bitmap) {
           bitmap.GetVerticalResolution(),
           PaletteOf(bitmap),
           PixelsOf(bitmap)};
+}
+
+/// What of a picture every way of writing TIFF keeps: libtiff's and the platform's count dots in
+/// units of their own.
+inline Picture AsTiffKeeps(Picture picture) {
+  picture.dpi_x = 0;
+  picture.dpi_y = 0;
+  if (expectations::kTiffPalettesLackLowBytes) picture.palette.clear();
+  return picture;
 }
 
 /// `picture` as a bitmap is that was made of its pixels without a palette.

@@ -15,6 +15,7 @@
 
 namespace {
 
+using test_support::AsTiffKeeps;
 using test_support::BitmapPointer;
 using test_support::Bytes;
 using test_support::CanBeLocked;
@@ -50,9 +51,6 @@ Picture Inverted(Picture picture) {
   for (std::uint8_t& byte : picture.pixels) byte = static_cast<std::uint8_t>(~byte);
   return picture;
 }
-
-/// A picture but for the resolution, which each way of writing keeps in units of its own.
-Picture WithoutDpi(const Picture& picture) { return test_support::WithDpi(picture, 0, 0); }
 
 class SavingUnderFaults : public testing::Test {
  protected:
@@ -201,7 +199,7 @@ TEST_F(SavingUnderFaults, LetsThePlatformWriteWhatLibtiffCannot) {
             const Picture& undisturbed) {
           EXPECT_EQ(outcome.result, 1);
           if (plan.HasFired() && nth > watched) return;
-          EXPECT_TRUE(WithoutDpi(outcome.picture) == WithoutDpi(undisturbed)) << nth;
+          EXPECT_TRUE(AsTiffKeeps(outcome.picture) == AsTiffKeeps(undisturbed)) << nth;
           EXPECT_NEAR(outcome.picture.dpi_x, 200, 0.02);
           EXPECT_NEAR(outcome.picture.dpi_y, 300, 0.02);
           EXPECT_EQ(bitmap->GetLastStatus(), Gdiplus::Ok);
@@ -237,9 +235,9 @@ TEST_F(SavingUnderFaults, WritesFaxAndRunLengthsOrTellsOfFailureWithoutMemory) {
             Fault::kAllocation, span, *bitmap, type,
             [](const FaultPlan&, std::uint32_t, const Outcome& outcome,
                const Picture& undisturbed) {
-              const Picture shown = WithoutDpi(outcome.picture);
-              EXPECT_TRUE(outcome.result == 0 || shown == WithoutDpi(undisturbed) ||
-                          shown == WithoutDpi(Inverted(undisturbed)));
+              const Picture shown = AsTiffKeeps(outcome.picture);
+              EXPECT_TRUE(outcome.result == 0 || shown == AsTiffKeeps(undisturbed) ||
+                          shown == AsTiffKeeps(Inverted(undisturbed)));
             });
         EXPECT_GE(failures, 1);
       }
@@ -274,7 +272,7 @@ TEST_F(SavingUnderFaults, LetsThePlatformWriteWhatLibtiffCannotLock) {
               const Picture& undisturbed) {
             if (is_converted && nth == 1) return;
             EXPECT_EQ(outcome.result, 1);
-            EXPECT_TRUE(WithoutDpi(outcome.picture) == WithoutDpi(undisturbed));
+            EXPECT_TRUE(AsTiffKeeps(outcome.picture) == AsTiffKeeps(undisturbed));
             // It is the saved bitmap that keeps the status.
             EXPECT_EQ(bitmap->GetLastStatus(),
                       plan.HasFired() && !is_converted ? Gdiplus::OutOfMemory : Gdiplus::Ok);

@@ -13,6 +13,7 @@
 
 namespace {
 
+using test_support::AsTiffKeeps;
 using test_support::BitmapPointer;
 using test_support::Bytes;
 using test_support::BytesOf;
@@ -49,14 +50,19 @@ bool IsTiff(PxtFileType type) {
   return type >= PxtFileTypeTiffGroup3 && type <= PxtFileTypeTiffNone;
 }
 
+/// Whether the platform's encoder tells of bytes that the stream does not take.
+bool NoticesFailedWrites(PxtFileType type) {
+  const bool is_jpeg =
+      type == PxtFileTypeJpeg || type == PxtFileTypeJpegLow || type == PxtFileTypeJpegHigh;
+  return !expectations::kEncodersMishandleFailedWrites || (!is_jpeg && !IsTiff(type));
+}
+
 /// What the image in a stream shows; nothing when it cannot be decoded.
 Picture PictureIn(IStream& stream) {
   BitmapPointer bitmap;
   PxtExtractBitmap(&stream, Receive(bitmap));
   return bitmap != nullptr ? PictureOf(*bitmap) : Picture{};
 }
-
-Picture WithoutDpi(const Picture& picture) { return test_support::WithDpi(picture, 0, 0); }
 
 /// Saves the bitmap under every fault and lets `check` look at each stream. A stream that is not
 /// handed out is not left behind. Returns how many calls failed.
@@ -67,8 +73,9 @@ int SaveUnderEveryFault(Fault fault, Span span, Gdiplus::Bitmap& bitmap, PxtFile
   EXPECT_EQ(PxtSaveBitmapToStream(&bitmap, &whole, type), 1);
   if (whole == nullptr) return 0;
   const StreamPointer undisturbed(whole);
-  const Bytes bytes = BytesOf(*undisturbed);
-  EXPECT_FALSE(bytes.empty());
+  // Not all bytes are the encoder's: where it skips one, some platforms leave what was there.
+  const std::uint64_t size = test_support::SizeOf(*undisturbed);
+  EXPECT_NE(size, 0U);
   int failures = 0;
   std::uint32_t nth = 0;
   ForEveryFault(
@@ -89,7 +96,7 @@ int SaveUnderEveryFault(Fault fault, Span span, Gdiplus::Bitmap& bitmap, PxtFile
         ASSERT_NE(saved, UntouchedStream());
         ASSERT_NE(saved, nullptr);
         const StreamPointer owned(saved);
-        EXPECT_TRUE(plan.HasFired() || BytesOf(*saved) == bytes);
+        EXPECT_TRUE(plan.HasFired() || test_support::SizeOf(*saved) == size);
         EXPECT_TRUE(plan.HasFired() || bitmap.GetLastStatus() == Gdiplus::Ok);
         check(plan, nth, *saved, *undisturbed);
         // One reference was handed out.
@@ -108,6 +115,7 @@ TEST(PxtSaveBitmapToStreamUnderFaults, HandsOutAWholeImageOrNothing) {
       // Of these libtiff has the first try.
       if (IsTiff(type) && format == PixelFormat1bppIndexed) continue;
       for (const Fault fault : kFaults) {
+        if (fault == Fault::kWrite && !NoticesFailedWrites(type)) continue;
         for (const Span span : kSpans) {
           SCOPED_TRACE(testing::Message() << "format " << format << ", type " << type << ", fault "
                                           << static_cast<int>(fault));
@@ -126,7 +134,7 @@ TEST(PxtSaveBitmapToStreamUnderFaults, HandsOutAWholeImageOrNothing) {
 TEST(PxtSaveBitmapToStreamUnderFaults, KeepsThePlatformsFailure) {
   const BitmapPointer bitmap = RandomBitmap(48, 37, PixelFormat24bppRGB);
   for (const PxtFileType type : kPlatformTypes) {
-    if (!IsReadableGif(type, PixelFormat24bppRGB)) continue;
+    if (!IsReadableGif(type, PixelFormat24bppRGB) || !NoticesFailedWrites(type)) continue;
     FaultPlan plan(Fault::kWrite, 1);
     bitmap->GetLastStatus();
     IStream* saved = UntouchedStream();
@@ -151,13 +159,14 @@ TEST(PxtSaveBitmapToStreamUnderFaults, LetsThePlatformWriteWhatLibtiffCannot) {
         [&](const FaultPlan& plan, std::uint32_t nth, IStream& saved, IStream& undisturbed) {
           // The header and the strips. Nobody looks whether the directory could be written.
           if (plan.HasFired() && nth > 1 + strips) return;
-          EXPECT_TRUE(WithoutDpi(PictureIn(saved)) == WithoutDpi(PictureIn(undisturbed))) << nth;
+          EXPECT_TRUE(AsTiffKeeps(PictureIn(saved)) == AsTiffKeeps(PictureIn(undisturbed))) << nth;
         });
     EXPECT_EQ(failures, 0);
   }
 }
 
 TEST(PxtSaveBitmapToStreamUnderFaults, TellsOfFailureWhenNeitherCanWrite) {
+  if (!NoticesFailedWrites(PxtFileTypeTiffGroup4)) GTEST_SKIP() << "the platform does not";
   for (const Gdiplus::PixelFormat format : {PixelFormat1bppIndexed, PixelFormat24bppRGB}) {
     const BitmapPointer bitmap = Stripes(800, 60, format);
     for (const PxtFileType type : kTiffTypes) {
@@ -209,11 +218,11 @@ TEST(PxtSaveBitmapToStreamUnderFaults, WritesFaxAndRunLengthsOrTellsOfFailureWit
         const int failures = SaveUnderEveryFault(
             Fault::kAllocation, span, *bitmap, type,
             [&](const FaultPlan&, std::uint32_t nth, IStream& saved, IStream& undisturbed) {
-              const Picture expected = WithoutDpi(PictureIn(undisturbed));
+              const Picture expected = AsTiffKeeps(PictureIn(undisturbed));
               // A palette that there is no memory for counts as none: 0 is white then.
               Picture inverted = expected;
               for (std::uint8_t& byte : inverted.pixels) byte = static_cast<std::uint8_t>(~byte);
-              const Picture shown = WithoutDpi(PictureIn(saved));
+              const Picture shown = AsTiffKeeps(PictureIn(saved));
               const bool is_unreadable = shown == Picture{};
               EXPECT_TRUE(is_unreadable || shown == expected || shown == inverted) << nth;
               unreadable += is_unreadable ? 1 : 0;
@@ -235,7 +244,8 @@ TEST(PxtSaveBitmapToStreamUnderFaults, LetsThePlatformWriteWhatLibtiffCannotLock
       const int failures = SaveUnderEveryFault(
           Fault::kLock, Span::kOneCall, *bitmap, type,
           [&](const FaultPlan& plan, std::uint32_t nth, IStream& saved, IStream& undisturbed) {
-            EXPECT_TRUE(WithoutDpi(PictureIn(saved)) == WithoutDpi(PictureIn(undisturbed))) << nth;
+            EXPECT_TRUE(AsTiffKeeps(PictureIn(saved)) == AsTiffKeeps(PictureIn(undisturbed)))
+                << nth;
             EXPECT_EQ(bitmap->GetLastStatus(),
                       plan.HasFired() && !is_converted ? Gdiplus::OutOfMemory : Gdiplus::Ok);
           });

@@ -237,6 +237,7 @@ TEST_P(TiffReaderUnderFaults, LeavesOutStripsOfDeepPagesThatCannotBeRead) {
 
 TEST_P(TiffReaderUnderFaults, LeavesLibtiffFreeForOthers) {
   Prepare({PageOf(1, 1, PHOTOMETRIC_MINISBLACK)});
+  ReadUndisturbed();
   for (const Fault fault : {Fault::kAllocation, Fault::kRead}) {
     WithStream([&] {
       return ForEveryFault(fault, [&](FaultPlan& plan) {

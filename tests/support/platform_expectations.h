@@ -120,6 +120,9 @@ inline constexpr bool kMissingFramesAreInvalidParameters = kIsWine;
 /// stream whose pixels cannot be read.
 inline constexpr bool kDecodersMishandleFailedReads = kIsWine;
 
+/// Encoders overlook bytes that a stream does not take (JPEG), or crash (TIFF).
+inline constexpr bool kEncodersMishandleFailedWrites = kIsWine;
+
 }  // namespace expectations
 
 #endif  // PIXTOLA_TESTS_PLATFORM_EXPECTATIONS_H_
