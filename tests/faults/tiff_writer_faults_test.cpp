@@ -148,8 +148,8 @@ TEST_F(TiffWriterUnderFaults, WritesAPageOrTellsOfFailureWithoutMemory) {
             EXPECT_EQ(written->GetHeight(), bitmap.GetHeight());
           },
           span);
-      // The name and the strip.
-      EXPECT_GE(failures, 2U);
+      // The strip, if nothing else.
+      EXPECT_GE(failures, 1U);
     }
     EXPECT_EQ(bitmap.GetLastStatus(), Gdiplus::Ok);
   });

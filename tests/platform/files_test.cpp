@@ -16,18 +16,29 @@ namespace {
 
 using test_support::TemporaryFolder;
 
-TEST(Utf8FromWide, EncodesEveryLength) {
-  EXPECT_EQ(Utf8FromWide(L"a\u00E4\u20AC\U0001F600"), "a\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80");
-  EXPECT_EQ(Utf8FromWide(L""), "");
+TEST(Utf8Path, EncodesEveryLength) {
+  const Utf8Path path(L"a\u00E4\u20AC\U0001F600");
+  EXPECT_TRUE(path.is_valid());
+  EXPECT_STREQ(path.c_str(), "a\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80");
+  const Utf8Path nothing(L"");
+  EXPECT_TRUE(nothing.is_valid());
+  EXPECT_STREQ(nothing.c_str(), "");
 }
 
-TEST(Utf8FromWide, RefusesWhatIsNoCharacter) {
+TEST(Utf8Path, RefusesWhatIsNoCharacter) {
   const wchar_t surrogate[] = {static_cast<wchar_t>(0xD800), 0};
   const wchar_t beyond[] = {static_cast<wchar_t>(0x110000), 0};
   const wchar_t negative[] = {static_cast<wchar_t>(-1), 0};
-  EXPECT_EQ(Utf8FromWide(surrogate), std::nullopt);
-  EXPECT_EQ(Utf8FromWide(beyond), std::nullopt);
-  EXPECT_EQ(Utf8FromWide(negative), std::nullopt);
+  EXPECT_FALSE(Utf8Path(surrogate).is_valid());
+  EXPECT_FALSE(Utf8Path(beyond).is_valid());
+  EXPECT_FALSE(Utf8Path(negative).is_valid());
+}
+
+TEST(Utf8Path, IsNoLongerThanTheSystemTakes) {
+  const std::wstring three_bytes(1365, L'\u20AC');  // 4095 bytes and the closing zero
+  EXPECT_TRUE(Utf8Path(three_bytes.c_str()).is_valid());
+  EXPECT_FALSE(Utf8Path((three_bytes + L"a").c_str()).is_valid());
+  EXPECT_FALSE(Utf8Path(nullptr).is_valid());
 }
 
 TEST(ReadFile, ReadsRegularFilesOnly) {

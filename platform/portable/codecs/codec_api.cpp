@@ -66,10 +66,10 @@ Status DecodeBytes(EncodedBytes bytes, std::unique_ptr<BitmapObject>& bitmap) {
 }
 
 Status DecodeFile(const wchar_t* path, std::unique_ptr<BitmapObject>& bitmap) {
-  const std::optional<std::string> utf8_path = Utf8FromWide(path);
-  if (!utf8_path.has_value()) return Gdiplus::InvalidParameter;
+  const Utf8Path utf8_path(path);
+  if (!utf8_path.is_valid()) return Gdiplus::InvalidParameter;
   FileBytes file;
-  const Status status = ReadFile(utf8_path->c_str(), file);
+  const Status status = ReadFile(utf8_path.c_str(), file);
   if (status != Gdiplus::Ok) return status;
   return DecodeBytes({file.bytes.get(), file.size}, bitmap);
 }
@@ -96,11 +96,11 @@ bool CanBeEncoded(const BitmapObject& bitmap) {
 Status EncodeFile(const BitmapObject& bitmap, const wchar_t* path, const CLSID& encoder,
                   const Gdiplus::EncoderParameters* parameters) {
   const Codec* codec = FindEncoder(encoder);
-  const std::optional<std::string> utf8_path = Utf8FromWide(path);
-  if (codec == nullptr || !utf8_path.has_value() || !CanBeEncoded(bitmap)) {
+  const Utf8Path utf8_path(path);
+  if (codec == nullptr || !utf8_path.is_valid() || !CanBeEncoded(bitmap)) {
     return Gdiplus::InvalidParameter;
   }
-  FileSink sink(utf8_path->c_str());
+  FileSink sink(utf8_path.c_str());
   if (!sink.is_open()) return Gdiplus::Win32Error;
   Status status = codec->encode(bitmap, parameters, sink);
   if (status == Gdiplus::Ok && !sink.Close()) status = Gdiplus::Win32Error;

@@ -1,39 +1,42 @@
 #include "system/utf8.h"
 
+#include <cstddef>
 #include <cstdint>
 
 namespace pixtola::portable {
 
+namespace {
+
 static_assert(sizeof(wchar_t) == 4, "wide characters are whole code points");
 
-std::optional<std::string> Utf8FromWide(const wchar_t* text) {
-  std::string utf8;
-  for (; *text != L'\0'; ++text) {
-    const auto code = static_cast<std::uint32_t>(*text);
-    const auto append_tail = [&utf8, code](unsigned shift) {
-      utf8.push_back(static_cast<char>(0x80 | (code >> shift & 0x3F)));
-    };
-    if (code < 0x80) {
-      utf8.push_back(static_cast<char>(code));
-    } else if (code < 0x800) {
-      utf8.push_back(static_cast<char>(0xC0 | code >> 6));
-      append_tail(0);
-    } else if (code < 0x10000) {
-      if (code >= 0xD800 && code < 0xE000)
-        return std::nullopt;  // surrogates stand for no character
-      utf8.push_back(static_cast<char>(0xE0 | code >> 12));
-      append_tail(6);
-      append_tail(0);
-    } else if (code < 0x110000) {
-      utf8.push_back(static_cast<char>(0xF0 | code >> 18));
-      append_tail(12);
-      append_tail(6);
-      append_tail(0);
-    } else {
-      return std::nullopt;
+/// The bytes that a character takes; 0 for what is no character.
+unsigned EncodedSize(std::uint32_t code) {
+  if (code < 0x80) return 1;
+  if (code < 0x800) return 2;
+  if (code < 0x10000) return code >= 0xD800 && code < 0xE000 ? 0 : 3;  // surrogates stand for none
+  return code < 0x110000 ? 4 : 0;
+}
+
+}  // namespace
+
+Utf8Path::Utf8Path(const wchar_t* path) {
+  constexpr unsigned kLeadingBits[] = {0, 0x00, 0xC0, 0xE0, 0xF0};
+  bytes_[0] = '\0';
+  if (path == nullptr) return;
+  std::size_t size = 0;
+  for (; *path != L'\0'; ++path) {
+    const auto code = static_cast<std::uint32_t>(*path);
+    const unsigned length = EncodedSize(code);
+    if (length == 0 || size + length >= sizeof(bytes_)) return;
+    unsigned shift = 6 * (length - 1);
+    bytes_[size++] = static_cast<char>(kLeadingBits[length] | code >> shift);
+    while (shift != 0) {
+      shift -= 6;
+      bytes_[size++] = static_cast<char>(0x80 | (code >> shift & 0x3F));
     }
   }
-  return utf8;
+  bytes_[size] = '\0';
+  is_valid_ = true;
 }
 
 }  // namespace pixtola::portable

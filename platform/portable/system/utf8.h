@@ -2,13 +2,24 @@
 #ifndef PIXTOLA_PORTABLE_UTF8_H_
 #define PIXTOLA_PORTABLE_UTF8_H_
 
-#include <optional>
-#include <string>
+#include <climits>
 
 namespace pixtola::portable {
 
-/// Nothing for paths with units that are no Unicode characters. May throw std::bad_alloc.
-std::optional<std::string> Utf8FromWide(const wchar_t* text);
+/// The name of a file, made without the heap: a file can be deleted when memory lacks, too.
+class Utf8Path {
+ public:
+  /// Not valid for null, for units that are no Unicode characters, and when the system would find
+  /// the name too long.
+  explicit Utf8Path(const wchar_t* path);
+
+  bool is_valid() const { return is_valid_; }
+  const char* c_str() const { return bytes_; }
+
+ private:
+  bool is_valid_ = false;
+  char bytes_[PATH_MAX];
+};
 
 }  // namespace pixtola::portable
 

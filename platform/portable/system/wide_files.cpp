@@ -5,9 +5,7 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <new>
 #include <optional>
-#include <string>
 
 #include "pixtola/portable/kernel.h"
 #include "pixtola/portable/runtime.h"
@@ -57,20 +55,40 @@ FileUse DenialOf(int sharing) {
           sharing == _SH_DENYRW || sharing == _SH_DENYWR};
 }
 
-/// Null with errno set.
+/// Opens a file; `is_new` tells whether it was not there before. -1 with errno set.
+int OpenOrCreate(const char* utf8_path, int flags, bool& is_new) {
+  constexpr mode_t kAccess = 0666;
+  is_new = false;
+  int descriptor = ::open(utf8_path, flags & ~O_CREAT);
+  if (descriptor >= 0 || errno != ENOENT || (flags & O_CREAT) == 0) return descriptor;
+  descriptor = ::open(utf8_path, flags | O_EXCL, kAccess);
+  is_new = descriptor >= 0;
+  if (descriptor >= 0 || errno != EEXIST) return descriptor;
+  // A link to a file that is not there, or somebody was quicker.
+  return ::open(utf8_path, flags, kAccess);
+}
+
+/// Null with errno set; a file that was not there is not left behind then.
 std::FILE* OpenShared(const char* utf8_path, const OpenMode& mode, int sharing) {
   // Not blocking: a pipe without a writer would otherwise hold the call until one comes.
-  Descriptor descriptor(::open(utf8_path, mode.flags | O_CLOEXEC | O_NONBLOCK, 0666));
+  bool is_new = false;
+  Descriptor descriptor(OpenOrCreate(utf8_path, mode.flags | O_CLOEXEC | O_NONBLOCK, is_new));
   if (descriptor.value() < 0) return nullptr;
   const bool is_ours = descriptor.IsRegularFile() &&
                        ShareFile(descriptor.value(), {mode.reads, mode.writes}, DenialOf(sharing));
+  std::FILE* file = nullptr;
   if (!is_ours) {
     errno = EACCES;
-    return nullptr;
+  } else if (!mode.empties || ::ftruncate(descriptor.value(), 0) == 0) {
+    file = ::fdopen(descriptor.value(), mode.stdio_mode);
   }
-  if (mode.empties && ::ftruncate(descriptor.value(), 0) != 0) return nullptr;
-  std::FILE* file = ::fdopen(descriptor.value(), mode.stdio_mode);
-  if (file != nullptr) descriptor.Release();
+  if (file != nullptr) {
+    descriptor.Release();
+  } else if (is_new) {
+    const int reason = errno;
+    ::unlink(utf8_path);
+    errno = reason;
+  }
   return file;
 }
 
@@ -78,29 +96,24 @@ std::FILE* OpenShared(const char* utf8_path, const OpenMode& mode, int sharing) 
 
 }  // namespace pixtola::portable
 
-using pixtola::portable::Utf8FromWide;
+using pixtola::portable::Utf8Path;
 
 extern "C" {
 
-std::FILE* _wfsopen(const wchar_t* path, const wchar_t* mode, int sharing) try {
-  const auto utf8_path = path != nullptr ? Utf8FromWide(path) : std::nullopt;
+std::FILE* _wfsopen(const wchar_t* path, const wchar_t* mode, int sharing) {
+  const Utf8Path utf8_path(path);
   const auto open_mode = mode != nullptr ? pixtola::portable::ParseMode(mode) : std::nullopt;
-  if (!utf8_path.has_value() || !open_mode.has_value()) {
+  if (!utf8_path.is_valid() || !open_mode.has_value()) {
     errno = EINVAL;
     return nullptr;
   }
-  return pixtola::portable::OpenShared(utf8_path->c_str(), *open_mode, sharing);
-} catch (const std::bad_alloc&) {
-  errno = ENOMEM;
-  return nullptr;
+  return pixtola::portable::OpenShared(utf8_path.c_str(), *open_mode, sharing);
 }
 
-BOOL WINAPI DeleteFileW(LPCWSTR path) try {
-  const auto utf8_path = path != nullptr ? Utf8FromWide(path) : std::nullopt;
+BOOL WINAPI DeleteFileW(LPCWSTR path) {
+  const Utf8Path utf8_path(path);
   // unlink refuses folders.
-  return utf8_path.has_value() && ::unlink(utf8_path->c_str()) == 0 ? TRUE : FALSE;
-} catch (const std::bad_alloc&) {
-  return FALSE;
+  return utf8_path.is_valid() && ::unlink(utf8_path.c_str()) == 0 ? TRUE : FALSE;
 }
 
 }  // extern "C"
