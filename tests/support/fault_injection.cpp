@@ -17,7 +17,7 @@
 #include <tiffio.h>
 #else
 #include <dlfcn.h>
-#include <sys/types.h>
+#include <unistd.h>
 #endif
 
 namespace Flat = Gdiplus::DllExports;
@@ -388,11 +388,15 @@ static std::FILE* OpenShared(const wchar_t* path, const wchar_t* mode, int shari
   return FailsToAllocate() ? nullptr : __real___imp__wfsopen(path, mode, sharing);
 }
 
-// libtiff's ways to its files.
+// libtiff's ways to its files. What cannot be read is as at the file's end: libtiff 4.5 writes in
+// front of its buffer when it is told of an error while it reads a strip.
 
 static WINBOOL WINAPI ReadFromFile(HANDLE file, LPVOID bytes, DWORD size, LPDWORD read,
                                    LPOVERLAPPED overlapped) {
-  if (FailsToTransfer(Fault::kRead)) return FALSE;
+  if (FailsToTransfer(Fault::kRead)) {
+    *read = 0;
+    return TRUE;
+  }
   return __real___imp_ReadFile(file, bytes, size, read, overlapped);
 }
 
@@ -419,6 +423,15 @@ HRESULT __wrap_CreateStreamOnHGlobal(HGLOBAL memory, BOOL deletes, IStream** str
   return result;
 }
 
+static ssize_t RealRead(int descriptor, void* bytes, std::size_t size) {
+  static const auto real = reinterpret_cast<decltype(&read)>(dlsym(RTLD_NEXT, "read"));
+  return real(descriptor, bytes, size);
+}
+
+ssize_t __wrap_read(int descriptor, void* bytes, std::size_t size) {
+  return FailsToTransfer(Fault::kRead) ? -1 : RealRead(descriptor, bytes, size);
+}
+
 int __wrap_ftruncate(int descriptor, off_t size) {
   return FailsToTransfer(Fault::kWrite) ? -1 : __real_ftruncate(descriptor, size);
 }
@@ -432,12 +445,14 @@ std::FILE* __wrap_fdopen(int descriptor, const char* mode) {
   return FailsToAllocate() ? nullptr : __real_fdopen(descriptor, mode);
 }
 
-// These take the C library's place for the whole program, libtiff in its shared library included.
+// These two take the C library's place for shared libraries, of which libtiff reads and writes
+// files itself.
 #pragma GCC visibility push(default)
 
+// As at the file's end: libtiff 4.5 writes in front of its buffer when it is told of an error while
+// it reads a strip.
 ssize_t read(int descriptor, void* bytes, std::size_t size) {
-  static const auto real = reinterpret_cast<decltype(&read)>(dlsym(RTLD_NEXT, "read"));
-  return FailsToTransfer(Fault::kRead) ? -1 : real(descriptor, bytes, size);
+  return FailsToTransfer(Fault::kRead) ? 0 : RealRead(descriptor, bytes, size);
 }
 
 ssize_t write(int descriptor, const void* bytes, std::size_t size) {
