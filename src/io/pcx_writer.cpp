@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <limits>
 
@@ -147,8 +148,11 @@ int WritePcxFile(const wchar_t* path, Gdiplus::Bitmap* bitmap) {
     if (palette == nullptr) return 0;
   }
 
+  // The runtime's own buffer holds less than a line of a page.
+  char buffer[std::size_t{1} << 16];
   File file(_wfsopen(path, L"wb", _SH_DENYRW));
   if (file == nullptr) return 0;
+  std::setvbuf(file.get(), buffer, _IOFBF, sizeof(buffer));
   bool is_written = WriteHeader(file.get(), shape) && WriteRows(file.get(), *bitmap, shape) &&
                     (palette == nullptr || WritePalette(file.get(), *palette, shape.bits));
   // What the runtime still holds is written now.
