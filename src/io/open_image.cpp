@@ -1,7 +1,5 @@
 // Opening image files: libtiff first, then the platform's decoders, then the PCX reader.
 
-#include <memory>
-
 #include "base/platform_object.h"
 #include "io/pcx_reader.h"
 #include "io/tiff_reader.h"

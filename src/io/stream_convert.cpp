@@ -1,7 +1,5 @@
 // Encoded images in streams: taken out as bitmaps, saved in another form, converted.
 
-#include <memory>
-
 #include "base/platform_object.h"
 #include "bitmap/bitmap_access.h"
 #include "bitmap/wrapped_bitmap.h"
