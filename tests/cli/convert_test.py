@@ -77,6 +77,15 @@ class ConvertTest(unittest.TestCase):
                     with Image.open(self.folder / "out") as image:
                         self.assert_dpi(image, expected, kind)
 
+    def test_pcx_files_are_read(self):
+        source = self.folder / "page.pcx"
+        page = gradient().convert("RGB")
+        page = page.crop((0, 0, page.width // 2 * 2, page.height))  # PCX rows have even lengths
+        page.save(source)
+        self.convert(source, self.folder / "page.png")
+        with Image.open(self.folder / "page.png") as image:
+            self.assertEqual(image.convert("RGB").tobytes(), page.tobytes())
+
     def test_black_and_white_pages_keep_their_sense_whatever_their_palette(self):
         # No multiple of 16 each way, with black down to the last rows.
         page = Image.new("1", (75, 59), 1)

@@ -17,6 +17,7 @@ using test_support::Bytes;
 using test_support::CanBeLocked;
 using test_support::Fault;
 using test_support::kOddWidth;
+using test_support::kSpans;
 using test_support::LeftByTheFirst;
 using test_support::MakeUnderEveryFault;
 using test_support::OnFailure;
@@ -29,7 +30,6 @@ using test_support::Receive;
 using test_support::Span;
 using test_support::WithDpi;
 
-constexpr Span kSpans[] = {Span::kOneCall, Span::kToTheEnd};
 constexpr Gdiplus::PixelFormat kFormats[] = {PixelFormat1bppIndexed, PixelFormat4bppIndexed,
                                              PixelFormat8bppIndexed, PixelFormat16bppRGB565,
                                              PixelFormat24bppRGB,    PixelFormat32bppARGB};

@@ -21,6 +21,7 @@ using test_support::Fault;
 using test_support::FaultPlan;
 using test_support::ForEveryFault;
 using test_support::InFrontOf;
+using test_support::kSpans;
 using test_support::MakeUnderEveryFault;
 using test_support::OnFailure;
 using test_support::Outcomes;
@@ -33,8 +34,6 @@ using test_support::Span;
 using test_support::StreamPointer;
 using test_support::WithDpi;
 using test_support::WithoutPalette;
-
-constexpr Span kSpans[] = {Span::kOneCall, Span::kToTheEnd};
 
 bool IsIndexed(const Picture& picture) { return (picture.format & PixelFormatIndexed) != 0; }
 

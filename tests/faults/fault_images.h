@@ -115,6 +115,13 @@ inline Picture WithoutPalette(const Picture& picture) {
 /// Whether the bitmap can be locked, that is, nobody has left it locked.
 inline bool CanBeLocked(Gdiplus::Bitmap& bitmap) { return !PixelsOf(bitmap).empty(); }
 
+/// Whether a file of the type, saved of a bitmap in the format, can be read where the platform
+/// writes it: other than of 8 bits not every platform writes GIF.
+inline bool IsReadableGif(PxtFileType type, Gdiplus::PixelFormat format) {
+  return type != PxtFileTypeGif || format == PixelFormat8bppIndexed ||
+         !expectations::kGifEncoderKnows8BitsOnly;
+}
+
 }  // namespace test_support
 
 #endif  // PIXTOLA_TESTS_FAULT_IMAGES_H_

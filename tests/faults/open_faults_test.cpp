@@ -21,6 +21,7 @@ using test_support::Bytes;
 using test_support::Fault;
 using test_support::FaultPlan;
 using test_support::ForEveryFault;
+using test_support::kSpans;
 using test_support::Picture;
 using test_support::PictureOf;
 using test_support::PixelsOf;
@@ -31,7 +32,6 @@ using test_support::TemporaryFolder;
 using test_support::UntouchedBitmap;
 
 constexpr Fault kFaults[] = {Fault::kAllocation, Fault::kLock, Fault::kRead, Fault::kWrite};
-constexpr Span kSpans[] = {Span::kOneCall, Span::kToTheEnd};
 
 /// Whole bytes in each format: see expectations::kUserBufferLocksLosePartialBytes.
 constexpr UINT kWidth = 48;

@@ -20,6 +20,7 @@ using test_support::Bytes;
 using test_support::Fault;
 using test_support::FaultPlan;
 using test_support::ForEveryFault;
+using test_support::kSpans;
 using test_support::MakeUnderEveryFault;
 using test_support::OnFailure;
 using test_support::Outcomes;
@@ -30,7 +31,6 @@ using test_support::Receive;
 using test_support::Span;
 using test_support::WithDpi;
 
-constexpr Span kSpans[] = {Span::kOneCall, Span::kToTheEnd};
 constexpr Gdiplus::PixelFormat kFormats[] = {PixelFormat1bppIndexed, PixelFormat8bppIndexed,
                                              PixelFormat24bppRGB};
 

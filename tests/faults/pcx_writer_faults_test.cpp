@@ -21,11 +21,11 @@ using test_support::CanBeLocked;
 using test_support::Fault;
 using test_support::FaultPlan;
 using test_support::ForEveryFault;
+using test_support::kSpans;
 using test_support::RandomBitmap;
 using test_support::ReadWholeFile;
 using test_support::Span;
 
-constexpr Span kSpans[] = {Span::kOneCall, Span::kToTheEnd};
 constexpr std::uint32_t kHeight = 37;
 constexpr std::size_t kHeaderSize = 128;
 

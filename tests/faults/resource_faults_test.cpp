@@ -12,6 +12,7 @@ namespace {
 using test_support::Always;
 using test_support::BitmapPointer;
 using test_support::Fault;
+using test_support::kSpans;
 using test_support::LeftByTheFirst;
 using test_support::MakeUnderEveryFault;
 using test_support::OnFailure;
@@ -22,8 +23,6 @@ using test_support::Receive;
 using test_support::Span;
 using test_support::WithDpi;
 using test_support::WithoutPalette;
-
-constexpr Span kSpans[] = {Span::kOneCall, Span::kToTheEnd};
 
 /// 24-bit pixels, and 8-bit ones with a palette.
 constexpr const wchar_t* kImages[] = {L"colour", L"palette"};

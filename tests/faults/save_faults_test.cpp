@@ -22,6 +22,8 @@ using test_support::CanBeLocked;
 using test_support::Fault;
 using test_support::FaultPlan;
 using test_support::ForEveryFault;
+using test_support::IsReadableGif;
+using test_support::kSpans;
 using test_support::Picture;
 using test_support::PictureOf;
 using test_support::RandomBitmap;
@@ -29,7 +31,6 @@ using test_support::Span;
 using test_support::Stripes;
 
 constexpr Fault kFaults[] = {Fault::kAllocation, Fault::kLock, Fault::kWrite};
-constexpr Span kSpans[] = {Span::kOneCall, Span::kToTheEnd};
 constexpr Gdiplus::PixelFormat kFormats[] = {PixelFormat1bppIndexed, PixelFormat8bppIndexed,
                                              PixelFormat24bppRGB, PixelFormat32bppARGB};
 constexpr PxtFileType kFaxTypes[] = {PxtFileTypeTiffGroup3, PxtFileTypeTiffGroup4,
@@ -39,11 +40,6 @@ constexpr PxtFileType kTiffTypes[] = {PxtFileTypeTiffGroup3, PxtFileTypeTiffGrou
                                       PxtFileTypeTiffNone};
 constexpr PxtFileType kOtherTypes[] = {PxtFileTypeBmp, PxtFileTypeGif,     PxtFileTypeJpeg,
                                        PxtFileTypePng, PxtFileTypeJpegLow, PxtFileTypeJpegHigh};
-
-bool IsReadableGif(PxtFileType type, Gdiplus::PixelFormat format) {
-  return type != PxtFileTypeGif || format == PixelFormat8bppIndexed ||
-         !expectations::kGifEncoderKnows8BitsOnly;
-}
 
 /// The picture with the pixels of a 1-bit image turned round: what comes of it when its palette is
 /// lost on the way to a TIFF file, which then says that 0 is white.

@@ -21,6 +21,8 @@ using test_support::CanBeLocked;
 using test_support::Fault;
 using test_support::FaultPlan;
 using test_support::ForEveryFault;
+using test_support::IsReadableGif;
+using test_support::kSpans;
 using test_support::Picture;
 using test_support::PictureOf;
 using test_support::RandomBitmap;
@@ -31,7 +33,6 @@ using test_support::Stripes;
 using test_support::UntouchedStream;
 
 constexpr Fault kFaults[] = {Fault::kAllocation, Fault::kLock, Fault::kWrite};
-constexpr Span kSpans[] = {Span::kOneCall, Span::kToTheEnd};
 constexpr Gdiplus::PixelFormat kFormats[] = {PixelFormat1bppIndexed, PixelFormat8bppIndexed,
                                              PixelFormat24bppRGB, PixelFormat32bppARGB};
 constexpr PxtFileType kPlatformTypes[] = {
@@ -40,11 +41,6 @@ constexpr PxtFileType kPlatformTypes[] = {
 constexpr PxtFileType kTiffTypes[] = {PxtFileTypeTiffGroup3, PxtFileTypeTiffGroup4,
                                       PxtFileTypeTiffLzw, PxtFileTypeTiffRunLength,
                                       PxtFileTypeTiffNone};
-
-bool IsReadableGif(PxtFileType type, Gdiplus::PixelFormat format) {
-  return type != PxtFileTypeGif || format == PixelFormat8bppIndexed ||
-         !expectations::kGifEncoderKnows8BitsOnly;
-}
 
 bool IsTiff(PxtFileType type) {
   return type >= PxtFileTypeTiffGroup3 && type <= PxtFileTypeTiffNone;

@@ -20,6 +20,7 @@ using test_support::Fault;
 using test_support::FaultPlan;
 using test_support::ForEveryFault;
 using test_support::InFrontOf;
+using test_support::kSpans;
 using test_support::Picture;
 using test_support::PictureOf;
 using test_support::Receive;
@@ -29,7 +30,6 @@ using test_support::UntouchedStream;
 using test_support::WithDpi;
 
 constexpr Fault kFaults[] = {Fault::kAllocation, Fault::kLock, Fault::kRead, Fault::kWrite};
-constexpr Span kSpans[] = {Span::kOneCall, Span::kToTheEnd};
 constexpr PxtFileType kTypes[] = {PxtFileTypeBmp, PxtFileTypePng, PxtFileTypeTiffNone,
                                   PxtFileTypePcx};
 constexpr PxtConversionMethod kMethods[] = {MethodGray8, MethodBilevelOtsu, MethodBilevelAdaptive,

@@ -25,6 +25,7 @@ using test_support::Fault;
 using test_support::FaultPlan;
 using test_support::ForEveryFault;
 using test_support::InFrontOf;
+using test_support::kSpans;
 using test_support::MakeUnderEveryFault;
 using test_support::OnFailure;
 using test_support::Outcomes;
@@ -36,7 +37,6 @@ using test_support::StreamPointer;
 using test_support::TiffPage;
 using test_support::WithDpi;
 
-constexpr Span kSpans[] = {Span::kOneCall, Span::kToTheEnd};
 constexpr std::uint32_t kWidth = 48;
 constexpr std::uint32_t kHeight = 37;
 

@@ -29,12 +29,12 @@ using test_support::Fault;
 using test_support::FaultPlan;
 using test_support::ForEveryFault;
 using test_support::InFrontOf;
+using test_support::kSpans;
 using test_support::Receive;
 using test_support::Span;
 using test_support::StreamPointer;
 using test_support::Stripes;
 
-constexpr Span kSpans[] = {Span::kOneCall, Span::kToTheEnd};
 constexpr PxtFileType kTypes[] = {PxtFileTypeTiffGroup3, PxtFileTypeTiffGroup4, PxtFileTypeTiffLzw,
                                   PxtFileTypeTiffRunLength, PxtFileTypeTiffNone};
 constexpr Gdiplus::PixelFormat kFormats[] = {PixelFormat1bppIndexed, PixelFormat8bppIndexed,

@@ -28,6 +28,7 @@ enum class Span {
   kOneCall,   ///< the next call of its kind succeeds
   kToTheEnd,  ///< all further calls of its kind fail, too
 };
+inline constexpr Span kSpans[] = {Span::kOneCall, Span::kToTheEnd};
 
 /// One fault to come: the `nth` call of its kind, counted from 1, fails. Calls count only inside of
 /// Run, and only those of the thread that is in there.

@@ -144,7 +144,7 @@ void AddConvertCommand(CLI::App& app) {
   CLI::App* command = app.add_subcommand("convert", "Convert an image file into another");
   const auto request = std::make_shared<Request>();
   command
-      ->add_option("INPUT", request->input, "A BMP, GIF, JPEG, PNG or TIFF file (its first page)")
+      ->add_option("INPUT", request->input, "A BMP, GIF, JPEG, PCX, PNG or TIFF file (its first page)")
       ->required();
   command->add_option("OUTPUT", request->output, "The file to write; replaced if it exists")
       ->required();

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <new>
-#include <string>
 
 #include "codecs/codec.h"
 #include "system/files.h"
