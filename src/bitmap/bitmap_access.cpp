@@ -6,14 +6,14 @@
 
 namespace pixtola {
 
-PalettePointer CopyPalette(Gdiplus::Bitmap& bitmap) {
+std::optional<PalettePointer> CopyPalette(Gdiplus::Bitmap& bitmap) {
   const INT size = bitmap.GetPaletteSize();
-  if (size <= 0) return nullptr;
+  if (size <= 0) return PalettePointer();
   // Zeroed: when the palette cannot be fetched it counts as having no entries.
   const std::size_t block_size =
       std::max(sizeof(Gdiplus::ColorPalette), static_cast<std::size_t>(size));
   PalettePointer palette(static_cast<Gdiplus::ColorPalette*>(std::calloc(block_size, 1)));
-  if (palette == nullptr) return nullptr;
+  if (palette == nullptr) return std::nullopt;
   bitmap.GetPalette(palette.get(), size);
   return palette;
 }

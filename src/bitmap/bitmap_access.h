@@ -6,6 +6,7 @@
 #define PIXTOLA_BITMAP_BITMAP_ACCESS_H_
 
 #include <memory>
+#include <optional>
 
 #include "base/memory.h"
 #include "platform.h"
@@ -40,8 +41,9 @@ class ReadLock {
 using PalettePointer = std::unique_ptr<Gdiplus::ColorPalette, FreeMemory>;
 
 /// A copy of the bitmap's palette, without entries when it has none or they cannot be had; null
-/// when its size cannot be had, or without memory.
-PalettePointer CopyPalette(Gdiplus::Bitmap& bitmap);
+/// when its size cannot be had. Nothing without memory, which some callers pass over and others
+/// fail for.
+std::optional<PalettePointer> CopyPalette(Gdiplus::Bitmap& bitmap);
 
 }  // namespace pixtola
 

@@ -42,12 +42,32 @@ HRESULT CBitmapStream::Read(void* buffer, ULONG size, ULONG* read) {
 
 HRESULT CBitmapStream::Write(const void* buffer, ULONG size, ULONG* written) {
   if (inner_ == nullptr) return E_UNEXPECTED;
-  const HRESULT result = inner_->Write(buffer, size, written);
+  HRESULT result = inner_->Write(buffer, size, written);
   ULARGE_INTEGER position{};
   if (SUCCEEDED(result) && SUCCEEDED(inner_->Seek(LARGE_INTEGER{}, STREAM_SEEK_CUR, &position))) {
-    written_size_ = std::max<std::uint64_t>(written_size_, position.QuadPart);
+    const std::uint64_t end = position.QuadPart;
+    const std::uint64_t start = end - std::min<std::uint64_t>(size, end);
+    if (start > written_size_) result = FillGap(start, end);
+    written_size_ = std::max(written_size_, end);
   }
   return result;
+}
+
+HRESULT CBitmapStream::FillGap(std::uint64_t gap_end, std::uint64_t position) {
+  static constexpr std::uint8_t kZeros[256] = {};
+  const auto seek = [this](std::uint64_t target) {
+    LARGE_INTEGER move{};
+    move.QuadPart = static_cast<std::int64_t>(target);
+    return inner_->Seek(move, STREAM_SEEK_SET, nullptr);
+  };
+  HRESULT result = seek(written_size_);
+  for (std::uint64_t left = gap_end - written_size_; left > 0 && SUCCEEDED(result);) {
+    const auto size = static_cast<ULONG>(std::min<std::uint64_t>(left, sizeof(kZeros)));
+    result = inner_->Write(kZeros, size, nullptr);
+    left -= size;
+  }
+  const HRESULT back = seek(position);
+  return SUCCEEDED(result) ? back : result;
 }
 
 HRESULT CBitmapStream::Seek(LARGE_INTEGER move, DWORD origin, ULARGE_INTEGER* position) {

@@ -15,8 +15,8 @@ namespace pixtola {
 
 /// A stream in front of a memory stream, to which it hands everything on. It has room from the
 /// start, so that the memory need not grow step by step, and remembers how far was written, so that
-/// what is too much can be cut off. It lives for one operation and is not counted: references are
-/// the inner stream's.
+/// what is too much can be cut off. Bytes that a writer skips become 0, whatever the memory held
+/// before. It lives for one operation and is not counted: references are the inner stream's.
 ///
 /// Without an inner stream operations return E_UNEXPECTED, AddRef and Release 0.
 class CBitmapStream final : public virtual IStream {
@@ -55,6 +55,9 @@ class CBitmapStream final : public virtual IStream {
   IStream* Finish();
 
  private:
+  /// Writes zeros from the written size on, up to `gap_end`, and goes back to `position`.
+  HRESULT FillGap(std::uint64_t gap_end, std::uint64_t position);
+
   IStream* inner_ = nullptr;
   std::uint64_t written_size_ = 0;
 };

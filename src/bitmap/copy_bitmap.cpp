@@ -14,7 +14,9 @@ int PxtCopyBitmap(Gdiplus::Bitmap* source, Gdiplus::Bitmap** copy) {
   const ReadLock lock(*source, width, height, format);
   if (!lock.is_locked()) return 0;
 
-  const PalettePointer palette = IsIndexed(format) ? CopyPalette(*source) : nullptr;
+  // Kept on purpose: without memory for the palette the copy goes on without it.
+  PalettePointer palette;
+  if (IsIndexed(format)) palette = CopyPalette(*source).value_or(nullptr);
   const float dpi_y = source->GetVerticalResolution();
   const float dpi_x = source->GetHorizontalResolution();
   const Gdiplus::BitmapData& data = lock.data();

@@ -40,7 +40,9 @@ int PxtBitmapRectToBytes(PxtConversionMethod method, Gdiplus::Bitmap& bitmap, RE
   if (rect == nullptr || destination_size == nullptr || destination_stride == nullptr) return 0;
   const Gdiplus::PixelFormat own_format = bitmap.GetPixelFormat();
   const Gdiplus::PixelFormat format = ConvertibleFormat(own_format);
-  PalettePointer palette = IsIndexed(own_format) ? CopyPalette(bitmap) : nullptr;
+  // Kept on purpose: a palette that there is no memory for is passed over like an empty one.
+  PalettePointer palette;
+  if (IsIndexed(own_format)) palette = CopyPalette(bitmap).value_or(nullptr);
   if (palette != nullptr && palette->Count == 0) palette = nullptr;
   const std::uint32_t bits = BitsPerPixel(format);
   const UINT width = bitmap.GetWidth();

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <limits>
+#include <optional>
 
 #include "base/file.h"
 #include "base/memory.h"
@@ -121,14 +122,19 @@ bool WriteRows(std::FILE* file, Gdiplus::Bitmap& bitmap, const PcxShape& shape) 
   return true;
 }
 
-/// Writes a palette of as many entries as the pixels can name, black where the bitmap has none.
-bool WritePalette(std::FILE* file, const Gdiplus::ColorPalette& palette, std::uint32_t bits) {
+/// Writes a palette of as many entries as the pixels can name, black where the bitmap has none or
+/// they cannot be had; false without memory or when it cannot be written.
+bool WritePalette(std::FILE* file, Gdiplus::Bitmap& bitmap, std::uint32_t bits) {
   constexpr std::size_t kColorBytes = 3;
   std::uint8_t bytes[1 + 256 * kColorBytes] = {kPcxPaletteMark};
   const std::uint32_t size = 1U << bits;
-  const Gdiplus::ARGB* entries = palette.Entries;
+  const std::optional<PalettePointer> copied = CopyPalette(bitmap);
+  if (!copied.has_value()) return false;
+  const Gdiplus::ColorPalette* palette = copied->get();
+  const UINT count = palette != nullptr ? std::min<UINT>(size, palette->Count) : 0;
   std::uint8_t* color = bytes + 1;
-  for (UINT i = 0; i < std::min<UINT>(size, palette.Count); ++i, color += kColorBytes) {
+  for (UINT i = 0; i < count; ++i, color += kColorBytes) {
+    const Gdiplus::ARGB* entries = palette->Entries;
     color[0] = static_cast<std::uint8_t>(entries[i] >> 16 & 0xFF);
     color[1] = static_cast<std::uint8_t>(entries[i] >> 8 & 0xFF);
     color[2] = static_cast<std::uint8_t>(entries[i] & 0xFF);
@@ -142,11 +148,6 @@ int WritePcxFile(const wchar_t* path, Gdiplus::Bitmap* bitmap) {
   if (path == nullptr || bitmap == nullptr) return 0;
   PcxShape shape;
   if (!ChooseShape(*bitmap, shape)) return 0;
-  PalettePointer palette;
-  if (!shape.is_color()) {
-    palette = CopyPalette(*bitmap);
-    if (palette == nullptr) return 0;
-  }
 
   // The runtime's own buffer holds less than a line of a page.
   char buffer[std::size_t{1} << 16];
@@ -154,7 +155,7 @@ int WritePcxFile(const wchar_t* path, Gdiplus::Bitmap* bitmap) {
   if (file == nullptr) return 0;
   std::setvbuf(file.get(), buffer, _IOFBF, sizeof(buffer));
   bool is_written = WriteHeader(file.get(), shape) && WriteRows(file.get(), *bitmap, shape) &&
-                    (palette == nullptr || WritePalette(file.get(), *palette, shape.bits));
+                    (shape.is_color() || WritePalette(file.get(), *bitmap, shape.bits));
   // What the runtime still holds is written now.
   const bool is_closed = std::fclose(file.release()) == 0;
   is_written = is_written && (is_closed || shape.is_color());

@@ -1,5 +1,8 @@
 // Encoded images in streams: taken out as bitmaps, saved in another form, converted.
 
+#include <optional>
+#include <utility>
+
 #include "base/platform_object.h"
 #include "bitmap/bitmap_access.h"
 #include "bitmap/wrapped_bitmap.h"
@@ -28,7 +31,12 @@ BitmapPointer ExtractWithPlatform(IStream& stream) {
   if (decoded->LockBits(&whole, Gdiplus::ImageLockModeRead, format, &data) != Gdiplus::Ok) {
     return nullptr;
   }
-  const PalettePointer palette = IsIndexed(format) ? CopyPalette(*decoded) : nullptr;
+  PalettePointer palette;
+  if (IsIndexed(format)) {
+    std::optional<PalettePointer> copied = CopyPalette(*decoded);
+    if (!copied.has_value()) return nullptr;
+    palette = *std::move(copied);
+  }
   const float dpi_x = decoded->GetHorizontalResolution();
   const float dpi_y = decoded->GetVerticalResolution();
   return MakeWrappedBitmap(static_cast<const std::uint8_t*>(data.Scan0), format, width, height,

@@ -6,6 +6,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
+#include <optional>
+#include <utility>
 
 #include "base/memory.h"
 #include "bitmap/bitmap_access.h"
@@ -124,7 +126,9 @@ int WriteTiffPage(TIFF* tiff, std::uint16_t compression, Gdiplus::Bitmap& bitmap
   if (samples.bits_per_sample == 0) return 0;
   const ReadLock lock(bitmap, width, height, format);
   if (!lock.is_locked()) return 0;
-  PalettePointer palette = CopyPalette(bitmap);
+  std::optional<PalettePointer> copied_palette = CopyPalette(bitmap);
+  if (!copied_palette.has_value()) return 0;
+  PalettePointer palette = *std::move(copied_palette);
   if (palette != nullptr && palette->Count == 0) palette = nullptr;
 
   const std::uint16_t photometric = ChoosePhotometric(samples.bits_per_sample, palette.get());

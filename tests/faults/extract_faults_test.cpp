@@ -33,7 +33,6 @@ using test_support::Receive;
 using test_support::Span;
 using test_support::StreamPointer;
 using test_support::WithDpi;
-using test_support::WithoutPalette;
 
 bool IsIndexed(const Picture& picture) { return (picture.format & PixelFormatIndexed) != 0; }
 
@@ -72,14 +71,12 @@ class Source {
   }
 
   /// What an image may come out as when it is disturbed: its rows copied directly, with the
-  /// decoder's resolution, or without a palette.
+  /// decoder's resolution. Its palette is never lost.
   std::vector<Picture> Possible() const {
     const Picture extracted = Extracted();
     if (!IsIndexed(extracted)) return {};
     const Picture decoded = Decoded();
-    const Picture copied = WithDpi(extracted, decoded.dpi_x, decoded.dpi_y);
-    return {copied, WithoutPalette(extracted), WithoutPalette(decoded),
-            WithDpi(extracted, 200, 300)};
+    return {WithDpi(extracted, decoded.dpi_x, decoded.dpi_y), WithDpi(extracted, 200, 300)};
   }
 
  private:

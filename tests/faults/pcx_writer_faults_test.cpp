@@ -112,8 +112,7 @@ TEST_F(PcxWriterUnderFaults, WritesAWholeIndexedFileOrNone) {
 TEST_F(PcxWriterUnderFaults, LeavesNoFileThatCouldNotBeOpened) {
   const BitmapPointer bitmap = RandomBitmap(48, kHeight, PixelFormat8bppIndexed);
   for (const Fault fault : {Fault::kWrite, Fault::kAllocation}) {
-    const std::uint32_t calls_before_opening = fault == Fault::kAllocation ? 1 : 0;  // the palette
-    const std::uint32_t calls = calls_before_opening + CallsOfOpening(fault);
+    const std::uint32_t calls = CallsOfOpening(fault);
     for (std::uint32_t nth = 1; nth <= calls; ++nth) {
       FaultPlan plan(fault, nth);
       EXPECT_EQ(Write(*bitmap, plan).result, 0);
@@ -125,8 +124,7 @@ TEST_F(PcxWriterUnderFaults, LeavesNoFileThatCouldNotBeOpened) {
 TEST_F(PcxWriterUnderFaults, DeletesAPartialFileAlsoWhenNothingWorksAnyMore) {
   const BitmapPointer bitmap = RandomBitmap(48, kHeight, PixelFormat8bppIndexed);
   for (const Fault fault : {Fault::kWrite, Fault::kAllocation}) {
-    const std::uint32_t calls_before_the_header =
-        CallsOfOpening(fault) + (fault == Fault::kAllocation ? 1 : 0);
+    const std::uint32_t calls_before_the_header = CallsOfOpening(fault);
     std::uint32_t nth = 0;
     ForEveryFault(
         fault,
@@ -226,6 +224,40 @@ TEST_F(PcxWriterUnderFaults, LeavesOutRowsThatCannotBeLocked) {
       EXPECT_EQ(outcome.file, expected);
     });
     EXPECT_EQ(faults, 2U);
+  }
+}
+
+TEST_F(PcxWriterUnderFaults, DeletesAFileWhosePaletteFindsNoMemory) {
+  for (const auto format : {PixelFormat1bppIndexed, PixelFormat8bppIndexed}) {
+    const BitmapPointer bitmap = RandomBitmap(48, kHeight, format);
+    // A file that was there goes, too: it had been opened for writing.
+    WriteUndisturbed(*bitmap);
+    FaultPlan never(Fault::kAllocation, std::numeric_limits<std::uint32_t>::max());
+    never.Run([&] { return WritePcxFile(wide_path_.c_str(), bitmap.get()); });
+    // The last thing that there must be memory for.
+    FaultPlan plan(Fault::kAllocation, never.calls());
+    EXPECT_EQ(plan.Run([&] { return WritePcxFile(wide_path_.c_str(), bitmap.get()); }), 0);
+    EXPECT_TRUE(folder_.is_empty());
+  }
+}
+
+TEST_F(PcxWriterUnderFaults, WritesBlackForAPaletteThatThePlatformDoesNotGive) {
+  for (const auto format : {PixelFormat1bppIndexed, PixelFormat8bppIndexed}) {
+    const BitmapPointer bitmap = RandomBitmap(48, kHeight, format);
+    Bytes expected = WriteUndisturbed(*bitmap);
+    const std::size_t colors = format == PixelFormat1bppIndexed ? 2 : 256;
+    ASSERT_GT(expected.size(), 3 * colors);
+    std::fill(expected.end() - static_cast<std::ptrdiff_t>(3 * colors), expected.end(), 0);
+    // Its size, then its entries.
+    for (const std::uint32_t nth : {1U, 2U}) {
+      bitmap->GetLastStatus();
+      FaultPlan plan(Fault::kPalette, nth);
+      const Outcome outcome = Write(*bitmap, plan);
+      EXPECT_TRUE(plan.HasFired());
+      EXPECT_EQ(outcome.result, 1);
+      EXPECT_EQ(outcome.file, expected) << nth;
+      EXPECT_EQ(bitmap->GetLastStatus(), Gdiplus::OutOfMemory);
+    }
   }
 }
 

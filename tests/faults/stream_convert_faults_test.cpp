@@ -35,8 +35,6 @@ constexpr PxtFileType kTypes[] = {PxtFileTypeBmp, PxtFileTypePng, PxtFileTypeTif
 constexpr PxtConversionMethod kMethods[] = {MethodGray8, MethodBilevelOtsu, MethodBilevelAdaptive,
                                             MethodBilevelDiffusion};
 
-/// Grays and colours. An indexed image keeps its colours when its palette is lost: they are the
-/// ones that such images have anyway.
 constexpr Gdiplus::PixelFormat kFormats[] = {PixelFormat8bppIndexed, PixelFormat24bppRGB};
 
 Picture WithoutDpi(const Picture& picture) { return WithDpi(picture, 0, 0); }
@@ -59,11 +57,10 @@ void ForEverySource(const Check& check) {
         48, 9, format,
         test_support::RandomBytes(test_support::PackedBytes(format, 48) * std::size_t{9}));
     if (format == PixelFormat8bppIndexed) {
-      std::vector<Gdiplus::ARGB> grays;
-      for (Gdiplus::ARGB gray = 0; gray < 256; ++gray) {
-        grays.push_back(0xFF000000 | gray * 0x010101);
-      }
-      bitmap->SetPalette(test_support::PaletteBlock(0, grays).get());
+      // Colours that no image has without its palette.
+      std::vector<Gdiplus::ARGB> colors;
+      for (Gdiplus::ARGB i = 0; i < 256; ++i) colors.push_back(0xFF000000 | i * 0x030507);
+      bitmap->SetPalette(test_support::PaletteBlock(0, colors).get());
     }
     IStream* encoded = nullptr;
     ASSERT_EQ(PxtSaveBitmapToStream(bitmap.get(), &encoded, PxtFileTypePng), 1);

@@ -139,19 +139,31 @@ TEST_F(TiffWriterUnderFaults, WritesAPageOrTellsOfFailureWithoutMemory) {
             failures += result == 0 ? 1 : 0;
             EXPECT_TRUE(result == 1 || plan.HasFired());
             if (result == 0 || test_support::ReadWholeFile(path_) == whole) return;
-            // A palette that there is no memory for counts as none: the rows are the same.
+            // Only a directory that there is no memory for goes unnoticed.
             EXPECT_TRUE(plan.HasFired());
             BitmapPointer written;
-            EXPECT_EQ(ReadTiffFile(wide_path_.c_str(), 0, Receive(written)), 1);
-            ASSERT_NE(written, nullptr);
-            EXPECT_EQ(written->GetWidth(), bitmap.GetWidth());
-            EXPECT_EQ(written->GetHeight(), bitmap.GetHeight());
+            EXPECT_EQ(ReadTiffFile(wide_path_.c_str(), 0, Receive(written)), 0);
           },
           span);
       // The strip, if nothing else.
       EXPECT_GE(failures, 1U);
     }
     EXPECT_EQ(bitmap.GetLastStatus(), Gdiplus::Ok);
+  });
+}
+
+// White as colour 1 is black without the palette.
+TEST_F(TiffWriterUnderFaults, WritesNoPageWhosePaletteFindsNoMemory) {
+  ForEveryType([&](Gdiplus::Bitmap& bitmap, PxtFileType type) {
+    if (bitmap.GetPixelFormat() == PixelFormat24bppRGB) return;
+    // What is allocated first, outside of libtiff: the file's name, and then the palette.
+    FaultPlan opening(Fault::kAllocation, kNever);
+    TIFF* const tiff = opening.Run([&] { return platform::OpenTiffFile(wide_path_.c_str(), "w"); });
+    ASSERT_NE(tiff, nullptr);
+    TIFFClose(tiff);
+    FaultPlan plan(Fault::kAllocation, opening.calls() + 1);
+    EXPECT_EQ(plan.Run([&] { return Write(bitmap, type); }), 0);
+    EXPECT_TRUE(plan.HasFired());
   });
 }
 

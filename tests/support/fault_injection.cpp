@@ -35,6 +35,9 @@ int __real_fclose(std::FILE* file);
 Gdiplus::GpStatus __real_GdipBitmapLockBits(Gdiplus::GpBitmap* bitmap, const Gdiplus::GpRect* rect,
                                             UINT flags, Gdiplus::PixelFormat format,
                                             Gdiplus::BitmapData* data);
+Gdiplus::GpStatus __real_GdipGetImagePaletteSize(Gdiplus::GpImage* image, INT* size);
+Gdiplus::GpStatus __real_GdipGetImagePalette(Gdiplus::GpImage* image,
+                                             Gdiplus::ColorPalette* palette, INT size);
 #if defined(_WIN32)
 void* __real_GdipAlloc(std::size_t size);
 void __real_GdipFree(void* block);
@@ -282,6 +285,17 @@ Gdiplus::GpStatus __wrap_GdipBitmapLockBits(Gdiplus::GpBitmap* bitmap, const Gdi
                                             Gdiplus::BitmapData* data) {
   if (test_support::IsFaultDue(Fault::kLock)) return Gdiplus::OutOfMemory;
   return __real_GdipBitmapLockBits(bitmap, rect, flags, format, data);
+}
+
+Gdiplus::GpStatus __wrap_GdipGetImagePaletteSize(Gdiplus::GpImage* image, INT* size) {
+  if (test_support::IsFaultDue(Fault::kPalette)) return Gdiplus::OutOfMemory;
+  return __real_GdipGetImagePaletteSize(image, size);
+}
+
+Gdiplus::GpStatus __wrap_GdipGetImagePalette(Gdiplus::GpImage* image,
+                                             Gdiplus::ColorPalette* palette, INT size) {
+  if (test_support::IsFaultDue(Fault::kPalette)) return Gdiplus::OutOfMemory;
+  return __real_GdipGetImagePalette(image, palette, size);
 }
 
 #if defined(_WIN32)

@@ -19,6 +19,7 @@ namespace test_support {
 enum class Fault {
   kAllocation,  ///< malloc and its like give null, new throws or gives null
   kLock,        ///< GdipBitmapLockBits gives OutOfMemory and does nothing
+  kPalette,     ///< GdipGetImagePaletteSize or GdipGetImagePalette does so
   kRead,        ///< of a file, a FaultyStream or a memory stream: nothing is read
   kWrite        ///< nothing is written; or closing a file tells that something was not
 };

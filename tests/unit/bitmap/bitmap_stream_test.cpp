@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <functional>
 #include <limits>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -187,7 +188,7 @@ TEST_F(ScriptedBitmapStream, ForgetsTheInnerStreamWithItsLastReference) {
 }
 
 TEST_F(ScriptedBitmapStream, AsksForThePositionAfterAWrite) {
-  inner_.position = 12;
+  inner_.position = 3;
   std::uint8_t bytes[3]{};
   ULONG written = 0;
   EXPECT_EQ(stream_.Write(bytes, 3, &written), S_OK);
@@ -195,21 +196,24 @@ TEST_F(ScriptedBitmapStream, AsksForThePositionAfterAWrite) {
             (std::vector<std::string>{
                 ScriptedStream::Call("Write", static_cast<void*>(bytes), 3, &written),
                 ScriptedStream::Call("Seek", 0, static_cast<DWORD>(STREAM_SEEK_CUR))}));
-  EXPECT_EQ(stream_.written_size(), 12U);
+  EXPECT_EQ(stream_.written_size(), 3U);
 }
 
 TEST_F(ScriptedBitmapStream, RemembersTheFurthestPositionOnly) {
   EXPECT_EQ(stream_.written_size(), 0U);
   std::uint64_t furthest = 0;
-  for (const std::uint64_t position : {5U, 3U, 5U, 6U, 0U, 4'000'000'000U}) {
-    inner_.position = position;
-    EXPECT_EQ(stream_.Write("", 1, nullptr), S_OK);
-    furthest = std::max(furthest, position);
+  struct Place {
+    std::uint64_t end;
+    ULONG size;
+  };
+  for (const auto& [end, size] :
+       {Place{5, 5}, Place{3, 1}, Place{5, 2}, Place{6, 1}, Place{0, 0},
+        Place{4'000'000'000, 3'999'999'994}, Place{8'000'000'000, 4'000'000'000}}) {
+    inner_.position = end;
+    EXPECT_EQ(stream_.Write("", size, nullptr), S_OK);
+    furthest = std::max(furthest, end);
     EXPECT_EQ(stream_.written_size(), furthest);
   }
-  inner_.position = std::uint64_t{1} << 40;
-  EXPECT_EQ(stream_.Write("", 1, nullptr), S_OK);
-  EXPECT_EQ(stream_.written_size(), std::uint64_t{1} << 40);
 }
 
 TEST_F(ScriptedBitmapStream, LearnsNothingFromAFailedWrite) {
@@ -222,13 +226,13 @@ TEST_F(ScriptedBitmapStream, LearnsNothingFromAFailedWrite) {
 
 TEST_F(ScriptedBitmapStream, KeepsAWritesResultWhenThePositionCannotBeTold) {
   inner_.position = 5;
-  EXPECT_EQ(stream_.Write("", 1, nullptr), S_OK);
+  EXPECT_EQ(stream_.Write("", 5, nullptr), S_OK);
   inner_.position = 12;
   inner_.seek_result = OddResult(1);
-  EXPECT_EQ(stream_.Write("", 1, nullptr), S_OK);
+  EXPECT_EQ(stream_.Write("", 7, nullptr), S_OK);
   EXPECT_EQ(stream_.written_size(), 5U);
   inner_.seek_result = S_OK;
-  EXPECT_EQ(stream_.Write("", 1, nullptr), S_OK);
+  EXPECT_EQ(stream_.Write("", 7, nullptr), S_OK);
   EXPECT_EQ(stream_.written_size(), 12U);
 }
 
@@ -247,8 +251,10 @@ TEST_F(ScriptedBitmapStream, LearnsNothingFromOtherOperations) {
 }
 
 TEST_F(ScriptedBitmapStream, IsCutToWhatWasWrittenAtTheEnd) {
+  inner_.position = 4'000'000'000;
+  stream_.Write("", 4'000'000'000, nullptr);
   inner_.position = 5'000'000'000;
-  stream_.Write("", 1, nullptr);
+  stream_.Write("", 1'000'000'000, nullptr);
   inner_.position = 2;
   stream_.Write("", 1, nullptr);
   inner_.calls.clear();
@@ -366,6 +372,54 @@ TEST(CBitmapStream, KnowsHowFarItWasWrittenInMemory) {
   ASSERT_NE(inner, nullptr);
   EXPECT_EQ(SizeOf(*inner), 11U);
   EXPECT_EQ(test_support::BytesOf(*inner), (Bytes{1, 2, 33, 44, 55, 6, 7, 8, 99, 100, 101}));
+}
+
+TEST_F(ScriptedBitmapStream, WritesZerosOverWhatAWriterSkipped) {
+  inner_.position = 10;
+  stream_.Write("", 10, nullptr);
+  inner_.calls.clear();
+  inner_.position = 315;
+  EXPECT_EQ(stream_.Write("", 5, nullptr), S_OK);
+  // Nobody sees where the zeros come from: the sizes, 300 bytes in all, and the places count.
+  ASSERT_GE(inner_.calls.size(), 5U);
+  EXPECT_EQ(inner_.calls[2], ScriptedStream::Call("Seek", 10, static_cast<DWORD>(STREAM_SEEK_SET)));
+  EXPECT_EQ(inner_.calls.back(),
+            ScriptedStream::Call("Seek", 315, static_cast<DWORD>(STREAM_SEEK_SET)));
+  unsigned zeros = 0;
+  for (std::size_t i = 3; i + 1 < inner_.calls.size(); ++i) {
+    std::istringstream call(inner_.calls[i]);
+    std::string name;
+    std::string buffer;
+    unsigned size = 0;
+    call >> name >> buffer >> size;
+    EXPECT_EQ(name, "Write");
+    zeros += size;
+  }
+  EXPECT_EQ(zeros, 300U);
+  EXPECT_EQ(stream_.written_size(), 315U);
+}
+
+TEST(CBitmapStream, HoldsZerosWhereAWriterSkippedBytes) {
+  for (const ULONG gap : {1U, 2U, 255U, 256U, 257U, 1000U, 5000U}) {
+    CBitmapStream stream(4096);
+    // The memory as it may be: not cleared. What is written past the wrapper, it does not know of.
+    Write(*InnerOf(stream), Bytes(4096, 0xA5));
+    SeekTo(stream, 0);
+    Write(stream, {1, 2, 3});
+    SeekTo(stream, 3 + gap);
+    Write(stream, {4, 5});
+    EXPECT_EQ(PositionOf(stream), 5U + gap);
+    EXPECT_EQ(stream.written_size(), 5U + gap);
+    // Bytes that were written are no gap, wherever the writer goes.
+    SeekTo(stream, 1);
+    Write(stream, {22});
+    Bytes expected{1, 22, 3};
+    expected.resize(3 + gap, 0);
+    expected.insert(expected.end(), {4, 5});
+    const StreamPointer inner(stream.Finish());
+    ASSERT_NE(inner, nullptr);
+    EXPECT_EQ(test_support::BytesOf(*inner), expected) << gap;
+  }
 }
 
 TEST(CBitmapStream, GrowsBeyondItsFirstSize) {

@@ -9,7 +9,6 @@
 #include "support/memory_streams.h"
 #include "support/platform_expectations.h"
 #include "support/sample_images.h"
-#include "support/saved_bytes.h"
 #include "support/temporary_folder.h"
 #include "support/test_bitmap.h"
 #include "support/tiff_file.h"
@@ -24,7 +23,6 @@ using test_support::PixelsOf;
 using test_support::Receive;
 using test_support::SampleBitmap;
 using test_support::SeekTo;
-using test_support::SettledBytes;
 using test_support::StreamOf;
 using test_support::StreamPointer;
 using test_support::TemporaryFolder;
@@ -69,11 +67,11 @@ class StreamConversion : public testing::Test {
   int ToFile(IStream* stream, int type) {
     return PxtSaveStreamToFile(stream, Type(type), path_.wstring().c_str());
   }
-  /// The settled bytes of the file that a bitmap is saved to.
+  /// The bytes of the file that a bitmap is saved to.
   Bytes FileOf(Gdiplus::Bitmap& bitmap, int type) {
     const auto path = folder_ / "expected";
     EXPECT_EQ(PxtSaveBitmapToFile(&bitmap, Type(type), path.wstring().c_str()), 1);
-    Bytes bytes = SettledBytes(test_support::ReadWholeFile(path));
+    const Bytes bytes = test_support::ReadWholeFile(path);
     std::filesystem::remove(path);
     return bytes;
   }
@@ -96,7 +94,7 @@ TEST_F(PxtSaveStreamToFileTest, SavesWhatTheStreamHolds) {
       SeekTo(*stream, static_cast<std::uint64_t>(type) * 10);
       std::filesystem::remove(path_);
       ASSERT_EQ(ToFile(stream.get(), type), 1);
-      EXPECT_TRUE(SettledBytes(test_support::ReadWholeFile(path_)) == FileOf(*bitmap, type));
+      EXPECT_TRUE(test_support::ReadWholeFile(path_) == FileOf(*bitmap, type));
     }
   }
 }
@@ -169,7 +167,7 @@ TEST_F(PxtSaveStreamToStreamTest, SavesWhatTheStreamHolds) {
       ASSERT_EQ(PxtSaveStreamToStream(stream.get(), Receive(result), Type(type)), 1);
       ASSERT_NE(result, nullptr);
       EXPECT_NE(result.get(), stream.get());
-      EXPECT_TRUE(SettledBytes(BytesOf(*result)) == FileOf(*bitmap, type));
+      EXPECT_TRUE(BytesOf(*result) == FileOf(*bitmap, type));
       EXPECT_EQ(test_support::ReferencesTo(*result), 1U);
       EXPECT_EQ(test_support::ReferencesTo(*stream), 1U);
     }
@@ -226,7 +224,7 @@ TEST_F(PxtStreamToStreamTest, SavesWhatTheConversionMakesOfTheStream) {
         StreamPointer result;
         ASSERT_EQ(PxtStreamToStream(method, stream.get(), Type(type), Receive(result)), 1);
         ASSERT_NE(result, nullptr);
-        EXPECT_TRUE(SettledBytes(BytesOf(*result)) == FileOf(*converted, type));
+        EXPECT_TRUE(BytesOf(*result) == FileOf(*converted, type));
         EXPECT_EQ(test_support::ReferencesTo(*result), 1U);
         EXPECT_EQ(test_support::ReferencesTo(*stream), 1U);
       }
