@@ -27,6 +27,10 @@ bool IsDecodeAllowed(std::uint64_t width, std::uint64_t height, std::uint64_t by
   return pixels_fit && bytes <= limit.bytes;
 }
 
+bool IsClaimPlausible(std::uint64_t pixels, std::uint64_t data_size, std::uint64_t least_size) {
+  return lives_without_limit != 0 || pixels <= kNeverDoubtedPixels || data_size >= least_size / 10;
+}
+
 DecodeWithoutLimit::DecodeWithoutLimit() { ++lives_without_limit; }
 DecodeWithoutLimit::~DecodeWithoutLimit() { --lives_without_limit; }
 

@@ -22,6 +22,15 @@ PIXTOLA_PLATFORM_SHARED void SetDecodeLimit(DecodeLimit limit);
 PIXTOLA_PLATFORM_SHARED bool IsDecodeAllowed(std::uint64_t width, std::uint64_t height,
                                              std::uint64_t bytes);
 
+inline constexpr std::uint64_t kNeverDoubtedPixels = std::uint64_t{1} << 26;
+
+/// Whether `data_size` bytes of a file can be meant for the `pixels` that it claims, where the
+/// shortest coding of them that its format has takes `least_size` bytes. Files that are cut short
+/// are opened as far as they go; but where more than kNeverDoubtedPixels are claimed and the data
+/// does not even do for a tenth of them, the claim counts as beyond the decode limit.
+PIXTOLA_PLATFORM_SHARED bool IsClaimPlausible(std::uint64_t pixels, std::uint64_t data_size,
+                                              std::uint64_t least_size);
+
 /// While one of these lives, nothing is refused to its thread: for the decoding of what was encoded
 /// from a caller's own buffer.
 class DecodeWithoutLimit {

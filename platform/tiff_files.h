@@ -1,5 +1,5 @@
-// How TIFF files are opened, and what libtiff is allowed when it reads: which compressions, and how
-// much memory at once.
+// How TIFF files are opened, and what libtiff is allowed when it reads: which compressions, which
+// pages, and how much memory at once.
 #ifndef PIXTOLA_PLATFORM_TIFF_FILES_H_
 #define PIXTOLA_PLATFORM_TIFF_FILES_H_
 
@@ -13,10 +13,16 @@ struct TIFFOpenOptions;
 
 namespace pixtola::platform {
 
-/// Whether pages with this value of the Compression tag are read. Codecs that allocate by sizes of
-/// their own (JBIG, LZMA, Zstandard, WebP, LERC) know nothing of the decode limit, and JBIG's ends
-/// the process when memory lacks; they are left out.
+/// Whether pages with this value of the Compression tag are read: those that libtiff can decode,
+/// except where a small file can make the codec's own library do harm. JBIG's ends the process
+/// without memory, LERC's crashes, LZMA's allocates whatever its data asks for.
 PIXTOLA_PLATFORM_SHARED bool IsTiffCompressionRead(std::uint16_t compression);
+
+/// Whether the current page, of a compression that is read, may be decoded: its size and its tiles'
+/// keep to the decode limit, its data can hold what the tags claim (see IsClaimPlausible), and no
+/// harm can come of the data. Samples beyond four a pixel count as further pixels. A refusal counts
+/// as a failed allocation.
+PIXTOLA_PLATFORM_SHARED bool IsTiffPageAllowed(tiff* tiff);
 
 struct FreeTiffOptions {
   PIXTOLA_PLATFORM_SHARED void operator()(TIFFOpenOptions* options) const;

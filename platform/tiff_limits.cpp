@@ -29,6 +29,9 @@ bool IsTiffCompressionRead(std::uint16_t compression) {
     case COMPRESSION_SGILOG:
     case COMPRESSION_SGILOG24:
       return true;
+    case COMPRESSION_ZSTD:
+    case COMPRESSION_WEBP:
+      return TIFFIsCODECConfigured(compression) != 0;
     default:
       return false;
   }

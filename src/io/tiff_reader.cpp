@@ -169,7 +169,9 @@ BitmapPointer ReadIndexedPage(TIFF* tiff, const Page& page) {
 int ReadTiffPage(TIFF* tiff, std::uint32_t page_index, Gdiplus::Bitmap** bitmap) {
   if (!SelectPage(tiff, page_index)) return 0;
   const Page page = ReadTags(tiff);
-  if (!platform::IsTiffCompressionRead(page.compression)) return 0;
+  if (!platform::IsTiffCompressionRead(page.compression) || !platform::IsTiffPageAllowed(tiff)) {
+    return 0;
+  }
   BitmapPointer made = page.depth() > 8 ? ReadDeepPage(tiff, page) : ReadIndexedPage(tiff, page);
   if (made == nullptr) return 0;
   *bitmap = made.release();

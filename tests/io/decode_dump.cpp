@@ -1,5 +1,6 @@
 // Prints what the platform decodes of an image file, for scripts that compare it with what other
-// programs decode: decode_dump FILE [FRAME], where FRAME is a number or "all".
+// programs decode: decode_dump FILE [FRAME], where FRAME is a number, "all", or "none" to open the
+// file and print nothing.
 //
 // The output is a PAM image of straight RGBA, or one after the other. Comments in its header tell
 // the bitmap's pixel format, its dots per inch and the number of pages or frames. Status 1: it was
@@ -72,6 +73,7 @@ bool DumpFrame(Gdiplus::Bitmap& bitmap, UINT frame) {
 
 bool Dump(Gdiplus::Bitmap& bitmap, const char* frame) {
   if (bitmap.GetLastStatus() != Gdiplus::Ok) return false;
+  if (std::strcmp(frame, "none") == 0) return true;
   if (std::strcmp(frame, "all") != 0) {
     return DumpFrame(bitmap, static_cast<UINT>(std::strtoul(frame, nullptr, 10)));
   }

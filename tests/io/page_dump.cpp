@@ -2,7 +2,8 @@
 // programs make of the file: page_dump FILE PAGE [OUTPUT TYPE], where PAGE is a number or "-" for
 // PxtOpenImageFile.
 //
-// With OUTPUT the page is saved there as the type of this number. Otherwise the bitmap is printed:
+// With OUTPUT the page is saved there as the type of this number; page_dump FILE PAGE none only
+// opens it. Otherwise the bitmap is printed:
 // lines that tell its format, size, dots per inch and palette, one that says "rows", and its rows
 // without padding. Status 1: it was not opened; 2: it was not saved, or wrong usage.
 #include <cstdio>
@@ -63,9 +64,11 @@ std::unique_ptr<Gdiplus::Bitmap> Open(const char* file, const char* page) {
 }
 
 int Run(int count, char** arguments) {
-  if (count != 3 && count != 5) return 2;
+  const bool is_only_opened = count == 4 && std::strcmp(arguments[3], "none") == 0;
+  if (count != 3 && count != 5 && !is_only_opened) return 2;
   const std::unique_ptr<Gdiplus::Bitmap> bitmap = Open(arguments[1], arguments[2]);
   if (bitmap == nullptr) return 1;
+  if (is_only_opened) return 0;
   if (count == 5) {
     const std::wstring output = std::filesystem::path(arguments[3]).wstring();
     const auto type = static_cast<PxtFileType>(std::atoi(arguments[4]));

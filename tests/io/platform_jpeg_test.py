@@ -61,6 +61,19 @@ class PlatformJpegTest(unittest.TestCase):
                     picture("CMYK", size).save(self.file, "JPEG", **options)
                     self.assert_as_pillow_decodes("24bppRGB", tolerance=1)
 
+    def test_inks_with_and_without_adobes_mark(self):
+        for is_marked in [True, False]:
+            with self.subTest(is_marked=is_marked):
+                picture("CMYK", (200, 150)).save(self.file, "JPEG")
+                encoded = self.file.read_bytes()
+                mark = encoded.index(b"\xFF\xEE\x00\x0EAdobe")
+                if not is_marked:
+                    self.file.write_bytes(encoded[:mark] + encoded[mark + 16:])
+                decoded = self.assert_as_pillow_decodes("24bppRGB", tolerance=1)
+                run("convert", self.file, "-colorspace", "sRGB", self.folder / "magick.png")
+                with Image.open(self.folder / "magick.png") as magick:
+                    self.assertLessEqual(largest_difference(decoded.image, magick.convert("RGBA")), 1)
+
     def test_files_of_imagemagick(self):
         picture("RGB", (200, 150)).save(self.folder / "in.png")
         for pixel_format, options in [

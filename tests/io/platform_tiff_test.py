@@ -88,7 +88,7 @@ class PlatformTiffTest(unittest.TestCase):
 
     def test_files_of_pillow(self):
         for size in SIZES:
-            for compression in [None, "tiff_lzw", "tiff_adobe_deflate", "packbits"]:
+            for compression in [None, "tiff_lzw", "tiff_adobe_deflate", "packbits", "zstd"]:
                 with self.subTest(size=size, compression=compression):
                     inks = noise("CMYK", size)
                     inks.save(self.file, compression=compression)
@@ -103,6 +103,23 @@ class PlatformTiffTest(unittest.TestCase):
                     page = noise("1", size)
                     page.save(self.file, compression=compression)
                     self.assert_decoded(self.file, "1bppIndexed", page)
+
+    def test_webp_in_tiff(self):
+        for mode, pixel_format in [("RGB", "24bppRGB"), ("RGBA", "32bppARGB")]:
+            image = noise(mode, (61, 43)).resize((200, 150), Image.Resampling.BICUBIC)
+            image.save(self.folder / "in.tif")
+            for option in [["-c", "webp:p75"], ["-c", "webp:p100"], ["-c", "webp:p75", "-t", "-w", "64", "-l", "32"]]:
+                with self.subTest(mode=mode, option=option):
+                    run("tiffcp", *option, self.folder / "in.tif", self.file)
+                    with Image.open(self.file) as other:
+                        self.assert_decoded(self.file, pixel_format, other)
+
+    def test_compressions_without_limits_of_their_own_are_refused(self):
+        noise("L", (61, 43)).save(self.folder / "in.tif")
+        for compression in ["lzma", "lerc"]:
+            with self.subTest(compression=compression):
+                run("tiffcp", "-c", compression, self.folder / "in.tif", self.file)
+                self.assertIsNone(decode(self.file))
 
     def test_files_of_imagemagick(self):
         image = noise("RGB", (61, 43))

@@ -154,10 +154,11 @@ class TiffProgramsTest(unittest.TestCase):
     def sources(self):
         """Pages and the compressions that libtiff's tool is to give them."""
         anything = [["-c", "none"], ["-c", "lzw"], ["-c", "packbits"], ["-c", "zip"], ["-c", "lzw:2", "-r", "3"],
-                    ["-B"], ["-s", "-r", "1"]]
+                    ["-B"], ["-s", "-r", "1"], ["-c", "zstd"], ["-c", "zstd:2", "-r", "3"]]
         fax = [["-c", "g3:1d"], ["-c", "g3:2d:fill"], ["-c", "g4"], ["-c", "g4", "-f", "lsb2msb"], ["-c", "none"],
                ["-c", "lzw"], ["-c", "packbits"], ["-c", "zip"]]
-        deep = anything[:4] + [["-p", "separate"], ["-t", "-w", "16", "-l", "16", "-c", "lzw"]]
+        deep = anything[:4] + [["-p", "separate"], ["-t", "-w", "16", "-l", "16", "-c", "lzw"],
+                              ["-c", "zstd"], ["-t", "-w", "16", "-l", "16", "-c", "zstd"]]
         for mode, options in [("1", fax), ("L", anything), ("P", anything), ("RGB", deep), ("RGBA", deep),
                               ("I;16", anything[:4]), ("CMYK", anything[:2])]:
             for i, option in enumerate(options):
@@ -212,6 +213,24 @@ class TiffProgramsTest(unittest.TestCase):
             image.putdata([(*(round(value * alpha / 255) for value in colors), alpha)
                            for *colors, alpha in image.getdata()])
         return image.convert("RGBA")
+
+    def test_pages_with_webp_compression(self):
+        for mode in ["RGB", "RGBA"]:
+            for option in [["-r", "4"], ["-t", "-w", "16", "-l", "16"]]:
+                with self.subTest(mode=mode, option=option):
+                    image = noise(mode, (37, 11), 1)
+                    image.save(self.folder / "in.tif")
+                    run("tiffcp", "-c", "webp:p100", *option, self.folder / "in.tif", self.file)
+                    page = open_page(self.file)
+                    self.assertEqual(page.format, ARGB)
+                    self.assertLessEqual(largest_difference(page.rgba(), self.shown(image)), 1)
+
+    def test_pages_of_compressions_without_limits_of_their_own(self):
+        noise("L", (37, 11), 1).save(self.folder / "in.tif")
+        for compression in ["lzma", "lerc"]:
+            with self.subTest(compression=compression):
+                run("tiffcp", "-c", compression, self.folder / "in.tif", self.file)
+                self.assertIsNone(open_page(self.file))
 
     def test_pages_with_jpeg_compression(self):
         image = Image.linear_gradient("L").resize((64, 48)).convert("RGB")

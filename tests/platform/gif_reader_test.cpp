@@ -400,7 +400,7 @@ TEST(DamagedGif, LeavesOutFramesThatWouldTakeMinutesTogether) {
   EXPECT_EQ(Pixels(*DecodeFrame(file, 127)), std::vector<ARGB>(100, 0));
   // The first counts whatever its size.
   parts.images.assign(3, {.width = 0xFFFF, .height = 0xFFFF, .pixels = {1}});
-  EXPECT_EQ(kGifFrames.count(MakeGif(parts)), 2U);
+  EXPECT_EQ(kGifFrames.count(MakeGif(parts)), 1U);
 }
 
 }  // namespace

@@ -18,6 +18,14 @@ void ExpectFlat(const BitmapObject& bitmap, ARGB color, int tolerance) {
   }
 }
 
+std::size_t CountMarkers(const Bytes& file, int first, int last) {
+  std::size_t count = 0;
+  for (std::size_t i = 1; i < file.size(); ++i) {
+    if (file[i - 1] == 0xFF && file[i] >= first && file[i] <= last) ++count;
+  }
+  return count;
+}
+
 TEST(JpegReader, GivesGrayFilesARampAndOthers24Bits) {
   for (const bool is_progressive : {false, true}) {
     const BitmapPtr gray =
@@ -42,6 +50,15 @@ TEST(JpegReader, ReadsInvertedInks) {
     EXPECT_EQ(bitmap->format(), PixelFormat24bppRGB);
     ExpectFlat(*bitmap, 0xFF648000, 2);
   }
+}
+
+TEST(JpegReader, ReadsInksAsInvertedAlsoWhenNobodySaysSo) {
+  Bytes file = MakeJpeg({4, JCS_CMYK, JCS_CMYK, {200, 255, 0, 128}});
+  const auto adobe = file.begin() + static_cast<std::ptrdiff_t>(JpegSegment(file, 0xEE));
+  ASSERT_EQ(adobe[1], 0xEE);
+  file.erase(adobe, adobe + 2 + 14);
+  ASSERT_EQ(CountMarkers(file, 0xEE, 0xEE), 0U);
+  ExpectFlat(*Decode(DecodeJpeg, file), 0xFF648000, 2);
 }
 
 TEST(JpegReader, ReadsTheDensity) {
@@ -84,14 +101,6 @@ Bytes Recode(const Bytes& file, const std::function<void(jpeg_compress_struct&)>
   const Bytes bytes(memory, memory + size);
   std::free(memory);
   return bytes;
-}
-
-std::size_t CountMarkers(const Bytes& file, int first, int last) {
-  std::size_t count = 0;
-  for (std::size_t i = 1; i < file.size(); ++i) {
-    if (file[i - 1] == 0xFF && file[i] >= first && file[i] <= last) ++count;
-  }
-  return count;
 }
 
 TEST(JpegReader, ReadsEveryCodingOfTheSamePicture) {

@@ -40,8 +40,8 @@ void ForEachLayout(StoredPage page, const std::function<void(const StoredPage&)>
     for (const Chunk chunk : {Chunk{0, 1}, {0, 5}, {0, 19}, {16, 16}, {48, 32}}) {
       page.tile_width = chunk.tile_width;
       page.rows = chunk.rows;
-      for (const int compression :
-           {COMPRESSION_NONE, COMPRESSION_LZW, COMPRESSION_ADOBE_DEFLATE, COMPRESSION_PACKBITS}) {
+      for (const int compression : {COMPRESSION_NONE, COMPRESSION_LZW, COMPRESSION_ADOBE_DEFLATE,
+                                    COMPRESSION_PACKBITS, COMPRESSION_ZSTD}) {
         page.compression = static_cast<std::uint16_t>(compression);
         for (const bool is_planar : {false, true}) {
           if (is_planar && page.samples == 1) continue;

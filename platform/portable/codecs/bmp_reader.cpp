@@ -9,6 +9,7 @@
 
 #include "codecs/codec.h"
 #include "codecs/resolution.h"
+#include "decode_limit.h"
 
 namespace pixtola::portable {
 
@@ -326,13 +327,18 @@ Status DecodeBmp(EncodedBytes bytes, std::unique_ptr<BitmapObject>& bitmap) {
   bitmap = nullptr;
   Header header;
   if (!ReadHeader(bytes, header)) return Gdiplus::GenericError;
+  const EncodedBytes pixels = bytes.subspan(header.pixels_at);
+  // What run lengths leave out is in the image all the same.
+  if (!header.is_rle() && !platform::IsClaimPlausible(header.width * header.height, pixels.size(),
+                                                      header.row_bytes() * header.height)) {
+    return Gdiplus::OutOfMemory;
+  }
 
   auto decoded = BitmapObject::CreateForDecoder(header.width, header.height, FormatOf(header));
   if (decoded == nullptr) return Gdiplus::OutOfMemory;
   decoded->dpi_x = DotsPerInch(header.pixels_per_metre_x);
   decoded->dpi_y = DotsPerInch(header.pixels_per_metre_y);
 
-  const EncodedBytes pixels = bytes.subspan(header.pixels_at);
   if (header.is_rle()) {
     const Palette palette = ReadPalette(bytes, header);
     RlePainter(palette, header.bits, *decoded).Paint(pixels);

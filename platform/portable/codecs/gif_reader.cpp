@@ -11,6 +11,7 @@
 #include <cstring>
 
 #include "codecs/gif_file.h"
+#include "decode_limit.h"
 #include "imaging/words.h"
 
 namespace pixtola::portable {
@@ -23,13 +24,19 @@ using Gdiplus::Status;
 /// together. Those that come after so many pixels are not counted.
 constexpr std::uint64_t kMaxFramePixels = std::uint64_t{1} << 33;
 
+/// Whether the frame may be decoded. Its rows are, also where they lie beyond the screen.
+bool IsAllowed(const GifFrame& frame) {
+  return platform::IsDecodeAllowed(frame.width, frame.height,
+                                   std::uint64_t{frame.width} * frame.height);
+}
+
 UINT CountFrames(EncodedBytes bytes) {
   GifFile file(bytes);
   UINT count = 0;
   std::uint64_t pixels = 0;
   while (file.NextFrame()) {
     pixels += std::uint64_t{file.frame().width} * file.frame().height;
-    if (count > 0 && pixels > kMaxFramePixels) break;
+    if (count > 0 && (pixels > kMaxFramePixels || !IsAllowed(file.frame()))) break;
     const bool is_complete = file.EndFrame();
     // Of the first frame, what is there is shown.
     if (is_complete || count == 0) ++count;
@@ -155,6 +162,12 @@ Status DecodeGifFrame(EncodedBytes bytes, UINT index, std::unique_ptr<BitmapObje
   GifFile file(bytes);
   if (!file.NextFrame()) return file.failure();
   if (file.ScreenWidth() == 0 || file.ScreenHeight() == 0) return Gdiplus::GenericError;
+  // Codes of 12 bits give at most 4096 pixels each.
+  const std::uint64_t pixels = std::uint64_t{file.frame().width} * file.frame().height;
+  if (!IsAllowed(file.frame()) ||
+      !platform::IsClaimPlausible(pixels, bytes.size(), pixels / 4096 * 12 / 8)) {
+    return Gdiplus::OutOfMemory;
+  }
 
   auto decoded =
       BitmapObject::CreateForDecoder(file.ScreenWidth(), file.ScreenHeight(),

@@ -58,11 +58,25 @@ bool ReadHeader(jpeg_decompress_struct& jpeg, JpegErrors& errors, EncodedBytes b
   }
 }
 
-/// One row of inks to B, G, R. Adobe's files hold the inks inverted: 255 is no ink.
-void CmykToBgr(const JSAMPLE* cmyk, bool is_inverted, std::uint32_t width, BYTE* bgr) {
+/// The bytes that a file of such a size and such components has at least.
+std::uint64_t LeastSize(const jpeg_decompress_struct& jpeg) {
+  // Runs of what is likely take next to nothing.
+  if (jpeg.arith_code != FALSE) return 0;
+  std::uint64_t blocks = 0;
+  for (int i = 0; i < jpeg.num_components; ++i) {
+    const jpeg_component_info& component = jpeg.comp_info[i];
+    blocks += std::uint64_t{component.width_in_blocks} * component.height_in_blocks;
+  }
+  // A code of one bit tells that a block's mean is that of the one before, another that nothing
+  // else is in it. Progressive files may say the latter of many blocks at once.
+  return blocks * (jpeg.progressive_mode != FALSE ? 1 : 2) / 8;
+}
+
+/// One row of inks to B, G, R. 255 is no ink: so Adobe's files have it, and so other decoders take
+/// files that do not tell whose they are.
+void CmykToBgr(const JSAMPLE* cmyk, std::uint32_t width, BYTE* bgr) {
   for (std::uint32_t x = 0; x < width; ++x, cmyk += 4, bgr += 3) {
-    const auto paper = [&](int i) -> unsigned { return is_inverted ? cmyk[i] : 255U - cmyk[i]; };
-    for (int i = 0; i < 3; ++i) bgr[2 - i] = static_cast<BYTE>((paper(i) * paper(3) + 127) / 255);
+    for (int i = 0; i < 3; ++i) bgr[2 - i] = static_cast<BYTE>((cmyk[i] * cmyk[3] + 127) / 255);
   }
 }
 
@@ -81,9 +95,7 @@ bool ReadRows(jpeg_decompress_struct& jpeg, JpegErrors& errors, JSAMPLE* cmyk,
     const JDIMENSION y = jpeg.output_scanline;
     JSAMPROW row = cmyk != nullptr ? cmyk : bitmap.Row(y);
     if (jpeg_read_scanlines(&jpeg, &row, 1) != 1) return false;
-    if (cmyk != nullptr) {
-      CmykToBgr(cmyk, jpeg.saw_Adobe_marker != FALSE, bitmap.width(), bitmap.Row(y));
-    }
+    if (cmyk != nullptr) CmykToBgr(cmyk, bitmap.width(), bitmap.Row(y));
   }
   jpeg_finish_decompress(&jpeg);
   return true;
@@ -110,8 +122,11 @@ Status DecodeJpeg(EncodedBytes bytes, std::unique_ptr<BitmapObject>& bitmap) {
   jpeg.err = SilentJpegErrors(errors);
   if (!ReadHeader(jpeg, errors, bytes)) return Gdiplus::GenericError;
 
-  // Files of several scans are collected as coefficients of two bytes before any row is made.
   const std::uint64_t pixels = std::uint64_t{jpeg.image_width} * jpeg.image_height;
+  if (!platform::IsClaimPlausible(pixels, bytes.size(), LeastSize(jpeg))) {
+    return Gdiplus::OutOfMemory;
+  }
+  // Files of several scans are collected as coefficients of two bytes before any row is made.
   const auto components = static_cast<std::uint64_t>(jpeg.num_components);
   if (jpeg_has_multiple_scans(&jpeg) != FALSE &&
       !platform::IsDecodeAllowed(jpeg.image_width, jpeg.image_height, 2 * pixels * components)) {

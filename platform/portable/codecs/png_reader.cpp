@@ -11,6 +11,7 @@
 #include "codecs/codec.h"
 #include "codecs/handles.h"
 #include "codecs/resolution.h"
+#include "decode_limit.h"
 #include "imaging/color_rows.h"
 
 namespace pixtola::portable {
@@ -143,10 +144,15 @@ Status DecodePng(EncodedBytes bytes, std::unique_ptr<BitmapObject>& bitmap) {
   png_set_read_fn(handle.png, &source, ReadBytes);
   if (!ReadHeader(handle.png, handle.info)) return Gdiplus::GenericError;
 
+  const std::uint64_t width = png_get_image_width(handle.png, handle.info);
+  const std::uint64_t height = png_get_image_height(handle.png, handle.info);
+  // A byte of Deflate gives at most 1032.
+  const std::uint64_t least_size = png_get_rowbytes(handle.png, handle.info) * height / 1032;
+  if (!platform::IsClaimPlausible(width * height, bytes.size(), least_size)) {
+    return Gdiplus::OutOfMemory;
+  }
   const Form form = FormOf(handle.png, handle.info);
-  auto decoded =
-      BitmapObject::CreateForDecoder(png_get_image_width(handle.png, handle.info),
-                                     png_get_image_height(handle.png, handle.info), form.format);
+  auto decoded = BitmapObject::CreateForDecoder(width, height, form.format);
   if (decoded == nullptr) return Gdiplus::OutOfMemory;
   if (decoded->is_indexed()) {
     decoded->palette = form.is_gray ? GrayPalette(1) : FilePalette(handle.png, handle.info);

@@ -43,7 +43,7 @@ Status DecodePage(TIFF* tiff, std::unique_ptr<BitmapObject>& bitmap) {
   if (!ReadTiffPage(tiff, page) || !platform::IsTiffCompressionRead(page.compression)) {
     return Gdiplus::GenericError;
   }
-  if (!IsAllowed(page)) return Gdiplus::OutOfMemory;
+  if (!IsAllowed(page) || !platform::IsTiffPageAllowed(tiff)) return Gdiplus::OutOfMemory;
   // The resolution first: the other way changes tags.
   const float dpi_x = DotsPerInch(tiff, TIFFTAG_XRESOLUTION);
   const float dpi_y = DotsPerInch(tiff, TIFFTAG_YRESOLUTION);

@@ -28,7 +28,7 @@ using test_support::RecordingStream;
 using test_support::TiffPage;
 
 /// What a hostile file may make the reader allocate here.
-constexpr platform::DecodeLimit kLimit = {1 << 20, 1 << 24};
+constexpr platform::DecodeLimit kLimit = {1 << 20, 1 << 28};
 
 struct NamedFile {
   std::string name;
@@ -53,13 +53,15 @@ std::vector<NamedFile> AllFiles() {
   std::mt19937 random(1);
   for (const int compression :
        {COMPRESSION_NONE, COMPRESSION_CCITTRLE, COMPRESSION_CCITTFAX3, COMPRESSION_CCITTFAX4,
-        COMPRESSION_LZW, COMPRESSION_PACKBITS, COMPRESSION_ADOBE_DEFLATE, COMPRESSION_JPEG}) {
+        COMPRESSION_LZW, COMPRESSION_PACKBITS, COMPRESSION_ADOBE_DEFLATE, COMPRESSION_JPEG,
+        COMPRESSION_ZSTD, COMPRESSION_WEBP}) {
     if (TIFFIsCODECConfigured(static_cast<std::uint16_t>(compression)) == 0) continue;
     for (TiffPage page : {bilevel, gray, color}) {
       const bool is_fax =
           compression >= COMPRESSION_CCITTRLE && compression <= COMPRESSION_CCITTFAX4;
       const bool is_bilevel = page.bits_per_sample == 1;
       if ((is_fax && !is_bilevel) || (compression == COMPRESSION_JPEG && is_bilevel)) continue;
+      if (compression == COMPRESSION_WEBP && page.samples_per_pixel != 3) continue;
       const std::size_t row_bits =
           std::size_t{page.width} * page.bits_per_sample * page.samples_per_pixel;
       page.rows.resize((row_bits + 7) / 8 * page.height);

@@ -381,7 +381,7 @@ TEST_F(TiffLayoutsTest, AreReadInEveryLosslessCompression) {
   for (const int compression :
        {COMPRESSION_NONE, COMPRESSION_CCITTRLE, COMPRESSION_CCITTRLEW, COMPRESSION_CCITTFAX3,
         COMPRESSION_CCITTFAX4, COMPRESSION_LZW, COMPRESSION_PACKBITS, COMPRESSION_DEFLATE,
-        COMPRESSION_ADOBE_DEFLATE}) {
+        COMPRESSION_ADOBE_DEFLATE, COMPRESSION_ZSTD}) {
     if (TIFFIsCODECConfigured(static_cast<std::uint16_t>(compression)) == 0) continue;
     const bool is_fax = compression >= COMPRESSION_CCITTRLE && compression <= COMPRESSION_CCITTFAX4;
     const bool is_bilevel = is_fax || compression == COMPRESSION_CCITTRLEW;

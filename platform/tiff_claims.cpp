@@ -1,0 +1,198 @@
+// Whether the data of a TIFF page can be meant for what its tags claim, and which work it may make.
+
+#include <tiffio.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <limits>
+
+#include "decode_limit.h"
+#include "tiff_files.h"
+
+namespace pixtola::platform {
+
+namespace {
+
+/// What the tags of a page claim.
+struct Claim {
+  std::uint32_t width = 0;
+  std::uint32_t height = 0;
+  std::uint32_t chunk_width = 0;  ///< of a strip or tile
+  std::uint32_t chunk_height = 0;
+  std::uint32_t chunks = 0;
+  bool is_tiled = false;
+  std::uint16_t bits = 1;  ///< of a sample
+  std::uint16_t samples = 1;
+  std::uint16_t compression = COMPRESSION_NONE;
+  std::uint16_t photometric = PHOTOMETRIC_MINISBLACK;
+  std::uint16_t fill_order = FILLORDER_MSB2LSB;
+
+  // Tiles reach beyond the page, by as much as the file says, and are decoded whole. The products
+  // can be larger than any integer.
+  double decoded_width() const { return RoundedUp(width, chunk_width); }
+  double decoded_height() const { return is_tiled ? RoundedUp(height, chunk_height) : height; }
+  double area() const { return decoded_width() * decoded_height(); }
+  double pixels() const { return area() * std::max(1, samples / 4); }
+  /// The bytes that all samples take uncompressed, at least: the colours of YCbCr may be stored for
+  /// some pixels only.
+  double sample_bytes() const {
+    return area() * (photometric == PHOTOMETRIC_YCBCR ? 1 : samples) * bits / 8;
+  }
+
+ private:
+  static double RoundedUp(std::uint32_t size, std::uint32_t unit) {
+    return unit == 0 ? size : std::ceil(static_cast<double>(size) / unit) * unit;
+  }
+};
+
+Claim ReadClaim(TIFF* tiff) {
+  Claim claim;
+  TIFFGetField(tiff, TIFFTAG_IMAGEWIDTH, &claim.width);
+  TIFFGetField(tiff, TIFFTAG_IMAGELENGTH, &claim.height);
+  TIFFGetField(tiff, TIFFTAG_BITSPERSAMPLE, &claim.bits);
+  TIFFGetField(tiff, TIFFTAG_SAMPLESPERPIXEL, &claim.samples);
+  TIFFGetField(tiff, TIFFTAG_COMPRESSION, &claim.compression);
+  TIFFGetField(tiff, TIFFTAG_PHOTOMETRIC, &claim.photometric);
+  TIFFGetFieldDefaulted(tiff, TIFFTAG_FILLORDER, &claim.fill_order);
+  claim.is_tiled = TIFFIsTiled(tiff) != 0;
+  claim.chunk_width = claim.width;
+  if (claim.is_tiled) {
+    TIFFGetField(tiff, TIFFTAG_TILEWIDTH, &claim.chunk_width);
+    TIFFGetField(tiff, TIFFTAG_TILELENGTH, &claim.chunk_height);
+    claim.chunks = TIFFNumberOfTiles(tiff);
+  } else {
+    TIFFGetFieldDefaulted(tiff, TIFFTAG_ROWSPERSTRIP, &claim.chunk_height);
+    claim.chunk_height = std::min(claim.chunk_height, claim.height);
+    claim.chunks = TIFFNumberOfStrips(tiff);
+  }
+  return claim;
+}
+
+/// A size that may be beyond what can be counted.
+std::uint64_t Counted(double size) { return static_cast<std::uint64_t>(std::min(size, 1e18)); }
+
+/// How many bytes of samples a byte of data can give at most.
+double LargestExpansion(std::uint16_t compression) {
+  switch (compression) {
+    case COMPRESSION_LZW:
+      return 4096 * 8 / 12.0;  // the longest string of the table, by a code of 12 bits
+    case COMPRESSION_ADOBE_DEFLATE:
+    case COMPRESSION_DEFLATE:
+      return 1032;  // 258 bytes by two codes of one bit
+    case COMPRESSION_PIXARLOG:
+      return 1032 * 2;  // Deflate of 16 bits a sample, which may become floats
+    case COMPRESSION_PACKBITS:
+      return 64;  // 128 by two
+    case COMPRESSION_SGILOG:
+    case COMPRESSION_SGILOG24:
+      return 129;  // by a count and a byte, for each byte of a pixel
+    case COMPRESSION_THUNDERSCAN:
+      return 63 / 2.0;  // 63 pixels of 4 bits
+    case COMPRESSION_ZSTD:
+      return (1 << 17) / 4.0;  // a block of equal bytes
+    default:
+      return 1;
+  }
+}
+
+/// The bytes that the shortest coding of the claim takes.
+double LeastBytes(const Claim& claim) {
+  switch (claim.compression) {
+    case COMPRESSION_CCITTRLE:
+    case COMPRESSION_CCITTRLEW:
+    case COMPRESSION_CCITTFAX3:
+    case COMPRESSION_CCITTFAX4:
+      return claim.height / 8.0;  // a bit says that a row is as the one before
+    case COMPRESSION_NEXT:
+      return claim.height;  // some bytes say that a row is white
+    case COMPRESSION_JPEG:
+    case COMPRESSION_OJPEG:
+      // As in JPEG files, but only the brightness is sure to be there for every pixel. TIFF knows
+      // no arithmetic coding.
+      return claim.area() / 64 / 8;
+    case COMPRESSION_WEBP:
+      return claim.chunks;  // the rest of a flat picture takes no bits
+    default:
+      return claim.sample_bytes() / LargestExpansion(claim.compression);
+  }
+}
+
+constexpr std::uint64_t kLargestCount = std::numeric_limits<std::uint64_t>::max();
+
+/// The bytes of data that the page's strips or tiles have together in the first `file_size` bytes,
+/// as far as that can be told. What several of them share counts for each.
+std::uint64_t DataSize(TIFF* tiff, const Claim& claim, std::uint64_t file_size) {
+  std::uint64_t sum = 0;
+  for (std::uint32_t i = 0; i < claim.chunks; ++i) {
+    int is_unknown = 0;
+    const std::uint64_t size = TIFFGetStrileByteCountWithErr(tiff, i, &is_unknown);
+    if (is_unknown != 0) break;
+    const std::uint64_t offset = std::min(TIFFGetStrileOffset(tiff, i), file_size);
+    sum += std::min({size, file_size - offset, kLargestCount - sum});
+  }
+  return sum;
+}
+
+/// Blank tiles often share their data. But what is shared may also be such that takes long to
+/// decode and gives nothing: a byte of Deflate can take 70 nanoseconds.
+std::uint64_t MostData(const Claim& claim, std::uint64_t file_size) {
+  constexpr std::uint64_t kAlwaysQuick = std::uint64_t{1} << 24;
+  const bool is_coded = claim.compression != COMPRESSION_NONE;
+  return std::max({file_size, kAlwaysQuick, is_coded ? 0 : Counted(claim.sample_bytes())});
+}
+
+/// Whether each strip or tile begins as the format says. The codec also takes what Zstandard was
+/// before it had a format.
+bool IsZstandard(TIFF* tiff, const Claim& claim) {
+  constexpr std::array<std::uint8_t, 4> kMagic = {0x28, 0xB5, 0x2F, 0xFD};
+  for (std::uint32_t i = 0; i < claim.chunks; ++i) {
+    std::array<std::uint8_t, 4> start{};
+    const auto size = static_cast<tmsize_t>(start.size());
+    const tmsize_t read = claim.is_tiled ? TIFFReadRawTile(tiff, i, start.data(), size)
+                                         : TIFFReadRawStrip(tiff, i, start.data(), size);
+    if (read == size && start != kMagic) return false;
+  }
+  return true;
+}
+
+/// Memory that the codec takes beside the samples, at most.
+double CodecMemory(const Claim& claim) {
+  const double chunk_area = static_cast<double>(claim.chunk_width) * claim.chunk_height;
+  if (claim.compression == COMPRESSION_ZSTD) return (1 << 27) + (1 << 20);  // the largest window
+  // WebP: the picture once more, and tables of 20.7 kB for groups of at least 4 x 4 pixels.
+  return chunk_area * 4 + std::min(65536.0, chunk_area / 16 + 1) * 20.7e3;
+}
+
+/// What more is asked of data whose codecs know no limits of their own.
+bool IsHarmless(TIFF* tiff, const Claim& claim, std::uint64_t data_size, std::uint64_t file_size) {
+  // libtiff would turn every byte around: nobody writes that, and what is looked at here would not
+  // be what is decoded.
+  if (claim.fill_order != FILLORDER_MSB2LSB || data_size > file_size) return false;
+  // Equal pixels take no data but their time, four times that of Deflate.
+  constexpr double kQuickBytes = 1 << 28;
+  constexpr std::uint64_t kMuchData = 1 << 20;
+  if (claim.sample_bytes() > kQuickBytes && data_size < kMuchData) return false;
+  if (Counted(CodecMemory(claim)) > GetDecodeLimit().bytes) return false;
+  return claim.compression != COMPRESSION_ZSTD || IsZstandard(tiff, claim);
+}
+
+}  // namespace
+
+bool IsTiffPageAllowed(TIFF* tiff) {
+  const Claim claim = ReadClaim(tiff);
+  if (!IsDecodeAllowed(Counted(claim.decoded_width()), Counted(claim.decoded_height()), 0)) {
+    return false;
+  }
+  const std::uint64_t file_size = TIFFGetSizeProc(tiff)(TIFFClientdata(tiff));
+  const std::uint64_t data_size = DataSize(tiff, claim, file_size);
+  if (data_size > MostData(claim, file_size) ||
+      !IsClaimPlausible(Counted(claim.pixels()), data_size, Counted(LeastBytes(claim)))) {
+    return false;
+  }
+  const bool is_limited =
+      claim.compression != COMPRESSION_ZSTD && claim.compression != COMPRESSION_WEBP;
+  return is_limited || IsHarmless(tiff, claim, data_size, file_size);
+}
+
+}  // namespace pixtola::platform
