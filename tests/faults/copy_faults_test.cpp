@@ -1,13 +1,17 @@
 // Bitmaps made of pixels in memory and copies of bitmaps, when memory lacks, a bitmap cannot be
-// locked or the encoded copy, through which indexed ones come, cannot be written or read.
+// locked or the encoded copy, through which indexed ones come, cannot be written or read. And the
+// palettes that they are given.
 
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <string>
+#include <vector>
 
 #include "faults/fault_images.h"
 #include "faults/fault_makers.h"
 #include "support/fault_injection.h"
+#include "support/platform_calls.h"
 
 namespace {
 
@@ -16,6 +20,7 @@ using test_support::BitmapPointer;
 using test_support::Bytes;
 using test_support::CanBeLocked;
 using test_support::Fault;
+using test_support::FaultPlan;
 using test_support::kOddWidth;
 using test_support::kSpans;
 using test_support::LeftByTheFirst;
@@ -24,6 +29,7 @@ using test_support::OnFailure;
 using test_support::Outcomes;
 using test_support::Picture;
 using test_support::PictureOf;
+using test_support::PlatformCalls;
 using test_support::RandomBitmap;
 using test_support::RandomBytes;
 using test_support::Receive;
@@ -184,6 +190,58 @@ TEST(PxtInsertBytesRect, HandsOutTheRightBitmapOrNoneUnderFaults) {
       }
     }
   }
+}
+
+/// The colours of bitmaps that nobody gives any.
+std::vector<Gdiplus::ARGB> DefaultColors(Gdiplus::PixelFormat format) {
+  if (format == PixelFormat1bppIndexed) return {0xFF000000, 0xFFFFFFFF};
+  std::vector<Gdiplus::ARGB> grays;
+  for (Gdiplus::ARGB i = 0; i < 256; ++i) grays.push_back(0xFF000000 + i * 0x010101);
+  return grays;
+}
+
+// The platform's own palettes may be others.
+TEST(PxtInsertBytes, GivesBitmapsTheirDefaultPaletteItself) {
+  const Bytes bytes = {0b10100000, 1, 2, 3, 0b11000000, 5, 6, 7};
+  for (const auto format : {PixelFormat1bppIndexed, PixelFormat8bppIndexed}) {
+    const std::vector<Gdiplus::ARGB> colors = DefaultColors(format);
+    // With an encoded copy, and without one, where two bitmaps need the palette.
+    for (const bool is_encoded : {true, false}) {
+      SCOPED_TRACE(testing::Message() << "format " << format << ", encoded: " << is_encoded);
+      FaultPlan plan(Fault::kWrite, is_encoded ? std::numeric_limits<std::uint32_t>::max() : 1);
+      PlatformCalls calls;
+      Gdiplus::Bitmap* made = nullptr;
+      const auto insert = [&] {
+        return PxtInsertBytes(bytes.data(), format, 4, 2, 4, 96, 96, &made, nullptr);
+      };
+      EXPECT_EQ(calls.Run([&] { return plan.Run(insert); }), 1);
+      ASSERT_NE(made, nullptr);
+      const BitmapPointer owned(made);
+      EXPECT_EQ(calls.palettes.size(), is_encoded ? 1U : 2U);
+      for (const auto& palette : calls.palettes) EXPECT_EQ(palette, colors);
+      EXPECT_EQ(test_support::PaletteOf(*made), colors);
+    }
+  }
+}
+
+TEST(PxtCopyBitmap, MakesBlackAndWhiteOfOneBitImagesWhosePaletteCannotBeHad) {
+  const BitmapPointer bitmap =
+      test_support::MakeBitmap(8, 2, PixelFormat1bppIndexed, {0b10100000, 0b00010111});
+  bitmap->SetPalette(test_support::PaletteBlock(0, {0xFFFF0000, 0xFF00FF00}).get());
+  bitmap->GetLastStatus();
+  // Its size, not to be had, is that of none.
+  FaultPlan plan(Fault::kPalette, 1);
+  PlatformCalls calls;
+  Gdiplus::Bitmap* made = nullptr;
+  const auto copy = [&] { return PxtCopyBitmap(bitmap.get(), &made); };
+  EXPECT_EQ(calls.Run([&] { return plan.Run(copy); }), 1);
+  ASSERT_NE(made, nullptr);
+  const BitmapPointer owned(made);
+  const auto black_and_white = DefaultColors(PixelFormat1bppIndexed);
+  EXPECT_EQ(calls.palettes, std::vector<std::vector<Gdiplus::ARGB>>{black_and_white});
+  EXPECT_EQ(test_support::PaletteOf(*made), black_and_white);
+  EXPECT_EQ(test_support::PixelsOf(*made), (Bytes{0b10100000, 0b00010111}));
+  EXPECT_EQ(bitmap->GetLastStatus(), Gdiplus::OutOfMemory);
 }
 
 /// What may come of copying a bitmap of 200 x 300 dots per inch that is disturbed: its rows are

@@ -1,4 +1,5 @@
-// Writing PCX files when memory lacks, the bitmap cannot be locked or the file cannot be written.
+// Writing PCX files when memory lacks, the bitmap cannot be locked or the file cannot be written,
+// or the bitmap's resolution is none.
 
 #include <gtest/gtest.h>
 
@@ -10,6 +11,7 @@
 #include "faults/fault_makers.h"
 #include "io/pcx_writer.h"
 #include "support/fault_injection.h"
+#include "support/platform_calls.h"
 #include "support/temporary_folder.h"
 
 namespace pixtola {
@@ -258,6 +260,24 @@ TEST_F(PcxWriterUnderFaults, WritesBlackForAPaletteThatThePlatformDoesNotGive) {
       EXPECT_EQ(outcome.file, expected) << nth;
       EXPECT_EQ(bitmap->GetLastStatus(), Gdiplus::OutOfMemory);
     }
+  }
+}
+
+TEST_F(PcxWriterUnderFaults, WritesNoResolutionOfWhatIsNoPositiveNumber) {
+  constexpr float kInfinity = std::numeric_limits<float>::infinity();
+  constexpr float kNoNumber = std::numeric_limits<float>::quiet_NaN();
+  const BitmapPointer bitmap = RandomBitmap(48, kHeight, PixelFormat24bppRGB);
+  for (const float dpi : {kNoNumber, -kNoNumber, 0.0F, -0.5F, -1.0F, -300.0F, -65536.0F, -1e6F,
+                          -kInfinity, kInfinity}) {
+    const auto resolution = [&](float horizontal_dpi, float vertical_dpi) {
+      const test_support::ToldResolution told(horizontal_dpi, vertical_dpi);
+      const Bytes file = WriteUndisturbed(*bitmap);
+      EXPECT_GE(file.size(), kHeaderSize);
+      return Bytes(file.begin() + 12, file.begin() + 16);
+    };
+    const std::uint8_t byte = dpi == kInfinity ? 255 : 0;  // which is larger than all
+    EXPECT_EQ(resolution(dpi, 258), (Bytes{byte, byte, 2, 1})) << dpi;
+    EXPECT_EQ(resolution(258, dpi), (Bytes{2, 1, byte, byte})) << dpi;
   }
 }
 

@@ -1,4 +1,5 @@
 // Saving files when memory lacks, a bitmap cannot be locked or a file cannot be written: all types.
+// And what the platform's encoder is told.
 
 #include <gtest/gtest.h>
 
@@ -6,9 +7,11 @@
 #include <limits>
 #include <string>
 
+#include "faults/encoder_parameters.h"
 #include "faults/fault_images.h"
 #include "faults/fault_makers.h"
 #include "support/fault_injection.h"
+#include "support/platform_calls.h"
 #include "support/temporary_folder.h"
 #include "support/tiff_file.h"
 #include "tiff_files.h"
@@ -19,6 +22,7 @@ using test_support::AsTiffKeeps;
 using test_support::BitmapPointer;
 using test_support::Bytes;
 using test_support::CanBeLocked;
+using test_support::EncodingCall;
 using test_support::Fault;
 using test_support::FaultPlan;
 using test_support::ForEveryFault;
@@ -26,6 +30,7 @@ using test_support::IsReadableGif;
 using test_support::kSpans;
 using test_support::Picture;
 using test_support::PictureOf;
+using test_support::PlatformCalls;
 using test_support::RandomBitmap;
 using test_support::Span;
 using test_support::Stripes;
@@ -266,6 +271,31 @@ TEST_F(SavingUnderFaults, LetsThePlatformWriteWhatLibtiffCannotLock) {
                       plan.HasFired() && !is_converted ? Gdiplus::OutOfMemory : Gdiplus::Ok);
           });
       EXPECT_EQ(failures, is_converted ? 1 : 0);
+    }
+  }
+}
+
+TEST_F(SavingUnderFaults, TellsThePlatformsEncoderItsOneParameter) {
+  for (const Gdiplus::PixelFormat format : kFormats) {
+    const BitmapPointer bitmap = RandomBitmap(48, 37, format);
+    for (const PxtFileType type : test_support::kEncodedTypes) {
+      if (!IsReadableGif(type, format)) continue;
+      SCOPED_TRACE(testing::Message() << "format " << format << ", type " << type);
+      FaultPlan plan(Fault::kLock, test_support::LockOfLibtiff(type, format));
+      PlatformCalls calls;
+      const Outcome outcome = Save(*bitmap, type, [&](const auto& save) {
+        return calls.Run([&] { return plan.Run(save); });
+      });
+      EXPECT_EQ(outcome.result, 1);
+      // What is encoded to memory on the way is another matter.
+      const auto to_file =
+          std::find_if(calls.encodings.begin(), calls.encodings.end(),
+                       [](const EncodingCall& call) { return !call.is_to_stream; });
+      ASSERT_NE(to_file, calls.encodings.end());
+      const auto expected = test_support::ParametersFor(type);
+      EXPECT_EQ(to_file->has_parameters, !expected.empty());
+      EXPECT_TRUE(to_file->parameters == expected);
+      EXPECT_EQ(to_file + 1, calls.encodings.end());
     }
   }
 }

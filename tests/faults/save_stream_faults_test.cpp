@@ -1,13 +1,16 @@
 // Saving to new memory streams when memory lacks, a bitmap cannot be locked or the stream cannot be
-// written: all types.
+// written: all types. And what the platform is asked for: the stream's block, and the encoder's
+// parameter.
 
 #include <gtest/gtest.h>
 
+#include "faults/encoder_parameters.h"
 #include "faults/fault_images.h"
 #include "faults/fault_makers.h"
 #include "faults/fault_streams.h"
 #include "io/tiff_writer.h"
 #include "support/fault_injection.h"
+#include "support/platform_calls.h"
 #include "support/temporary_folder.h"
 #include "support/tiff_file.h"
 
@@ -15,9 +18,11 @@ namespace {
 
 using test_support::AsTiffKeeps;
 using test_support::BitmapPointer;
+using test_support::BlockCall;
 using test_support::Bytes;
 using test_support::BytesOf;
 using test_support::CanBeLocked;
+using test_support::EncodingCall;
 using test_support::Fault;
 using test_support::FaultPlan;
 using test_support::ForEveryFault;
@@ -25,6 +30,7 @@ using test_support::IsReadableGif;
 using test_support::kSpans;
 using test_support::Picture;
 using test_support::PictureOf;
+using test_support::PlatformCalls;
 using test_support::RandomBitmap;
 using test_support::Receive;
 using test_support::Span;
@@ -58,6 +64,22 @@ Picture PictureIn(IStream& stream) {
   BitmapPointer bitmap;
   PxtExtractBitmap(&stream, Receive(bitmap));
   return bitmap != nullptr ? PictureOf(*bitmap) : Picture{};
+}
+
+/// Saves the bitmap and hands the stream out; the calls of the platform are written down.
+int SaveAndWriteDown(Gdiplus::Bitmap& bitmap, PxtFileType type, FaultPlan& plan,
+                     PlatformCalls& calls, StreamPointer& saved) {
+  IStream* stream = nullptr;
+  const int result = calls.Run(
+      [&] { return plan.Run([&] { return PxtSaveBitmapToStream(&bitmap, &stream, type); }); });
+  saved.reset(stream);
+  return result;
+}
+
+int SaveAndWriteDown(Gdiplus::Bitmap& bitmap, PxtFileType type, PlatformCalls& calls,
+                     StreamPointer& saved) {
+  FaultPlan undisturbed(Fault::kLock, test_support::kNoLock);
+  return SaveAndWriteDown(bitmap, type, undisturbed, calls, saved);
 }
 
 /// Saves the bitmap under every fault and lets `check` look at each stream. A stream that is not
@@ -242,6 +264,84 @@ TEST(PxtSaveBitmapToStreamUnderFaults, LetsThePlatformWriteWhatLibtiffCannotLock
                       plan.HasFired() && !is_converted ? Gdiplus::OutOfMemory : Gdiplus::Ok);
           });
       EXPECT_EQ(failures, is_converted ? 1 : 0);
+    }
+  }
+}
+
+TEST(PxtSaveBitmapToStream, TellsThePlatformsEncoderItsOneParameter) {
+  for (const Gdiplus::PixelFormat format : kFormats) {
+    const BitmapPointer bitmap = RandomBitmap(48, 37, format);
+    for (const PxtFileType type : test_support::kEncodedTypes) {
+      if (!IsReadableGif(type, format)) continue;
+      SCOPED_TRACE(testing::Message() << "format " << format << ", type " << type);
+      const std::uint32_t lock = test_support::LockOfLibtiff(type, format);
+      FaultPlan plan(Fault::kLock, lock);
+      PlatformCalls calls;
+      StreamPointer saved;
+      EXPECT_EQ(SaveAndWriteDown(*bitmap, type, plan, calls, saved), 1);
+      // A conversion makes a bitmap of its own, which is encoded before.
+      const std::size_t encodings = lock == 2 ? 2 : 1;
+      ASSERT_EQ(calls.encodings.size(), encodings);
+      const EncodingCall& encoding = calls.encodings.back();
+      const auto expected = test_support::ParametersFor(type);
+      EXPECT_TRUE(encoding.is_to_stream);
+      EXPECT_EQ(encoding.has_parameters, !expected.empty());
+      EXPECT_TRUE(encoding.parameters == expected);
+    }
+  }
+}
+
+constexpr UINT kMovableAndDiscardable = 0x102;
+
+TEST(PxtSaveBitmapToStream, AsksForOneBlockOfTheWholeSizeBeforeItEncodes) {
+  struct Case {
+    Gdiplus::PixelFormat format;
+    UINT width;
+    UINT height;
+    std::uint64_t size;  ///< of the rows and 44 bytes more, and of palettes, but 4096 at least
+  };
+  const Case cases[] = {{PixelFormat8bppIndexed, 100, 100, 1032 + 44 + 100 * 100},
+                        {PixelFormat8bppIndexed, 10, 10, 4096},
+                        {PixelFormat8bppIndexed, 30, 94, 4096},  // 32 bytes a row: 4084 in all
+                        {PixelFormat8bppIndexed, 30, 95, 1032 + 44 + 95 * 32},
+                        {PixelFormat1bppIndexed, 1001, 100, 16 + 44 + 100 * 128},
+                        {PixelFormat24bppRGB, 101, 50, 44 + 50 * 304},
+                        {PixelFormat32bppARGB, 101, 50, 44 + 50 * 404}};
+  for (const auto& [format, width, height, size] : cases) {
+    const BitmapPointer bitmap = RandomBitmap(width, height, format);
+    ASSERT_NE(bitmap, nullptr);
+    // Some platforms count an empty palette where there is none.
+    const bool is_indexed = (format & PixelFormatIndexed) != 0;
+    const auto no_palette = static_cast<std::uint64_t>(is_indexed ? 0 : bitmap->GetPaletteSize());
+    for (const PxtFileType type : kPlatformTypes) {
+      if (!IsReadableGif(type, format) || IsTiff(type)) continue;
+      SCOPED_TRACE(testing::Message()
+                   << "format " << format << ", " << width << " x " << height << ", type " << type);
+      PlatformCalls calls;
+      StreamPointer saved;
+      EXPECT_EQ(SaveAndWriteDown(*bitmap, type, calls, saved), 1);
+      const BlockCall whole = {kMovableAndDiscardable, static_cast<SIZE_T>(size + no_palette)};
+      EXPECT_TRUE(calls.blocks == std::vector<BlockCall>{whole});
+      ASSERT_EQ(calls.encodings.size(), 1U);
+      EXPECT_EQ(calls.encodings.front().blocks_before, 1U);
+    }
+  }
+}
+
+TEST(PxtSaveBitmapToStream, AsksForAnEmptyBlockForTiff) {
+  for (const Gdiplus::PixelFormat format : kFormats) {
+    const BitmapPointer bitmap = RandomBitmap(300, 200, format);
+    for (const PxtFileType type : kTiffTypes) {
+      SCOPED_TRACE(testing::Message() << "format " << format << ", type " << type);
+      PlatformCalls calls;
+      StreamPointer saved;
+      EXPECT_EQ(SaveAndWriteDown(*bitmap, type, calls, saved), 1);
+      ASSERT_FALSE(calls.blocks.empty());
+      EXPECT_TRUE(calls.blocks.front() == (BlockCall{kMovableAndDiscardable, 0}));
+      // Only the bitmap that a conversion makes asks for another one.
+      const bool is_converted = test_support::LockOfLibtiff(type, format) == 2;
+      EXPECT_EQ(calls.blocks.size(), is_converted ? 2U : 1U);
+      for (const EncodingCall& encoding : calls.encodings) EXPECT_GE(encoding.blocks_before, 1U);
     }
   }
 }

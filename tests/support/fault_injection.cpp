@@ -7,9 +7,11 @@
 #include <cstdio>
 #include <cstdlib>
 #include <new>
+#include <utility>
 
 #include "Pixtola.h"
 #include "support/faulty_stream.h"
+#include "support/platform_calls.h"
 #include "support/platform_expectations.h"
 
 #if defined(_WIN32)
@@ -38,13 +40,17 @@ Gdiplus::GpStatus __real_GdipBitmapLockBits(Gdiplus::GpBitmap* bitmap, const Gdi
 Gdiplus::GpStatus __real_GdipGetImagePaletteSize(Gdiplus::GpImage* image, INT* size);
 Gdiplus::GpStatus __real_GdipGetImagePalette(Gdiplus::GpImage* image,
                                              Gdiplus::ColorPalette* palette, INT size);
+decltype(Flat::GdipSetImagePalette) __real_GdipSetImagePalette;
+decltype(Flat::GdipSaveImageToFile) __real_GdipSaveImageToFile;
+decltype(Flat::GdipSaveImageToStream) __real_GdipSaveImageToStream;
+decltype(Flat::GdipGetImageHorizontalResolution) __real_GdipGetImageHorizontalResolution;
+decltype(Flat::GdipGetImageVerticalResolution) __real_GdipGetImageVerticalResolution;
 #if defined(_WIN32)
 void* __real_GdipAlloc(std::size_t size);
 void __real_GdipFree(void* block);
 decltype(Flat::GdipCreateBitmapFromScan0) __real_GdipCreateBitmapFromScan0;
 decltype(Flat::GdipCreateBitmapFromFile) __real_GdipCreateBitmapFromFile;
 decltype(Flat::GdipCreateBitmapFromStream) __real_GdipCreateBitmapFromStream;
-decltype(Flat::GdipSaveImageToFile) __real_GdipSaveImageToFile;
 decltype(Flat::GdipDisposeImage) __real_GdipDisposeImage;
 void* __real___cxa_allocate_exception(std::size_t size) noexcept;
 void* __real__TIFFmalloc(tmsize_t size);
@@ -60,6 +66,8 @@ extern decltype(&ReadFile) __real___imp_ReadFile;
 extern decltype(&WriteFile) __real___imp_WriteFile;
 #else
 HRESULT __real_CreateStreamOnHGlobal(HGLOBAL memory, BOOL deletes, IStream** stream);
+decltype(CreateDIBSection) __real_CreateDIBSection;
+decltype(GlobalAlloc) __real_GlobalAlloc;
 int __real_ftruncate(int descriptor, off_t size);
 int __real_fseeko(std::FILE* file, off_t offset, int origin);
 std::FILE* __real_fdopen(int descriptor, const char* mode);
@@ -76,6 +84,12 @@ constinit std::atomic<FaultPlan*> plan_in_force{nullptr};
 
 /// The thread whose calls count.
 constinit std::atomic<std::size_t> counted_thread{0};
+
+/// Where calls are written down, and the thread whose calls they are.
+constinit std::atomic<PlatformCalls*> calls_in_force{nullptr};
+constinit std::atomic<std::size_t> watched_thread{0};
+
+constinit std::atomic<const ToldResolution*> resolution_in_force{nullptr};
 
 // Asked inside of malloc, so it must not allocate itself.
 std::size_t ThisThread() {
@@ -171,6 +185,45 @@ class Uncounted {
   FaultPlan* plan_;
 };
 
+/// Writes a call down where that is wanted. What it takes does not count.
+template <typename Write>
+void WriteDown(const Write& write) {
+  PlatformCalls* const calls = calls_in_force;
+  if (calls == nullptr || watched_thread != ThisThread()) return;
+  const Uncounted uncounted;
+  write(*calls);
+}
+
+void WriteSectionDown(HDC device, const BITMAPINFO* info, UINT usage, HANDLE file, DWORD offset) {
+  WriteDown([&](PlatformCalls& calls) {
+    calls.sections.push_back({device, info->bmiHeader, usage, file, offset});
+  });
+}
+
+void WriteBlockDown(UINT flags, SIZE_T size) {
+  WriteDown([&](PlatformCalls& calls) { calls.blocks.push_back({flags, size}); });
+}
+
+void WritePaletteDown(const Gdiplus::ColorPalette* palette) {
+  WriteDown([&](PlatformCalls& calls) {
+    const Gdiplus::ARGB* const colors = palette->Entries;
+    calls.palettes.emplace_back(colors, colors + palette->Count);
+  });
+}
+
+void WriteEncodingDown(bool is_to_stream, const Gdiplus::EncoderParameters* parameters) {
+  WriteDown([&](PlatformCalls& calls) {
+    EncodingCall call{is_to_stream, parameters != nullptr, {}, calls.blocks.size()};
+    for (UINT i = 0; parameters != nullptr && i < parameters->Count; ++i) {
+      const Gdiplus::EncoderParameter* const all = parameters->Parameter;
+      const auto* const values = static_cast<const ULONG*>(all[i].Value);
+      call.parameters.push_back(
+          {all[i].Guid, all[i].Type, {values, values + all[i].NumberOfValues}});
+    }
+    calls.encodings.push_back(std::move(call));
+  });
+}
+
 /// Whether memory streams are made such that they can fail.
 bool StreamsAreFaulty() {
   if (!IsInForce()) return false;
@@ -229,6 +282,22 @@ FaultPlan::Armed::Armed(FaultPlan& plan) {
 }
 
 FaultPlan::Armed::~Armed() { plan_in_force = nullptr; }
+
+PlatformCalls::Watched::Watched(PlatformCalls& calls) {
+  if (calls_in_force != nullptr) std::abort();
+  watched_thread = ThisThread();
+  calls_in_force = &calls;
+}
+
+PlatformCalls::Watched::~Watched() { calls_in_force = nullptr; }
+
+ToldResolution::ToldResolution(float horizontal_dpi, float vertical_dpi)
+    : horizontal_dpi_(horizontal_dpi), vertical_dpi_(vertical_dpi) {
+  if (resolution_in_force != nullptr) std::abort();
+  resolution_in_force = this;
+}
+
+ToldResolution::~ToldResolution() { resolution_in_force = nullptr; }
 
 bool IsFaultDue(Fault fault) { return IsInForce() && plan_in_force.load()->Count(fault); }
 
@@ -298,6 +367,46 @@ Gdiplus::GpStatus __wrap_GdipGetImagePalette(Gdiplus::GpImage* image,
   return __real_GdipGetImagePalette(image, palette, size);
 }
 
+Gdiplus::GpStatus __wrap_GdipSetImagePalette(Gdiplus::GpImage* image,
+                                             const Gdiplus::ColorPalette* palette) {
+  test_support::WritePaletteDown(palette);
+  return __real_GdipSetImagePalette(image, palette);
+}
+
+Gdiplus::GpStatus __wrap_GdipSaveImageToFile(Gdiplus::GpImage* image, const WCHAR* path,
+                                             const CLSID* encoder,
+                                             const Gdiplus::EncoderParameters* parameters) {
+  test_support::WriteEncodingDown(false, parameters);
+#if defined(_WIN32)
+  // The writes in there are out of reach.
+  if (FailsToTransfer(Fault::kWrite)) return Gdiplus::Win32Error;
+#endif
+  return __real_GdipSaveImageToFile(image, path, encoder, parameters);
+}
+
+Gdiplus::GpStatus __wrap_GdipSaveImageToStream(Gdiplus::GpImage* image, IStream* stream,
+                                               const CLSID* encoder,
+                                               const Gdiplus::EncoderParameters* parameters) {
+  test_support::WriteEncodingDown(true, parameters);
+  return __real_GdipSaveImageToStream(image, stream, encoder, parameters);
+}
+
+Gdiplus::GpStatus __wrap_GdipGetImageHorizontalResolution(Gdiplus::GpImage* image,
+                                                          Gdiplus::REAL* dpi) {
+  const test_support::ToldResolution* const told = test_support::resolution_in_force;
+  if (told == nullptr) return __real_GdipGetImageHorizontalResolution(image, dpi);
+  *dpi = told->horizontal_dpi();
+  return Gdiplus::Ok;
+}
+
+Gdiplus::GpStatus __wrap_GdipGetImageVerticalResolution(Gdiplus::GpImage* image,
+                                                        Gdiplus::REAL* dpi) {
+  const test_support::ToldResolution* const told = test_support::resolution_in_force;
+  if (told == nullptr) return __real_GdipGetImageVerticalResolution(image, dpi);
+  *dpi = told->vertical_dpi();
+  return Gdiplus::Ok;
+}
+
 #if defined(_WIN32)
 
 // Elsewhere these two come to malloc and free.
@@ -360,15 +469,8 @@ Gdiplus::GpStatus __wrap_GdipDisposeImage(Gdiplus::GpImage* image) {
   return __real_GdipDisposeImage(image);
 }
 
-// Its writing of files, too.
-Gdiplus::GpStatus __wrap_GdipSaveImageToFile(Gdiplus::GpImage* image, const WCHAR* path,
-                                             const CLSID* encoder,
-                                             const Gdiplus::EncoderParameters* parameters) {
-  if (FailsToTransfer(Fault::kWrite)) return Gdiplus::Win32Error;
-  return __real_GdipSaveImageToFile(image, path, encoder, parameters);
-}
-
 static HGLOBAL WINAPI AllocateGlobal(UINT flags, SIZE_T size) {
+  test_support::WriteBlockDown(flags, size);
   return FailsToAllocate() ? nullptr : Allocated(__real___imp_GlobalAlloc(flags, size));
 }
 
@@ -388,6 +490,7 @@ static HRESULT WINAPI CreateStream(HGLOBAL memory, BOOL deletes, IStream** strea
 
 static HBITMAP WINAPI CreateSection(HDC device, const BITMAPINFO* info, UINT usage, void** bits,
                                     HANDLE section, DWORD offset) {
+  test_support::WriteSectionDown(device, info, usage, section, offset);
   if (FailsToAllocate()) return nullptr;
   return static_cast<HBITMAP>(
       Allocated(__real___imp_CreateDIBSection(device, info, usage, bits, section, offset)));
@@ -435,6 +538,17 @@ HRESULT __wrap_CreateStreamOnHGlobal(HGLOBAL memory, BOOL deletes, IStream** str
   const HRESULT result = __real_CreateStreamOnHGlobal(memory, deletes, stream);
   if (SUCCEEDED(result) && test_support::StreamsAreFaulty()) test_support::MakeFaulty(*stream);
   return result;
+}
+
+HBITMAP __wrap_CreateDIBSection(HDC device, const BITMAPINFO* info, UINT usage, void** bits,
+                                HANDLE section, DWORD offset) {
+  test_support::WriteSectionDown(device, info, usage, section, offset);
+  return __real_CreateDIBSection(device, info, usage, bits, section, offset);
+}
+
+HGLOBAL __wrap_GlobalAlloc(UINT flags, SIZE_T size) {
+  test_support::WriteBlockDown(flags, size);
+  return __real_GlobalAlloc(flags, size);
 }
 
 static ssize_t RealRead(int descriptor, void* bytes, std::size_t size) {
