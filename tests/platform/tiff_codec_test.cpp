@@ -1,6 +1,8 @@
-// TIFF: the writer's parameter and palettes, the reader's alpha.
+// TIFF: the writer's parameter and palettes, the reader's alpha and what it refuses.
 
+#include "codecs/tiff_memory.h"
 #include "platform/codec_files.h"
+#include "platform/tiff_pages.h"
 
 namespace pixtola::portable {
 namespace {
@@ -105,6 +107,25 @@ TEST(TiffWriter, WritesGrayPalettesWithoutAColorMap) {
   EXPECT_EQ(TiffTag(file, kPhotometric), 1);
   EXPECT_EQ(TiffTag(file, kColorMap), 0xFFFF);
   EXPECT_EQ(Pixels(*Decode(DecodeTiff, file)), Pixels(*gray));
+}
+
+TEST(TiffReader, RefusesJbigThatLibtiffReads) {
+  if (TIFFIsCODECConfigured(COMPRESSION_JBIG) == 0) GTEST_SKIP() << "libtiff knows no JBIG";
+  StoredPage page;
+  page.bits = 1;
+  page.sample = AnySample(1);
+  page.rows = page.height;  // one strip: libtiff writes no other
+  EXPECT_NE(Decode(DecodeTiff, MakeTiffOf(page)), nullptr);
+  page.compression = COMPRESSION_JBIG;
+  const Bytes file = MakeTiffOf(page);
+  EXPECT_EQ(TiffTag(file, TIFFTAG_COMPRESSION), 34661);
+  TiffSource source{file};
+  const TiffHandle tiff = OpenTiffForReading(source);
+  Bytes rows(page.height);
+  EXPECT_EQ(TIFFReadEncodedStrip(tiff.get(), 0, rows.data(), -1), page.height);
+  BitmapPtr bitmap;
+  EXPECT_EQ(DecodeTiff(file, bitmap), Gdiplus::GenericError);
+  EXPECT_EQ(bitmap, nullptr);
 }
 
 TEST(TiffReader, GivesStraightAlpha) {

@@ -214,6 +214,19 @@ TEST(PxtBitmapToHBITMAP, TakesBitmapsOfAllFormats) {
   }
 }
 
+TEST(PxtBitmapToHBITMAP, ShowsOneBitImagesWithoutAPaletteInBlackAndWhite) {
+  const BitmapPointer bitmap = MakeBitmap(8, 1, PixelFormat1bppIndexed, {0b01100000});
+  Bytes expected;
+  for (const std::uint8_t level : Bytes{0, 254, 254, 0, 0, 0, 0, 0}) {
+    expected.insert(expected.end(), {level, level, level, 255});
+  }
+  EXPECT_EQ(PixelsBehindHandle(*bitmap), expected);
+  // What has no colours is no palette.
+  if (expectations::kPalettesAreCheckedDifferently) return;
+  EXPECT_NE(bitmap->SetPalette(PaletteBlock(0, {}).get()), Gdiplus::Ok);
+  EXPECT_EQ(PixelsBehindHandle(*bitmap), expected);
+}
+
 TEST(PxtBitmapToHBITMAP, TurnsRowsThatRunUpwards) {
   std::mt19937 random(4);
   test_support::RowsBitmap image(5, 4, PixelFormat32bppARGB, random,

@@ -9,6 +9,7 @@
 
 #include "support/memory_streams.h"
 #include "support/platform_expectations.h"
+#include "support/recording_stream.h"
 #include "support/sample_images.h"
 #include "support/scripted_stream.h"
 #include "support/temporary_folder.h"
@@ -24,11 +25,14 @@ using test_support::kDpiTolerance;
 using test_support::PaletteOf;
 using test_support::PixelsOf;
 using test_support::Receive;
+using test_support::RecordingStream;
 using test_support::SampleBitmap;
 using test_support::SeekTo;
 using test_support::SizeOf;
+using test_support::StreamCall;
 using test_support::StreamOf;
 using test_support::StreamPointer;
+using test_support::StreamRecord;
 using test_support::TemporaryFolder;
 
 /// One of each container; TIFF as libtiff writes it and as the platform does.
@@ -301,6 +305,71 @@ TEST(PxtExtractBitmap, GivesNullForAStreamThatFails) {
     ASSERT_FALSE(stream.calls.empty());
     EXPECT_EQ(stream.calls.front(),
               test_support::ScriptedStream::Call("Seek", 0, static_cast<DWORD>(STREAM_SEEK_SET)));
+  }
+}
+
+constexpr StreamRecord kSeekToStart{StreamCall::kSeek, 0, STREAM_SEEK_SET};
+
+/// How many of the calls there were when libtiff was done: it has a reference of its own.
+std::size_t CallsUntilLibtiffIsDone(const std::vector<StreamRecord>& records) {
+  int references = 0;
+  for (std::size_t i = 0; i < records.size(); ++i) {
+    if (records[i].call == StreamCall::kAddRef) ++references;
+    if (records[i].call == StreamCall::kRelease && --references == 0) return i + 1;
+  }
+  ADD_FAILURE() << "libtiff was not asked";
+  return records.size();
+}
+
+TEST(PxtExtractBitmap, SeeksToTheStartBeforeEachReader) {
+  RecordingStream stream(BytesOf(*Encoded(kContainers[0])));
+  stream.position = 5;
+  Extract(stream);
+  const std::vector<StreamRecord> records = stream.TakeRecords();
+  ASSERT_GE(records.size(), 2U);
+  EXPECT_EQ(records[0], kSeekToStart);
+  EXPECT_EQ(records[1].call, StreamCall::kAddRef);
+  const std::size_t done = CallsUntilLibtiffIsDone(records);
+  ASSERT_GT(records.size(), done);
+  EXPECT_EQ(records[done], kSeekToStart);
+}
+
+TEST(PxtExtractBitmap, AsksNobodyAfterLibtiffHasReadTheImage) {
+  RecordingStream stream(BytesOf(*Encoded({"", PxtFileTypeTiffGroup4, PixelFormat1bppIndexed})));
+  stream.position = 5;
+  EXPECT_NE(Extract(stream), nullptr);
+  const std::vector<StreamRecord> records = stream.TakeRecords();
+  EXPECT_EQ(records.at(0), kSeekToStart);
+  EXPECT_EQ(CallsUntilLibtiffIsDone(records), records.size());
+}
+
+TEST(PxtExtractBitmap, GivesUpWhenTheStreamCannotGoToItsStart) {
+  for (const Container& container : kContainers) {
+    SCOPED_TRACE(container.name);
+    RecordingStream stream(BytesOf(*Encoded(container)));
+    int seeks = 0;
+    stream.fails = [&](const StreamRecord& record) {
+      return record.call == StreamCall::kSeek && ++seeks == 1;
+    };
+    ExpectNull(stream);
+    EXPECT_EQ(stream.TakeRecords(), std::vector<StreamRecord>{kSeekToStart});
+  }
+}
+
+TEST(PxtExtractBitmap, GivesUpWhenTheStreamCannotGoBackForThePlatform) {
+  for (const Container& container : {kContainers[0], kContainers[4]}) {
+    SCOPED_TRACE(container.name);
+    RecordingStream stream(BytesOf(*Encoded(container)));
+    bool was_libtiff_asked = false;
+    stream.fails = [&](const StreamRecord& record) {
+      if (record.call == StreamCall::kAddRef) was_libtiff_asked = true;
+      return record.call == StreamCall::kSeek && was_libtiff_asked && stream.references == 1;
+    };
+    ExpectNull(stream);
+    const std::vector<StreamRecord> records = stream.TakeRecords();
+    ASSERT_EQ(records.size(), CallsUntilLibtiffIsDone(records) + 1);
+    EXPECT_EQ(records.back(), kSeekToStart);
+    EXPECT_EQ(stream.references, 1U);
   }
 }
 

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <limits>
 #include <random>
 #include <string>
 #include <utility>
@@ -215,6 +216,21 @@ TEST_F(WritePcxFileTest, WritesPixelsOfAResolutionThatTheHeaderCannotHold) {
     const BitmapPointer read = Read();
     ASSERT_NE(read, nullptr);
     EXPECT_EQ(PixelsOf(*read), (Bytes{1, 2, 3})) << dpi;
+  }
+}
+
+TEST_F(WritePcxFileTest, WritesTheLargestResolutionForLargerOnes) {
+  for (const float dpi : {65535.0F, 65535.95F, 65536.0F, 65536.5F, 70000.0F, 131073.0F, 1e6F, 1e12F,
+                          std::numeric_limits<float>::max()}) {
+    const BitmapPointer bitmap = MakeBitmap(1, 1, PixelFormat24bppRGB, {1, 2, 3});
+    ASSERT_EQ(bitmap->SetResolution(dpi, 300), Gdiplus::Ok);
+    Bytes file = Written(*bitmap);
+    ASSERT_GE(file.size(), 128U);
+    EXPECT_EQ(Bytes(file.begin() + 12, file.begin() + 16), (Bytes{255, 255, 300 & 0xFF, 1})) << dpi;
+    ASSERT_EQ(bitmap->SetResolution(300, dpi), Gdiplus::Ok);
+    file = Written(*bitmap);
+    ASSERT_GE(file.size(), 128U);
+    EXPECT_EQ(Bytes(file.begin() + 12, file.begin() + 16), (Bytes{300 & 0xFF, 1, 255, 255})) << dpi;
   }
 }
 

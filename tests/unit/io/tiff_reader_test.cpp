@@ -7,8 +7,10 @@
 
 #include "support/decode_limit_guard.h"
 #include "support/platform_expectations.h"
+#include "support/recording_stream.h"
 #include "support/temporary_folder.h"
 #include "support/test_bitmap.h"
+#include "support/tiff_bytes.h"
 #include "support/tiff_file.h"
 
 namespace pixtola {
@@ -16,9 +18,14 @@ namespace {
 
 using test_support::BitmapPointer;
 using test_support::Bytes;
+using test_support::NumberAt;
 using test_support::PaletteOf;
 using test_support::PixelsOf;
+using test_support::PlaceOfField;
 using test_support::Receive;
+using test_support::RecordingStream;
+using test_support::StreamCall;
+using test_support::StreamRecord;
 using test_support::TemporaryFolder;
 using test_support::TiffPage;
 using test_support::WriteTiff;
@@ -292,6 +299,30 @@ TEST_F(ReadTiffFileTest, RefusesCompressionsThatKnowNoLimit) {
   EXPECT_EQ(Read(0), nullptr);
   BitmapPointer opened;
   EXPECT_EQ(PxtOpenImageFile((folder_ / "page.tif").wstring().c_str(), Receive(opened)), 0);
+}
+
+// libtiff reads no JBIG row by row, but may be about to decode it when it finds that out.
+TEST(ReadTiffStream, LooksAtNoPixelsOfJbig) {
+  TiffPage page;
+  page.width = 16;
+  page.rows = {0x12, 0x34};
+  Bytes file = test_support::TiffBytes({page});
+  const auto is_strip_read = [&] {
+    RecordingStream stream(file);
+    BitmapPointer bitmap;
+    ReadTiffStream(&stream, Receive(bitmap));
+    const std::uint32_t strip = NumberAt(file, PlaceOfField(file, TIFFTAG_STRIPOFFSETS), 4);
+    const auto records = stream.TakeRecords();
+    const StreamRecord seek_to_strip{StreamCall::kSeek, strip, STREAM_SEEK_SET};
+    const bool is_read = std::count(records.begin(), records.end(), seek_to_strip) != 0;
+    EXPECT_EQ(is_read, bitmap != nullptr);
+    return is_read;
+  };
+  EXPECT_TRUE(is_strip_read());
+  const std::size_t compression = PlaceOfField(file, TIFFTAG_COMPRESSION);
+  file.at(compression) = 34661 & 0xFF;
+  file.at(compression + 1) = 34661 >> 8;
+  EXPECT_FALSE(is_strip_read());
 }
 
 TEST(TiffCompressions, AreReadWhenTheyKeepToTheLimits) {
