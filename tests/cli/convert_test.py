@@ -184,11 +184,46 @@ class ConvertTest(unittest.TestCase):
         self.convert(page, self.folder / "écrit 🖨.tif")
         self.assertTrue((self.folder / "écrit 🖨.tif").is_file())
 
-    def test_an_output_may_replace_its_input(self):
-        self.convert(self.page, self.page, "--method", "otsu")
-        with Image.open(self.page) as image:
-            self.assertEqual({level for _, level in image.convert("L").getcolors()}, {0, 255})
-        self.assert_only("page.png")
+    def test_an_output_that_is_the_input_is_refused(self):
+        before = self.page.read_bytes()
+        (self.folder / "symbolic.png").symlink_to("page.png")
+        os.link(self.page, self.folder / "hard.png")
+        other_way = self.folder / ".." / self.folder.name / "page.png"
+        for output in [self.page, other_way, self.folder / "symbolic.png", self.folder / "hard.png"]:
+            with self.subTest(output=output):
+                done = self.run_tool("convert", self.page, output, "--method", "otsu")
+                self.assert_fails(done, output.name, "is the input")
+                self.assertEqual(self.page.read_bytes(), before)
+        self.assert_only("hard.png", "page.png", "symbolic.png")
+
+    def test_group_3_shows_every_page(self):
+        for size in [(31, 5), (32, 5), (33, 5), (64, 64), (1728, 3)]:
+            for first in [0, 1]:
+                with self.subTest(size=size, first=first):
+                    page = Image.new("1", size)
+                    page.putdata([(x + first + (x > 20)) % 2 for _ in range(size[1]) for x in range(size[0])])
+                    page.save(self.page)
+                    self.convert(self.page, self.folder / "out.tif", "--type", "tiff-g3")
+                    with Image.open(self.folder / "out.tif") as image:
+                        self.assertEqual(image.convert("1").tobytes(), page.tobytes())
+
+    def test_group_3_that_libtiff_cannot_decode_is_not_left(self):
+        # A run for each pixel, after an empty one of index 0 with which every row begins: one more than libtiff's decoder
+        # has room for when the width is a multiple of 32.
+        for name, palette in [("black first", [0, 0, 0, 255, 255, 255]), ("white first", [255, 255, 255, 0, 0, 0])]:
+            with self.subTest(palette=name):
+                page = Image.new("P", (64, 40))
+                page.putdata([(x + 1) % 2 for _ in range(40) for x in range(64)])
+                page.putpalette(palette)
+                page.save(self.page, bits=1)
+                (self.folder / "out.tif").write_bytes(b"precious")
+                done = self.run_tool("convert", self.page, self.folder / "out.tif", "--type", "tiff-g3")
+                self.assert_fails(done, "out.tif", "group 3")
+                self.assertEqual((self.folder / "out.tif").read_bytes(), b"precious")
+                self.assert_only("out.tif", "page.png")
+                self.convert(self.page, self.folder / "out.tif", "--type", "tiff-g4")
+                with Image.open(self.folder / "out.tif") as image:
+                    self.assertEqual(image.convert("RGB").tobytes(), page.convert("RGB").tobytes())
 
     def test_a_replaced_output_keeps_its_permissions(self):
         output = self.folder / "out.png"
@@ -239,7 +274,7 @@ class ConvertTest(unittest.TestCase):
     def test_an_input_that_is_no_image(self):
         (self.folder / "text.png").write_text("This is no image.")
         done = self.run_tool("convert", self.folder / "text.png", self.folder / "out.png")
-        self.assert_fails(done, "text.png", "not an image")
+        self.assert_fails(done, "text.png", "not an image", "PCX")
         self.assert_only("page.png", "text.png")
 
     def test_an_empty_input(self):
@@ -257,12 +292,13 @@ class ConvertTest(unittest.TestCase):
         self.assert_fails(done, "pipe", "not a regular file")
 
     def test_a_damaged_input(self):
-        for name in ["page.png", "page.bmp", "page.jpg", "page.gif"]:
+        for name in ["page.png", "page.bmp", "page.jpg", "page.gif", "page.tif", "page.pcx"]:
             gradient().save(self.folder / name)
             damaged = self.folder / ("damaged-" + name)
             damaged.write_bytes((self.folder / name).read_bytes()[:25])
             done = self.run_tool("convert", damaged, self.folder / "out.png")
-            self.assert_fails(done, damaged.name, "cannot be decoded")
+            kind = {"jpg": "JPEG", "tif": "TIFF"}.get(name[-3:], name[-3:].upper())
+            self.assert_fails(done, damaged.name, f"is a {kind} file that cannot be decoded")
             self.assertFalse((self.folder / "out.png").exists())
 
     @unittest.skipIf(os.geteuid() == 0, "root may read every file")
@@ -317,14 +353,18 @@ class ConvertTest(unittest.TestCase):
 
     def test_an_interrupted_run_leaves_nothing_behind(self):
         gradient((3000, 3000)).save(self.page)
-        process = subprocess.Popen([TOOL, "convert", self.page, self.folder / "out.png"])
-        deadline = time.monotonic() + 60
-        while process.poll() is None and time.monotonic() < deadline:
-            if any(path.name.startswith(".pixtola") for path in self.folder.iterdir()):
-                process.send_signal(signal.SIGTERM)
-                break
-        self.assertEqual(process.wait(timeout=60), -signal.SIGTERM)
-        self.assert_only("page.png")
+        for ending in [signal.SIGHUP, signal.SIGINT, signal.SIGQUIT, signal.SIGTERM, signal.SIGXCPU, signal.SIGPIPE,
+                       signal.SIGALRM, signal.SIGUSR1, signal.SIGUSR2]:
+            with self.subTest(signal=ending):
+                # Python ignores SIGPIPE, which programs that it starts would inherit.
+                process = subprocess.Popen([TOOL, "convert", self.page, self.folder / "out.png"], restore_signals=True)
+                deadline = time.monotonic() + 60
+                while process.poll() is None and time.monotonic() < deadline:
+                    if any(path.name.startswith(".pixtola") for path in self.folder.iterdir()):
+                        process.send_signal(ending)
+                        break
+                self.assertEqual(process.wait(timeout=60), -ending)
+                self.assert_only("page.png")
 
     def test_an_ignored_signal_stays_ignored(self):
         gradient((2000, 2000)).save(self.page)
@@ -358,6 +398,24 @@ class ConvertTest(unittest.TestCase):
         self.assert_wrong_usage(self.run_tool("convert", self.page, output, "--type", "tga"),
                                 "--type")
         self.assert_wrong_usage(self.run_tool("convert", self.page, output, "--colour"), "--colour")
+        self.assert_only("page.png")
+
+    def test_a_dash_is_no_name(self):
+        for arguments in [("-", self.folder / "out.png"), (self.page, "-"), (self.page, "-", "--type", "png")]:
+            with self.subTest(arguments=arguments):
+                done = self.run_tool("convert", *arguments, cwd=self.folder)
+                self.assert_wrong_usage(done, "'./-'")
+                self.assertNotIn("does not tell a file type", done.stderr)
+        self.assert_only("page.png")
+        self.convert(self.page, self.folder / "-", "--type", "png")
+        done = self.run_tool("convert", "./-", "out.png", cwd=self.folder)
+        self.assertEqual(done.returncode, 0, done.stderr)
+
+    def test_arguments_that_are_too_many_are_named_in_their_order(self):
+        output = self.folder / "out.png"
+        done = self.run_tool("convert", self.page, output, "first", "second", "--third", "fourth")
+        self.assert_wrong_usage(done, "'first' 'second' '--third' 'fourth'.\n")
+        self.assert_wrong_usage(self.run_tool("convert", self.page, output, "alone"), "'alone'.\n")
         self.assert_only("page.png")
 
     def test_an_extension_that_tells_no_type(self):

@@ -13,6 +13,10 @@ enum class BilevelPalette { kBlackFirst, kWhiteFirst, kOther };
 
 BilevelPalette BilevelPaletteOf(Gdiplus::Bitmap& page);
 
+/// Whether two 1-bit pages in black and white, whichever comes first, have the same size and show
+/// the same.
+bool ShowTheSame(Gdiplus::Bitmap& first, Gdiplus::Bitmap& second);
+
 /// The page in 24-bit colour; null when it is too large.
 std::unique_ptr<Gdiplus::Bitmap> WithTrueColours(Gdiplus::Bitmap& page);
 

@@ -7,6 +7,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <system_error>
 
 #include "Pixtola.h"
 #include "bilevel_page.h"
@@ -62,6 +63,10 @@ std::optional<PxtFileType> TypeOfName(const std::string& path, bool is_bilevel) 
   return std::nullopt;
 }
 
+bool IsTiff(PxtFileType type) {
+  return type >= PxtFileTypeTiffGroup3 && type <= PxtFileTypeTiffNone;
+}
+
 /// Conversions and fax files take a set bit of a 1-bit page for white. A page that shows something
 /// else is given to them in its true colours; the writer of 1-bit TIFF knows white-first pages by
 /// itself.
@@ -69,8 +74,7 @@ bool NeedsTrueColours(Gdiplus::Bitmap& page, const Request& request, PxtFileType
   if (page.GetPixelFormat() != PixelFormat1bppIndexed) return false;
   const BilevelPalette palette = BilevelPaletteOf(page);
   if (palette == BilevelPalette::kBlackFirst) return false;
-  const bool is_tiff = type >= PxtFileTypeTiffGroup3 && type <= PxtFileTypeTiffNone;
-  return !request.method.empty() || (is_tiff && palette == BilevelPalette::kOther);
+  return !request.method.empty() || (IsTiff(type) && palette == BilevelPalette::kOther);
 }
 
 /// Null when the page is too large.
@@ -95,36 +99,67 @@ BitmapPointer PreparePage(const Request& request, PxtFileType type) {
   if (page != nullptr && !request.method.empty()) {
     page = Converted(*page, kMethods.at(request.method));
   }
+  // What saving would do by itself: here the result can be compared with what was written.
+  if (page != nullptr && type == PxtFileTypeTiffGroup3 &&
+      page->GetPixelFormat() != PixelFormat1bppIndexed) {
+    page = Converted(*page, MethodBilevelDiffusion);
+  }
   if (page == nullptr) {
     throw Failure("Cannot convert " + Quoted(request.input) + ": the image is too large.");
   }
   return page;
 }
 
-/// Whether the file holds an image of the page's size: the library does not report every failed
-/// write.
-bool ReadsBack(const OutputFile& output, Gdiplus::Bitmap& page) {
+/// Whether the file holds an image of the page's size, and of 1-bit TIFF whether it shows the page:
+/// the library does not report every failed write.
+bool ReadsBack(const OutputFile& output, Gdiplus::Bitmap& page, PxtFileType type) {
   Gdiplus::Bitmap* opened = nullptr;
   if (PxtOpenImageFile(output.wide_temporary_path().c_str(), &opened) == 0) return false;
   const BitmapPointer written(opened);
+  if (IsTiff(type) && page.GetPixelFormat() == PixelFormat1bppIndexed) {
+    return ShowTheSame(page, *written);
+  }
   return written->GetWidth() == page.GetWidth() && written->GetHeight() == page.GetHeight();
+}
+
+/// Why a file that was written without an error does not hold the page.
+const char* ExplainUnreadable(PxtFileType type) {
+  return type == PxtFileTypeTiffGroup3
+             ? "readers of group 3 cannot decode rows that change colour at every pixel; give "
+               "another --type"
+             : "what was written does not read back";
 }
 
 void Save(Gdiplus::Bitmap& page, PxtFileType type, const Request& request) {
   OutputFile output(request.output);
   const bool is_saved = PxtSaveBitmapToFile(&page, type, output.wide_temporary_path().c_str()) != 0;
-  if (!is_saved || !ReadsBack(output, page)) {
+  if (!is_saved || !ReadsBack(output, page, type)) {
     std::string cause = output.ExplainWriteFailure();
-    if (cause.empty()) {
-      cause = is_saved ? "what was written does not read back" : "the image is too large for it";
-    }
+    if (cause.empty()) cause = is_saved ? ExplainUnreadable(type) : "the image is too large for it";
     throw Failure("Cannot write " + Quoted(request.output) + ": " + cause + ".");
   }
   output.Commit();
 }
 
+/// Where others read standard input or write standard output, a file of that name is not meant.
+void RefuseDash(const char* argument, const std::string& path) {
+  if (path != "-") return;
+  throw CLI::ValidationError(argument,
+                             "Standard input and output are not used; a file of the name '-' is "
+                             "given as './-'.");
+}
+
+void RefuseSameFile(const Request& request) {
+  std::error_code error;
+  if (std::filesystem::equivalent(request.input, request.output, error)) {
+    throw Failure("Cannot write " + Quoted(request.output) + ": it is the input.");
+  }
+}
+
 void Run(const Request& request) {
   // Checked before any file is touched.
+  RefuseDash("INPUT", request.input);
+  RefuseDash("OUTPUT", request.output);
   const std::optional<PxtFileType> named_type =
       request.type.empty() ? TypeOfName(request.output, false) : kTypes.at(request.type);
   if (!named_type.has_value()) {
@@ -132,6 +167,7 @@ void Run(const Request& request) {
                                              " does not tell a file type that can be written "
                                              "(.tif, .png, .bmp); give one with --type.");
   }
+  RefuseSameFile(request);
   const BitmapPointer page = PreparePage(request, *named_type);
   const bool is_bilevel = page->GetPixelFormat() == PixelFormat1bppIndexed;
   Save(*page, request.type.empty() ? *TypeOfName(request.output, is_bilevel) : *named_type,
@@ -144,7 +180,8 @@ void AddConvertCommand(CLI::App& app) {
   CLI::App* command = app.add_subcommand("convert", "Convert an image file into another");
   const auto request = std::make_shared<Request>();
   command
-      ->add_option("INPUT", request->input, "A BMP, GIF, JPEG, PCX, PNG or TIFF file (its first page)")
+      ->add_option("INPUT", request->input,
+                   "A BMP, GIF, JPEG, PCX, PNG or TIFF file (its first page)")
       ->required();
   command->add_option("OUTPUT", request->output, "The file to write; replaced if it exists")
       ->required();

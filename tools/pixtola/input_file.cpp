@@ -35,7 +35,10 @@ std::string_view FormatOf(std::string_view start) {
   for (const Signature& signature : kSignatures) {
     if (start.starts_with(signature.bytes)) return signature.format;
   }
-  return {};
+  // PCX has a version between its two marks.
+  const bool is_pcx = start.size() >= 3 && start[0] == '\x0A' && start[1] >= 0 && start[1] <= 5 &&
+                      start[2] == '\x01';
+  return is_pcx ? "PCX" : std::string_view();
 }
 
 /// Why the library could not open the file, as a sentence.
@@ -53,7 +56,7 @@ std::string ExplainUnreadable(const std::string& path) {
   if (count == 0) return Quoted(path) + " is empty.";
   const std::string_view format = FormatOf({bytes.data(), static_cast<std::size_t>(count)});
   if (format.empty()) {
-    return Quoted(path) + " is not an image that can be read (BMP, GIF, JPEG, PNG, TIFF).";
+    return Quoted(path) + " is not an image that can be read (BMP, GIF, JPEG, PCX, PNG, TIFF).";
   }
   return Quoted(path) + " is a " + std::string(format) +
          " file that cannot be decoded: it is damaged, too large, or of a kind that is not read.";

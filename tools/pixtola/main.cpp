@@ -6,10 +6,12 @@
 #include <csignal>
 #include <exception>
 #include <iostream>
+#include <string>
 
 #include "Pixtola.h"
 #include "convert_command.h"
 #include "failure.h"
+#include "text.h"
 
 namespace {
 
@@ -21,13 +23,25 @@ int Fail(const char* sentence) {
   return kFailed;
 }
 
+/// What is wrong with the arguments, for the user.
+std::string UsageMessage(const CLI::App* app, const CLI::Error& error) {
+  std::string message = error.what();
+  if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::ExtrasError)) {
+    // The parser's own message names them backwards.
+    message = "Not expected:";
+    for (const std::string& argument : app->remaining(true)) {
+      message += ' ' + pixtola::tool::Quoted(argument);
+    }
+    message += '.';
+  }
+  return "pixtola: " + message + "\nRun with --help for more information.\n";
+}
+
 int Run(int argument_count, char** arguments) {
   CLI::App app("Prepares captured pages as documents.", "pixtola");
   app.set_version_flag("--version", "pixtola " PIXTOLA_VERSION);
   app.require_subcommand(1);
-  app.failure_message([](const CLI::App*, const CLI::Error& error) {
-    return std::string("pixtola: ") + error.what() + "\nRun with --help for more information.\n";
-  });
+  app.failure_message(UsageMessage);
   pixtola::tool::AddConvertCommand(app);
   try {
     app.parse(argument_count, arguments);

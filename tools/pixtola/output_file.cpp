@@ -21,7 +21,9 @@ namespace pixtola::tool {
 
 namespace {
 
-constexpr int kEndingSignals[] = {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGXCPU};
+/// The signals that end a process unless it handles them, except those that tell of its own faults.
+constexpr int kEndingSignals[] = {SIGHUP,  SIGINT,  SIGQUIT, SIGTERM, SIGXCPU,
+                                  SIGPIPE, SIGALRM, SIGUSR1, SIGUSR2};
 
 /// The temporary file that a signal must remove; empty when there is none. A signal handler can
 /// read no std::string.
