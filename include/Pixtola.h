@@ -97,7 +97,7 @@ enum PxtFileType : int {
   PxtFileTypeJpegHigh = 11       ///< as PxtFileTypeJpeg, quality 97
 };
 
-/// What PxtRotateFlip does. The pixel at (x, y) of a source of W x H pixels moves to ...
+/// What PxtRotateFlip does, with 8 and more bits a pixel: 1-bit pages are refused. The pixel at (x, y) of a source of W x H pixels moves to ...
 enum PxtRotateFlipOperation : uint32_t {
   PxtFlipVertical = 1,            ///< (x, H - 1 - y)
   PxtFlipHorizontal = 2,          ///< (W - 1 - x, y)
@@ -263,8 +263,17 @@ PIXTOLA_API int PxtLoadBitmapFromResource(const wchar_t* name, const wchar_t* ty
 
 /// Opens an image file: any TIFF first, then whatever the platform decodes (BMP, GIF, JPEG, PNG
 /// ...), then PCX. The name's extension does not matter. TIFF files that are compressed with JBIG,
-/// LZMA, Zstandard, WebP or LERC are not read, nor, except by Windows' own decoders, images of more
-/// than 2^29 pixels or 4 GiB. `*bitmap` is null on failure.
+/// LZMA or LERC are not read, nor, except by Windows' own decoders, images of more than 2^29 pixels
+/// or 4 GiB, or of more than 2^26 pixels that the file has next to no data for. `*bitmap` is null on
+/// failure.
+///
+/// Some files come out otherwise than other programs show them; kept as it always was:
+/// - TIFF with alpha has colours that are multiplied by it.
+/// - TIFF colour maps count by the low byte of their 16-bit values.
+/// - TIFF resolutions are taken as dots per inch, also those per centimetre.
+/// - PCX with 3 or 4 planes of one bit repeats the first 8 pixels of a row along all of it.
+/// - PCX palettes have no entry 255: it is black. 16-colour files are gray unless a palette follows
+///   their pixels: the header's own is not used.
 ///
 /// When memory lacks for a copy, the bitmap is one that still reads from its file, which then stays
 /// open as long as the bitmap lives.
@@ -274,8 +283,8 @@ PIXTOLA_API int PxtOpenImageFile(const wchar_t* path, Gdiplus::Bitmap** bitmap);
 
 /// Opens one page of an image file; 0 is the first, and so is any negative number. Only TIFF files
 /// have further pages: of other files, animated GIF among them, any page above 0 gives 0. So it
-/// does for TIFF pages in tiles of at most 8 bits a pixel and of 4-bit gray, which the platform
-/// decodes.
+/// does for TIFF pages of 2 bits, of 4-bit gray, and in tiles of at most 8 bits a pixel, which the
+/// platform decodes: of these only the first page of a file can be opened.
 PIXTOLA_API int PxtOpenImageFilePage(const wchar_t* path, int32_t page, Gdiplus::Bitmap** bitmap);
 
 /// Whether a path or file name has an extension of a format that can be opened, in upper or lower

@@ -51,7 +51,6 @@ EXPECTED = {
     "pillow/hopper.Lab.tif": ("differs", LAB),
     "pillow/hopper_lzma.tif": ("refused", NO_CODEC),
     "pillow/hopper_unknown_pixel_mode.tif": ("refused", DEPTH),
-    "pillow/hopper_webp.tif": ("refused", NO_CODEC),
     "pillow/ifd_tag_type.tiff": ("rounds", DEEP),
     "pillow/issue_2811.gif": ("refused", "Its codes begin with more bits than the format allows."),
     "pillow/lab-green.tif": ("differs", LAB),
