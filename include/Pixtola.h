@@ -283,8 +283,8 @@ PIXTOLA_API int PxtOpenImageFile(const wchar_t* path, Gdiplus::Bitmap** bitmap);
 
 /// Opens one page of an image file; 0 is the first, and so is any negative number. Only TIFF files
 /// have further pages: of other files, animated GIF among them, any page above 0 gives 0. So it
-/// does for TIFF pages of 2 bits, of 4-bit gray, and in tiles of at most 8 bits a pixel, which the
-/// platform decodes: of these only the first page of a file can be opened.
+/// does for TIFF pages of 2 bits, of 4-bit gray, and in tiles of at most 8 bits a pixel: these the
+/// platform decodes, and only when they are the first of their file.
 PIXTOLA_API int PxtOpenImageFilePage(const wchar_t* path, int32_t page, Gdiplus::Bitmap** bitmap);
 
 /// Whether a path or file name has an extension of a format that can be opened, in upper or lower

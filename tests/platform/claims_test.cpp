@@ -142,11 +142,13 @@ Bytes SharedStrips(std::uint32_t compression, std::uint32_t strips, std::uint32_
   return Add(file, 0, 4);
 }
 
-TEST(TiffClaims, ShareDataOfUpTo16MebibytesOrWhatIsUncompressed) {
-  const Bytes nothing(4096, 0x80);  // of PackBits
-  EXPECT_TRUE(IsAllowed(SharedStrips(COMPRESSION_PACKBITS, 4096, 1, nothing)));
-  EXPECT_FALSE(IsAllowed(SharedStrips(COMPRESSION_PACKBITS, 4097, 1, nothing)));
-  EXPECT_TRUE(IsAllowed(SharedStrips(COMPRESSION_NONE, 4097, 4096, Bytes(4096, 7))));
+TEST(TiffClaims, ShareDataAsFarAsItIsQuicklyDecoded) {
+  const Bytes data(4096, 0x80);
+  EXPECT_TRUE(IsAllowed(SharedStrips(COMPRESSION_ADOBE_DEFLATE, 1 << 12, 1, data)));
+  EXPECT_FALSE(IsAllowed(SharedStrips(COMPRESSION_ADOBE_DEFLATE, (1 << 12) + 1, 1, data)));
+  EXPECT_TRUE(IsAllowed(SharedStrips(COMPRESSION_PACKBITS, 1 << 15, 1, data)));
+  EXPECT_FALSE(IsAllowed(SharedStrips(COMPRESSION_PACKBITS, (1 << 15) + 1, 1, data)));
+  EXPECT_TRUE(IsAllowed(SharedStrips(COMPRESSION_NONE, (1 << 15) + 1, 4096, data)));
 }
 
 TEST(TiffClaims, CountWhatTheFileHasOfItsStripsOnly) {
@@ -251,7 +253,7 @@ TEST(WebPInTiff, NeedsRoomForItsTablesWithinTheLimit) {
 }
 
 TEST(Claims, OfTiffAreRefusedAsBeyondTheLimit) {
-  ExpectFails(DecodeTiff, SharedStrips(COMPRESSION_PACKBITS, 4097, 1, Bytes(4096, 0x80)),
+  ExpectFails(DecodeTiff, SharedStrips(COMPRESSION_PACKBITS, (1 << 15) + 1, 1, Bytes(4096, 0x80)),
               Gdiplus::OutOfMemory);
 }
 

@@ -264,22 +264,25 @@ TEST_F(OpenPageTest, OpensThePagesOfATiff) {
 }
 
 TEST_F(OpenPageTest, DoesNotFindLaterPagesThatOnlyThePlatformReads) {
-  test_support::WriteTiff(folder_ / "pages.tif",
-                          {BilevelPage(0x11), FourBitGrayPage(), BilevelPage(0x33)});
-  EXPECT_EQ(OpenPage("pages.tif", 1), nullptr);  // the platform's copy has one page
-  const BitmapPointer last = OpenPage("pages.tif", 2);
-  ASSERT_NE(last, nullptr);
-  EXPECT_EQ(PixelsOf(*last), (Bytes{0x33}));
+  for (const std::uint16_t bits : {std::uint16_t{2}, std::uint16_t{4}}) {
+    TiffPage gray = FourBitGrayPage();
+    gray.bits_per_sample = bits;
+    test_support::WriteTiff(folder_ / "pages.tif", {BilevelPage(0x11), gray, BilevelPage(0x33)});
+    EXPECT_EQ(OpenPage("pages.tif", 1), nullptr);  // the platform's copy has one page
+    const BitmapPointer last = OpenPage("pages.tif", 2);
+    ASSERT_NE(last, nullptr);
+    EXPECT_EQ(PixelsOf(*last), (Bytes{0x33}));
 
-  test_support::WriteTiff(folder_ / "pages.tif", {FourBitGrayPage(), BilevelPage(0x22)});
-  for (const std::int32_t page : {-1, 0}) {
-    const BitmapPointer first = OpenPage("pages.tif", page);
-    ASSERT_NE(first, nullptr) << page;
-    EXPECT_EQ(first->GetWidth(), 2U);
+    test_support::WriteTiff(folder_ / "pages.tif", {gray, BilevelPage(0x22)});
+    for (const std::int32_t page : {-1, 0}) {
+      const BitmapPointer first = OpenPage("pages.tif", page);
+      ASSERT_NE(first, nullptr) << bits << " bits, page " << page;
+      EXPECT_EQ(first->GetWidth(), 2U);
+    }
+    const BitmapPointer second = OpenPage("pages.tif", 1);
+    ASSERT_NE(second, nullptr);
+    EXPECT_EQ(PixelsOf(*second), (Bytes{0x22}));
   }
-  const BitmapPointer second = OpenPage("pages.tif", 1);
-  ASSERT_NE(second, nullptr);
-  EXPECT_EQ(PixelsOf(*second), (Bytes{0x22}));
 }
 
 TEST_F(OpenPageTest, OpensOnlyTheFirstPageOfOtherFiles) {
