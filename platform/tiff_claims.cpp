@@ -3,11 +3,11 @@
 #include <tiffio.h>
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <limits>
 
 #include "decode_limit.h"
+#include "tiff_data.h"
 #include "tiff_files.h"
 
 namespace pixtola::platform {
@@ -33,7 +33,7 @@ struct Claim {
   double decoded_width() const { return RoundedUp(width, chunk_width); }
   double decoded_height() const { return is_tiled ? RoundedUp(height, chunk_height) : height; }
   double area() const { return decoded_width() * decoded_height(); }
-  double pixels() const { return area() * std::max(1, samples / 4); }
+  double pixels() const { return area() * std::max(1, (samples + 3) / 4); }
   /// The bytes that all samples take uncompressed, at least: the colours of YCbCr may be stored for
   /// some pixels only.
   double sample_bytes() const {
@@ -108,8 +108,7 @@ double LeastBytes(const Claim& claim) {
       return claim.height;  // some bytes say that a row is white
     case COMPRESSION_JPEG:
     case COMPRESSION_OJPEG:
-      // As in JPEG files, but only the brightness is sure to be there for every pixel. TIFF knows
-      // no arithmetic coding.
+      // As in JPEG files, but only the brightness is sure to be there for every pixel.
       return claim.area() / 64 / 8;
     case COMPRESSION_WEBP:
       return claim.chunks;  // the rest of a flat picture takes no bits
@@ -150,46 +149,61 @@ std::uint64_t MostData(const Claim& claim, std::uint64_t file_size) {
   }
 }
 
-/// Whether each strip or tile begins as the format says. The codec also takes what Zstandard was
-/// before it had a format.
-bool IsZstandard(TIFF* tiff, const Claim& claim) {
-  constexpr std::array<std::uint8_t, 4> kMagic = {0x28, 0xB5, 0x2F, 0xFD};
-  for (std::uint32_t i = 0; i < claim.chunks; ++i) {
-    std::array<std::uint8_t, 4> start{};
-    const auto size = static_cast<tmsize_t>(start.size());
-    const tmsize_t read = claim.is_tiled ? TIFFReadRawTile(tiff, i, start.data(), size)
-                                         : TIFFReadRawStrip(tiff, i, start.data(), size);
-    if (read == size && start != kMagic) return false;
-  }
-  return true;
-}
-
 /// Memory that the codec takes beside the samples, at most.
 double CodecMemory(const Claim& claim) {
-  const double chunk_area = static_cast<double>(claim.chunk_width) * claim.chunk_height;
-  if (claim.compression == COMPRESSION_ZSTD) return (1 << 27) + (1 << 20);  // the largest window
-  // WebP: the picture once more, and tables of 20.7 kB for groups of at least 4 x 4 pixels.
-  return chunk_area * 4 + std::min(65536.0, chunk_area / 16 + 1) * 20.7e3;
+  switch (claim.compression) {
+    case COMPRESSION_ZSTD:
+      return (1 << 27) + (1 << 20);  // the largest window
+    case COMPRESSION_WEBP: {
+      // The picture once more, and tables of 20.7 kB for groups of at least 4 x 4 pixels.
+      const double chunk_area = static_cast<double>(claim.chunk_width) * claim.chunk_height;
+      return chunk_area * 4 + std::min(65536.0, chunk_area / 16 + 1) * 20.7e3;
+    }
+    default:
+      return 0;
+  }
 }
 
-/// What more is asked of data whose codecs know no limits of their own.
+/// Whether what many pixels cost shows in how much data they have.
+bool IsLimited(TIFF* tiff, const Claim& claim) {
+  switch (claim.compression) {
+    case COMPRESSION_ZSTD:
+    case COMPRESSION_WEBP:
+      return false;
+    case COMPRESSION_JPEG:
+      return IsEachSequentialJpeg(tiff, claim.chunks);
+    default:
+      return true;
+  }
+}
+
+/// How many pixels of a code that is not limited are decoded in two seconds.
+bool IsQuick(const Claim& claim) {
+  if (claim.compression == COMPRESSION_JPEG) return claim.area() <= 1 << 25;
+  return claim.sample_bytes() <= 1 << 28;
+}
+
+/// What more is asked of such data.
 bool IsHarmless(TIFF* tiff, const Claim& claim, std::uint64_t data_size, std::uint64_t file_size) {
-  // libtiff would turn every byte around: nobody writes that, and what is looked at here would not
-  // be what is decoded.
-  if (claim.fill_order != FILLORDER_MSB2LSB || data_size > file_size) return false;
-  // Equal pixels take no data but their time, four times that of Deflate.
-  constexpr double kQuickBytes = 1 << 28;
   constexpr std::uint64_t kMuchData = 1 << 20;
-  if (claim.sample_bytes() > kQuickBytes && data_size < kMuchData) return false;
-  if (Counted(CodecMemory(claim)) > GetDecodeLimit().bytes) return false;
-  return claim.compression != COMPRESSION_ZSTD || IsZstandard(tiff, claim);
+  if (data_size > file_size || (data_size < kMuchData && !IsQuick(claim)) ||
+      !IsDecodeAllowed(0, 0, Counted(CodecMemory(claim)))) {
+    return false;
+  }
+  if (claim.compression == COMPRESSION_JPEG) return true;
+  // Otherwise libtiff would turn every byte around: nobody writes that, and what is looked at here
+  // would not be what is decoded.
+  return claim.fill_order == FILLORDER_MSB2LSB &&
+         (claim.compression != COMPRESSION_ZSTD || IsEachOneZstandardFrame(tiff, claim.chunks));
 }
 
 }  // namespace
 
 bool IsTiffPageAllowed(TIFF* tiff) {
   const Claim claim = ReadClaim(tiff);
-  if (!IsDecodeAllowed(Counted(claim.decoded_width()), Counted(claim.decoded_height()), 0)) {
+  // A tile is decoded whole.
+  if (!IsDecodeAllowed(claim.width, claim.height, 0) ||
+      !IsDecodeAllowed(claim.chunk_width, claim.chunk_height, 0)) {
     return false;
   }
   const std::uint64_t file_size = TIFFGetSizeProc(tiff)(TIFFClientdata(tiff));
@@ -198,9 +212,7 @@ bool IsTiffPageAllowed(TIFF* tiff) {
       !IsClaimPlausible(Counted(claim.pixels()), data_size, Counted(LeastBytes(claim)))) {
     return false;
   }
-  const bool is_limited =
-      claim.compression != COMPRESSION_ZSTD && claim.compression != COMPRESSION_WEBP;
-  return is_limited || IsHarmless(tiff, claim, data_size, file_size);
+  return IsLimited(tiff, claim) || IsHarmless(tiff, claim, data_size, file_size);
 }
 
 }  // namespace pixtola::platform

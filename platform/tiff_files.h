@@ -18,6 +18,11 @@ namespace pixtola::platform {
 /// without memory, LERC's crashes, LZMA's allocates whatever its data asks for.
 PIXTOLA_PLATFORM_SHARED bool IsTiffCompressionRead(std::uint16_t compression);
 
+/// Whether the directories of the pages up to `last_page` hold no more than the file, except for
+/// what a small file may: values can be at one place for many tags, and libtiff keeps them all.
+/// `tiff` was opened for its header only (mode "rh").
+PIXTOLA_PLATFORM_SHARED bool AreTiffDirectoriesAllowed(tiff* tiff, std::uint32_t last_page);
+
 /// Whether the current page, of a compression that is read, may be decoded: its size and its tiles'
 /// keep to the decode limit, its data can hold what the tags claim (see IsClaimPlausible), and no
 /// harm can come of the data. Samples beyond four a pixel count as further pixels. A refusal counts

@@ -48,7 +48,7 @@ HRESULT CBitmapStream::Write(const void* buffer, ULONG size, ULONG* written) {
     const std::uint64_t end = position.QuadPart;
     const std::uint64_t start = end - std::min<std::uint64_t>(size, end);
     if (start > written_size_) result = FillGap(start, end);
-    written_size_ = std::max(written_size_, end);
+    if (SUCCEEDED(result)) written_size_ = std::max(written_size_, end);
   }
   return result;
 }

@@ -20,7 +20,7 @@ class StreamReference {
   IStream& stream_;
 };
 
-/// Opens the TIFF in a stream with libtiff's `mode` ("r" or "w"), within the limits of TIFF files;
+/// Opens the TIFF in a stream with libtiff's `mode` ("r..." or "w"), within the limits of TIFF files;
 /// null when that fails. The stream must outlive the result, which the caller closes with
 /// TIFFClose.
 TIFF* OpenTiffStream(IStream& stream, const char* mode);

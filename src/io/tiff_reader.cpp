@@ -46,9 +46,14 @@ Page ReadTags(TIFF* tiff) {
   return page;
 }
 
+/// `tiff` was opened for its header only.
 bool SelectPage(TIFF* tiff, std::uint32_t page_index) {
   // Kept on purpose: an index that is negative as a signed number means the first page.
-  const auto pages_to_skip = static_cast<std::int32_t>(page_index);
+  const auto pages_to_skip = std::max(static_cast<std::int32_t>(page_index), 0);
+  if (!platform::AreTiffDirectoriesAllowed(tiff, static_cast<std::uint32_t>(pages_to_skip)) ||
+      TIFFSetDirectory(tiff, 0) == 0) {
+    return false;
+  }
   for (std::int32_t i = 0; i < pages_to_skip; ++i) {
     if (TIFFReadDirectory(tiff) == 0) return false;
   }
@@ -184,8 +189,9 @@ int ReadTiffFile(const wchar_t* path, std::uint32_t page_index, Gdiplus::Bitmap*
   const std::scoped_lock lock(TiffLock);
   if (path == nullptr || bitmap == nullptr) return 0;
   SilenceTiff();
-  // "m": not mapped into memory, where a file that is cut short meanwhile would be fatal.
-  const TiffFile tiff(platform::OpenTiffFile(path, "rm"));
+  // "m": not mapped into memory, where a file that is cut short meanwhile would be fatal. "h": the
+  // header only, no directory yet.
+  const TiffFile tiff(platform::OpenTiffFile(path, "rmh"));
   return tiff != nullptr ? ReadTiffPage(tiff.get(), page_index, bitmap) : 0;
 }
 
@@ -195,7 +201,7 @@ int ReadTiffStream(IStream* stream, Gdiplus::Bitmap** bitmap) {
   const StreamReference reference(*stream);
   if (bitmap == nullptr) return 0;
   SilenceTiff();
-  const TiffFile tiff(OpenTiffStream(*stream, "r"));
+  const TiffFile tiff(OpenTiffStream(*stream, "rh"));
   return tiff != nullptr ? ReadTiffPage(tiff.get(), 0, bitmap) : 0;
 }
 

@@ -146,6 +146,21 @@ def tiff(compression, data, *, width=SIDE, height=SIDE, bits=8, samples=1, rows=
     return b"II*\0" + struct.pack("<I", after + len(values)) + data + values + directory
 
 
+def many_values(pages, tags, size):
+    """Pages of 8 x 8 pixels with tags that nobody knows, whose values all lie at one place."""
+    data = bytes(size)
+    known = [(256, SHORT, 1, 8), (257, SHORT, 1, 8), (258, SHORT, 1, 8), (262, SHORT, 1, 1), (273, LONG, 1, 8),
+             (279, LONG, 1, 64)]
+    entries = b"".join(struct.pack("<HHII", *entry) for entry in
+                       known + [(50000 + i, 1, size, 8) for i in range(tags)])
+    directories = b""
+    for page in range(pages):
+        at = 8 + size + len(directories)
+        following = at + 6 + len(entries) if page + 1 < pages else 0
+        directories += struct.pack("<H", len(known) + tags) + entries + struct.pack("<I", following)
+    return b"II*\0" + struct.pack("<I", 8 + size) + data + directories
+
+
 def pcx(bits, planes, width, height, data):
     header = struct.pack("<4B6H", 10, 5, 1, bits, 0, 0, width - 1, height - 1, 300, 300) + bytes(49)
     line = (width * bits + 15) // 16 * 2
@@ -200,6 +215,14 @@ def costly_tiff_files():
                      tiff(WEBP, webp(1 << 13, 1 << 14), width=1 << 13, height=1 << 14, samples=4, photometric=2), False)
     yield CostlyFile("TIFF, WebP, 2^28 pixels for a strip of one",
                      tiff(WEBP, webp(16383, 16383), width=1, height=1, samples=4, photometric=2), True)
+    yield CostlyFile("TIFF, 4000 unknown tags with the same 800,000 values", many_values(1, 4000, 800000), False)
+    one_scan = jpeg(0xC2, 1, b"", side=1 << 12)[:-2]
+    again = bytes.fromhex("FFDA0008010100013F00") + b"\0"  # the same scan of other coefficients, all blocks ended
+    yield CostlyFile("TIFF, progressive JPEG of 90 scans, 2^26 pixels in strips that share their data",
+                     tiff(JPEG, one_scan + again * 90 + b"\xFF\xD9", width=1 << 12, height=1 << 14, rows=1 << 12, chunks=4),
+                     False)
+    yield CostlyFile("TIFF, arithmetic JPEG, 2^26 pixels in 2 kB",
+                     tiff(JPEG, jpeg(0xC9, 1, bytes(2000), side=1 << 13), width=1 << 13, height=1 << 13), False)
     packed = zlib.compress(bytes(1 << 20), 9)
     yield CostlyFile("TIFF, Deflate, 2^29 pixels whose strips share their data",
                      tiff(DEFLATE, packed, width=1 << 14, height=1 << 15, rows=64, chunks=512), True, True)
@@ -224,7 +247,7 @@ def costly_files():
                      jpeg(0xC2, 1, bytes(SIDE ** 2 // 64 // 8 + 1000)), True, True)
     yield CostlyFile("JPEG, colour, progressive, 2^29 pixels, a tenth of the shortest coding",
                      jpeg(0xC2, 3, bytes(SIDE ** 2 * 3 // 64 // 8 // 10 + 1000)), True, True)
-    yield CostlyFile("JPEG, arithmetic coding, 2^29 pixels in 100 bytes", jpeg(0xC9, 1, bytes(100)), True, True)
+    yield CostlyFile("JPEG, arithmetic coding, 2^29 pixels in 100 bytes", jpeg(0xC9, 1, bytes(100)), False)
     yield from costly_tiff_files()
     yield CostlyFile("PCX, 8 bits, 2^29 pixels in 4 bytes", pcx(8, 1, SIDE, SIDE, bytes(4)), True, True)
     yield CostlyFile("PCX, 24 bits, 2^29 pixels in 4 bytes", pcx(8, 3, SIDE, SIDE, bytes(4)), True, True)

@@ -41,6 +41,25 @@ struct ClaimedPage {
 
 const Bytes kZstandardMagic = {0x28, 0xB5, 0x2F, 0xFD};
 
+/// The header of a frame of JPEG of one pixel with so many components, and that of a scan of some.
+Bytes JpegStart(std::uint8_t frame_marker, std::uint8_t components, std::uint8_t scanned) {
+  Bytes start = {
+      0xFF, 0xD8, 0xFF, frame_marker, 0, static_cast<std::uint8_t>(8 + 3 * components), 8, 0,
+      1,    0,    1,    components};
+  for (std::uint8_t i = 1; i <= components; ++i) Append(start, {i, 0x11, 0});
+  Append(start, {0xFF, 0xDA, 0, static_cast<std::uint8_t>(6 + 2 * scanned), scanned});
+  for (std::uint8_t i = 1; i <= scanned; ++i) Append(start, {i, 0});
+  Append(start, {0, 63, 0});
+  return start;
+}
+
+/// What data begins with so that it is taken for what the page says it is.
+Bytes StartOf(const ClaimedPage& page) {
+  if (page.compression == COMPRESSION_ZSTD) return kZstandardMagic;
+  if (page.compression == COMPRESSION_JPEG) return JpegStart(0xC0, 1, 1);
+  return {};
+}
+
 bool IsAllowed(const Bytes& file) {
   TiffSource source{file};
   const TiffHandle tiff = OpenTiffForReading(source);
@@ -48,10 +67,9 @@ bool IsAllowed(const Bytes& file) {
   return tiff != nullptr && platform::IsTiffPageAllowed(tiff.get());
 }
 
-/// Whether a page is allowed that has so many bytes of data in one strip.
-bool IsAllowed(const ClaimedPage& page, std::uint32_t size) {
-  Bytes data = page.compression == COMPRESSION_ZSTD ? kZstandardMagic : Bytes();
-  data.resize(size);
+/// Whether a page is allowed that has this data in one strip.
+bool IsAllowed(const ClaimedPage& page, const Bytes& data) {
+  const auto size = static_cast<std::uint32_t>(data.size());
   return IsAllowed(MakeTiff({{TIFFTAG_IMAGEWIDTH, 4, page.width},
                              {TIFFTAG_IMAGELENGTH, 4, page.height},
                              {TIFFTAG_BITSPERSAMPLE, 3, page.bits},
@@ -62,6 +80,13 @@ bool IsAllowed(const ClaimedPage& page, std::uint32_t size) {
                              {TIFFTAG_ROWSPERSTRIP, 4, page.height},
                              {TIFFTAG_STRIPBYTECOUNTS, 4, size}},
                             data));
+}
+
+/// Whether a page is allowed that has so many bytes of data.
+bool IsAllowed(const ClaimedPage& page, std::uint32_t size) {
+  Bytes data = StartOf(page);
+  data.resize(size);
+  return IsAllowed(page, data);
 }
 
 TEST(TiffClaims, NeedATenthOfWhatEachCompressionCanDo) {
@@ -104,14 +129,14 @@ TEST(TiffClaims, NeedATenthOfWhatEachCompressionCanDo) {
     EXPECT_FALSE(IsAllowed(page, least_size - directory - 1));
     ClaimedPage smaller = page;
     smaller.height = 1 << 13;
-    EXPECT_TRUE(IsAllowed(smaller, 8));
+    EXPECT_TRUE(IsAllowed(smaller, 40));
   }
 }
 
 TEST(TiffClaims, CountManySamplesAsMorePixels) {
   ClaimedPage page{.width = 1 << 12, .height = 1 << 12, .samples = 16};
   EXPECT_TRUE(IsAllowed(page, 8));
-  page.samples = 20;
+  page.samples = 17;
   EXPECT_FALSE(IsAllowed(page, 8));
 }
 
@@ -180,7 +205,7 @@ TEST(TiffClaims, ReachAsFarAsTiles) {
   EXPECT_FALSE(IsAllowed(OnePixelInATile(1 << 13, (1 << 13) + 16)));
   const test_support::DecodeLimitGuard limit({.pixels = 1000, .bytes = 1 << 20});
   EXPECT_TRUE(IsAllowed(OnePixelInATile(16, 48)));
-  EXPECT_FALSE(IsAllowed(OnePixelInATile(16, 64)));
+  EXPECT_FALSE(IsAllowed(OnePixelInATile(16, 64)));  // 1024 pixels
 }
 
 /// A page of 4 x 4 pixels, in strips that begin with the format's magic number.
@@ -201,6 +226,32 @@ TEST(ZstandardInTiff, IsReadAsFarAsItIsZstandard) {
   // What the library knew as version 0.7, before there was a format.
   second[0] = 0x27;
   ExpectFails(DecodeTiff, file, Gdiplus::OutOfMemory);
+}
+
+TEST(ZstandardInTiff, IsOneFrameAStrip) {
+  const ClaimedPage page{.compression = COMPRESSION_ZSTD, .width = 4, .height = 1};
+  struct Case {
+    std::uint8_t descriptor;
+    Bytes rest_of_header;
+    Bytes check_sum;
+  };
+  for (const auto& [descriptor, rest, check_sum] :
+       {Case{0x00, {0x88}, {}}, Case{0x04, {0x88}, {1, 2, 3, 4}}, Case{0x20, {9}, {}},
+        Case{0x60, {9, 9}, {}}, Case{0xC2, {0x88, 1, 2, 1, 2, 3, 4, 5, 6, 7, 8}, {}},
+        Case{0x83, {0x88, 1, 2, 3, 4, 1, 2, 3, 4}, {}}}) {
+    Bytes frame = kZstandardMagic;
+    frame.push_back(descriptor);
+    Append(frame, rest);
+    // A block of two bytes, one byte that is repeated 300 times, an empty last block.
+    Append(frame, {2 << 3, 0, 0, 0xAA, 0xBB});
+    Append(frame, {0x62, 0x09, 0, 0xCC});  // 300 << 3 | 1 << 1
+    Append(frame, {1, 0, 0});
+    Append(frame, check_sum);
+    EXPECT_TRUE(IsAllowed(page, frame)) << int{descriptor};
+    EXPECT_TRUE(IsAllowed(page, Bytes(frame.begin(), frame.end() - 4))) << int{descriptor};
+    Append(frame, {0x27});
+    EXPECT_FALSE(IsAllowed(page, frame)) << int{descriptor};
+  }
 }
 
 TEST(ZstandardInTiff, IsNotTurnedAround) {
@@ -237,6 +288,97 @@ TEST(UnlimitedCodecsInTiff, NeedAMebibyteForMoreThan256) {
     EXPECT_FALSE(IsAllowed(page, (1 << 20) - 1)) << compression;
     EXPECT_TRUE(IsAllowed(page, 1 << 20)) << compression;
   }
+}
+
+TEST(JpegInTiff, MayBeAnyJpegInPagesOfUpToTwoToThe25thPixels) {
+  ClaimedPage page{.compression = COMPRESSION_JPEG,
+                   .width = 1 << 13,
+                   .height = 1 << 12,
+                   .samples = 3,
+                   .photometric = PHOTOMETRIC_YCBCR};
+  const auto is_allowed = [&](const Bytes& start, std::size_t size) {
+    Bytes data = start;
+    data.resize(size);
+    return IsAllowed(page, data);
+  };
+  const Bytes sequential = JpegStart(0xC0, 3, 3);
+  const Bytes several_scans = JpegStart(0xC1, 3, 1);
+  const Bytes progressive = JpegStart(0xC2, 3, 3);
+  const Bytes arithmetic = JpegStart(0xC9, 3, 3);
+  Bytes late(5000, 0);  // behind a long comment
+  late[0] = late[2] = 0xFF;
+  late[1] = 0xD8;
+  late[3] = 0xFE;
+  late[4] = 4996 >> 8;
+  late[5] = 4996 & 0xFF;
+  late.insert(late.end(), sequential.begin() + 2, sequential.end());
+  for (const Bytes& start : {sequential, several_scans, progressive, arithmetic, late}) {
+    EXPECT_TRUE(is_allowed(start, 10000));
+  }
+  page.height += 1;
+  EXPECT_TRUE(is_allowed(sequential, 10000));
+  for (const Bytes& start : {several_scans, progressive, arithmetic, late}) {
+    EXPECT_FALSE(is_allowed(start, (1 << 20) - 1));
+    EXPECT_TRUE(is_allowed(start, 1 << 20));
+  }
+}
+
+TEST(JpegInTiff, SharesDataOnlyWhenItIsSequential) {
+  Bytes data = JpegStart(0xC0, 1, 1);
+  data.resize(5000);
+  EXPECT_TRUE(IsAllowed(SharedStrips(COMPRESSION_JPEG, 10, 1, data)));
+  data[3] = 0xC2;
+  EXPECT_FALSE(IsAllowed(SharedStrips(COMPRESSION_JPEG, 10, 1, data)));
+}
+
+/// A page of one pixel with tags that nobody knows, whose values are all those bytes at one place.
+Bytes UnknownTags(std::uint32_t tags, std::uint32_t size) {
+  std::vector<std::array<std::uint32_t, 4>> entries = {
+      {TIFFTAG_IMAGEWIDTH, 3, 1, 1},    {TIFFTAG_IMAGELENGTH, 3, 1, 1},
+      {TIFFTAG_BITSPERSAMPLE, 3, 1, 8}, {TIFFTAG_PHOTOMETRIC, 3, 1, 1},
+      {TIFFTAG_STRIPOFFSETS, 4, 1, 8},  {TIFFTAG_STRIPBYTECOUNTS, 4, 1, 1}};
+  for (std::uint32_t i = 0; i < tags; ++i) entries.push_back({50000 + i, TIFF_BYTE, size, 8});
+  Bytes file = {'I', 'I', 42, 0};
+  Add(file, 8 + size, 4);
+  file.resize(8 + size, 7);
+  Add(file, static_cast<std::uint32_t>(entries.size()), 2);
+  for (const auto& [tag, type, count, value] : entries) {
+    Add(Add(Add(Add(file, tag, 2), type, 2), count, 4), value, 4);
+  }
+  return Add(file, 0, 4);
+}
+
+TEST(TiffDirectories, AskForNoMoreThanTheFileAnd16Mebibytes) {
+  // 32 of them are 16 MiB, another one is as much as the file has; 100,000 bytes would be a second.
+  for (const std::uint32_t tags : {0U, 31U, 32U}) {
+    EXPECT_EQ(Pixels(*Decode(DecodeTiff, UnknownTags(tags, 1 << 19))),
+              std::vector<ARGB>{0xFF070707});
+  }
+  ExpectFails(DecodeTiff, UnknownTags(34, 1 << 19), Gdiplus::GenericError);
+}
+
+TEST(TiffDirectories, CountForAllPagesUpToTheLast) {
+  Bytes file = UnknownTags(20, 1 << 19);
+  // A second directory like the first one, which it follows.
+  const std::size_t first = 8 + (1 << 19);
+  const std::size_t end = file.size();
+  const Bytes directory(file.begin() + first, file.end());
+  Append(file, directory);
+  for (std::size_t i = 0; i < 4; ++i) {
+    file[end - 4 + i] = static_cast<std::uint8_t>(end >> (8 * i));
+  }
+  EXPECT_EQ(kTiffFrames.count(file), 2U);
+  BitmapPtr page;
+  EXPECT_EQ(kTiffFrames.decode(file, 0, page), Gdiplus::Ok);
+  EXPECT_EQ(kTiffFrames.decode(file, 1, page), Gdiplus::GenericError);
+}
+
+TEST(TiffDirectories, EndWhenTheyGoRoundInCircles) {
+  Bytes file = UnknownTags(0, 8);
+  for (std::size_t i = 0; i < 4; ++i) file[file.size() - 4 + i] = i == 0 ? 16 : 0;
+  TiffSource source{file};
+  EXPECT_EQ(OpenTiffForReading(source, 0xFFFFFFFF), nullptr);
+  EXPECT_NE(OpenTiffForReading(source, 1000), nullptr);
 }
 
 TEST(WebPInTiff, NeedsRoomForItsTablesWithinTheLimit) {

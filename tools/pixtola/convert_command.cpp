@@ -123,10 +123,11 @@ bool ReadsBack(const OutputFile& output, Gdiplus::Bitmap& page, PxtFileType type
 }
 
 /// Why a file that was written without an error does not hold the page.
-const char* ExplainUnreadable(PxtFileType type) {
-  return type == PxtFileTypeTiffGroup3
-             ? "readers of group 3 cannot decode rows that change colour at every pixel; give "
-               "another --type"
+const char* ExplainUnreadable(Gdiplus::Bitmap& page, PxtFileType type) {
+  // libtiff's decoder has no room for a run a pixel when they fill its words.
+  return type == PxtFileTypeTiffGroup3 && page.GetWidth() % 32 == 0
+             ? "group 3 cannot be read back where rows change colour at every pixel; give another "
+               "--type"
              : "what was written does not read back";
 }
 
@@ -135,7 +136,8 @@ void Save(Gdiplus::Bitmap& page, PxtFileType type, const Request& request) {
   const bool is_saved = PxtSaveBitmapToFile(&page, type, output.wide_temporary_path().c_str()) != 0;
   if (!is_saved || !ReadsBack(output, page, type)) {
     std::string cause = output.ExplainWriteFailure();
-    if (cause.empty()) cause = is_saved ? ExplainUnreadable(type) : "the image is too large for it";
+    if (cause.empty())
+      cause = is_saved ? ExplainUnreadable(page, type) : "the image is too large for it";
     throw Failure("Cannot write " + Quoted(request.output) + ": " + cause + ".");
   }
   output.Commit();

@@ -21,7 +21,7 @@ namespace pixtola::tool {
 
 namespace {
 
-/// The signals that end a process unless it handles them, except those that tell of its own faults.
+/// The signals by which users, terminals, timers, limits and readers that go away end a process.
 constexpr int kEndingSignals[] = {SIGHUP,  SIGINT,  SIGQUIT, SIGTERM, SIGXCPU,
                                   SIGPIPE, SIGALRM, SIGUSR1, SIGUSR2};
 

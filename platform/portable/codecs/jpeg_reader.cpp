@@ -19,8 +19,8 @@ using Gdiplus::Status;
 
 /// Files for use have a dozen scans; thousands of tiny ones keep a decoder busy for hours.
 constexpr std::uint64_t kMaxScans = 500;
-/// The same bound for large images: pixels times scans.
-constexpr std::uint64_t kMaxScannedPixels = std::uint64_t{1} << 33;
+/// The same bound for large images: pixels times scans, some two seconds' work.
+constexpr std::uint64_t kMaxScannedPixels = std::uint64_t{1} << 31;
 constexpr std::uint64_t kAlwaysAllowedScans = 16;
 
 struct ProgressMonitor {
@@ -60,8 +60,9 @@ bool ReadHeader(jpeg_decompress_struct& jpeg, JpegErrors& errors, EncodedBytes b
 
 /// The bytes that a file of such a size and such components has at least.
 std::uint64_t LeastSize(const jpeg_decompress_struct& jpeg) {
-  // Runs of what is likely take next to nothing.
-  if (jpeg.arith_code != FALSE) return 0;
+  // Arithmetic codes of what is likely take next to nothing, but their time: with less than a
+  // mebibyte, large images are not believed.
+  if (jpeg.arith_code != FALSE) return 10 << 20;
   std::uint64_t blocks = 0;
   for (int i = 0; i < jpeg.num_components; ++i) {
     const jpeg_component_info& component = jpeg.comp_info[i];

@@ -119,12 +119,20 @@ platform::TiffOptions SilentOptions(bool is_reading) {
 
 }  // namespace
 
-TiffHandle OpenTiffForReading(TiffSource& source) {
+TiffHandle OpenTiffForReading(TiffSource& source, UINT last_page) {
   const platform::TiffOptions options = SilentOptions(true);
   if (options == nullptr) return nullptr;
-  return TiffHandle(TIFFClientOpenExt("", "r", &source, ReadSource, RefuseToWrite, SeekSource,
-                                      CloseNothing, SourceSize, MapSource, UnmapNothing,
-                                      options.get()));
+  const auto open = [&](const char* mode) {
+    source.position = 0;
+    return TiffHandle(TIFFClientOpenExt("", mode, &source, ReadSource, RefuseToWrite, SeekSource,
+                                        CloseNothing, SourceSize, MapSource, UnmapNothing,
+                                        options.get()));
+  };
+  const TiffHandle header = open("rh");
+  if (header == nullptr || !platform::AreTiffDirectoriesAllowed(header.get(), last_page)) {
+    return nullptr;
+  }
+  return open("r");
 }
 
 TiffHandle OpenTiffForWriting(TiffDestination& destination) {

@@ -23,8 +23,9 @@ struct TiffDestination {
   bool failed = false;    ///< the sink has refused something
 };
 
-/// Null when `source` does not begin with a readable TIFF directory.
-TiffHandle OpenTiffForReading(TiffSource& source);
+/// Null when `source` does not begin with a readable TIFF directory, or when the directories up to
+/// that of `last_page` ask for too much.
+TiffHandle OpenTiffForReading(TiffSource& source, UINT last_page = 0);
 
 /// Null when the header could not be written. The directory is written by the caller
 /// (TIFFWriteDirectory), since closing reports no errors.

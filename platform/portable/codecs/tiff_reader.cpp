@@ -66,7 +66,7 @@ UINT CountPages(EncodedBytes bytes) {
 Status DecodeNthPage(EncodedBytes bytes, UINT index, std::unique_ptr<BitmapObject>& bitmap) {
   bitmap = nullptr;
   TiffSource source{bytes};
-  const TiffHandle tiff = OpenTiffForReading(source);
+  const TiffHandle tiff = OpenTiffForReading(source, index);
   if (tiff == nullptr || (index > 0 && TIFFSetDirectory(tiff.get(), index) == 0)) {
     return Gdiplus::GenericError;
   }
