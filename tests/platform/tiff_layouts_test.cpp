@@ -43,6 +43,7 @@ void ForEachLayout(StoredPage page, const std::function<void(const StoredPage&)>
       for (const int compression : {COMPRESSION_NONE, COMPRESSION_LZW, COMPRESSION_ADOBE_DEFLATE,
                                     COMPRESSION_PACKBITS, COMPRESSION_ZSTD}) {
         page.compression = static_cast<std::uint16_t>(compression);
+        if (TIFFIsCODECConfigured(page.compression) == 0) continue;
         for (const bool is_planar : {false, true}) {
           if (is_planar && page.samples == 1) continue;
           page.is_planar = is_planar;
