@@ -84,6 +84,9 @@ inline constexpr bool kTiffEncoderIgnoresCompression = kIsWine;
 /// bytes once more; readers that look there find black.
 inline constexpr bool kTiffPalettesLackLowBytes = kIsWine;
 
+/// TIFF of 2 bits a pixel is not decoded.
+inline constexpr bool kTiffOf2BitsIsNotDecoded = kIsWine;
+
 /// The JPEG encoder chooses its quality itself, whatever EncoderQuality says.
 inline constexpr bool kJpegEncoderIgnoresQuality = kIsWine;
 

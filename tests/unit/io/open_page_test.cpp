@@ -276,8 +276,9 @@ TEST_F(OpenPageTest, DoesNotFindLaterPagesThatOnlyThePlatformReads) {
     test_support::WriteTiff(folder_ / "pages.tif", {gray, BilevelPage(0x22)});
     for (const std::int32_t page : {-1, 0}) {
       const BitmapPointer first = OpenPage("pages.tif", page);
-      ASSERT_NE(first, nullptr) << bits << " bits, page " << page;
-      EXPECT_EQ(first->GetWidth(), 2U);
+      const bool is_decoded = bits != 2 || !expectations::kTiffOf2BitsIsNotDecoded;
+      ASSERT_EQ(first != nullptr, is_decoded) << bits << " bits, page " << page;
+      EXPECT_TRUE(first == nullptr || first->GetWidth() == 2);
     }
     const BitmapPointer second = OpenPage("pages.tif", 1);
     ASSERT_NE(second, nullptr);
