@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <limits>
 #include <optional>
 
 namespace pixtola::platform {
@@ -17,16 +18,6 @@ struct Place {
 
 Place PlaceOf(TIFF* tiff, std::uint32_t chunk) {
   return {TIFFGetStrileOffset(tiff, chunk), TIFFGetStrileByteCount(tiff, chunk)};
-}
-
-template <typename Check>
-bool IsEach(TIFF* tiff, std::uint32_t chunks, const Check& check) {
-  const TiffBytes bytes(tiff);
-  for (std::uint32_t i = 0; i < chunks; ++i) {
-    const Place place = PlaceOf(tiff, i);
-    if (place.size != 0 && !check(bytes, place)) return false;
-  }
-  return true;
 }
 
 // The parts of a Zstandard frame (RFC 8878).
@@ -45,7 +36,7 @@ std::uint64_t FrameHeaderSize(std::uint8_t descriptor) {
   return kZstandardMagic.size() + 1 + window_size + kDictionarySizes[descriptor & 3] + content_size;
 }
 
-/// What ends too early has nothing after it.
+/// What ends too early has nothing after it, and fewer bytes than a magic number are no frame.
 bool IsOneZstandardFrame(const TiffBytes& bytes, const Place& place) {
   std::array<std::uint8_t, kZstandardMagic.size() + 1> start{};
   if (bytes.Read(place.offset, start) < start.size()) return true;
@@ -62,10 +53,14 @@ bool IsOneZstandardFrame(const TiffBytes& bytes, const Place& place) {
     at += header.size() + (is_repeated_byte ? 1 : size);
   }
   const bool has_check_sum = (descriptor & 4) != 0;
-  return at + (has_check_sum ? 4 : 0) >= place.size;
+  const std::uint64_t end = at + (has_check_sum ? 4 : 0);
+  return place.size < end + kZstandardMagic.size();
 }
 
 // The markers of JPEG that count here.
+constexpr std::uint8_t kBaseline = 0xC0;
+constexpr std::uint8_t kExtended = 0xC1;
+constexpr std::uint8_t kProgressive = 0xC2;
 constexpr std::uint8_t kStartOfScan = 0xDA;
 
 bool IsStartOfFrame(std::uint8_t marker) {
@@ -75,35 +70,39 @@ bool IsStartOfFrame(std::uint8_t marker) {
 /// Markers without a segment.
 bool IsAlone(std::uint8_t marker) { return marker <= 1 || (marker >= 0xD0 && marker <= 0xD8); }
 
-/// Looked for in the first bytes only: before the scan there are tables at most.
-bool IsSequentialJpeg(const TiffBytes& bytes, const Place& place) {
-  std::array<std::uint8_t, 4096> start{};
-  const std::size_t size = bytes.Read(
-      place.offset, std::span(start).first(std::min<std::uint64_t>(place.size, start.size())));
+JpegKind KindOfJpeg(const TiffBytes& bytes, const Place& place) {
+  constexpr int kMostMarkers = 200;
   std::optional<unsigned> components;
-  for (std::size_t at = 0; at + 1 < size;) {
-    const std::uint8_t marker = start[at + 1];
-    if (start[at] != 0xFF) return false;
+  bool is_progressive = false;
+  std::uint64_t at = 0;
+  for (int i = 0; i < kMostMarkers && at < place.size; ++i) {
+    std::array<std::uint8_t, 10> start{};  // up to the number of components
+    bytes.Read(place.offset + at, start);
+    const std::uint8_t marker = start[1];
+    if (start[0] != 0xFF) break;
     if (marker == 0xFF || IsAlone(marker)) {
       at += marker == 0xFF ? 1 : 2;
       continue;
     }
-    if (at + 10 > size) return false;
-    const std::size_t length = start[at + 2] * std::size_t{256} + start[at + 3];
-    if (marker == kStartOfScan) return components == start[at + 4];
-    if (IsStartOfFrame(marker)) {
-      if (marker > 0xC1) return false;
-      components = start[at + 9];
+    if (marker == kStartOfScan) {
+      const bool is_only_scan = components == start[4] && !is_progressive;
+      return is_only_scan ? JpegKind::kOneScan : JpegKind::kSeveralScans;
     }
-    at += 2 + length;
+    if (IsStartOfFrame(marker)) {
+      is_progressive = marker == kProgressive;
+      if (marker != kBaseline && marker != kExtended && !is_progressive) break;
+      components = start[9];
+    }
+    at += 2 + (start[2] * std::uint64_t{256} + start[3]);
   }
-  return false;
+  return JpegKind::kOther;
 }
 
 }  // namespace
 
 std::size_t TiffBytes::Read(std::uint64_t offset, std::span<std::uint8_t> bytes) const {
   const thandle_t client = TIFFClientdata(tiff_);
+  if (offset > std::numeric_limits<std::int64_t>::max()) return 0;
   if (TIFFGetSeekProc(tiff_)(client, offset, SEEK_SET) != offset) return 0;
   const tmsize_t size =
       TIFFGetReadProc(tiff_)(client, bytes.data(), static_cast<tmsize_t>(bytes.size()));
@@ -120,11 +119,21 @@ std::uint64_t TiffBytes::Number(std::span<const std::uint8_t> bytes) const {
 }
 
 bool IsEachOneZstandardFrame(TIFF* tiff, std::uint32_t chunks) {
-  return IsEach(tiff, chunks, IsOneZstandardFrame);
+  const TiffBytes bytes(tiff);
+  for (std::uint32_t i = 0; i < chunks; ++i) {
+    if (!IsOneZstandardFrame(bytes, PlaceOf(tiff, i))) return false;
+  }
+  return true;
 }
 
-bool IsEachSequentialJpeg(TIFF* tiff, std::uint32_t chunks) {
-  return IsEach(tiff, chunks, IsSequentialJpeg);
+JpegKind WorstJpegKind(TIFF* tiff, std::uint32_t chunks) {
+  const TiffBytes bytes(tiff);
+  JpegKind worst = JpegKind::kOneScan;
+  for (std::uint32_t i = 0; i < chunks && worst != JpegKind::kOther; ++i) {
+    const Place place = PlaceOf(tiff, i);
+    if (place.size != 0) worst = std::max(worst, KindOfJpeg(bytes, place));
+  }
+  return worst;
 }
 
 }  // namespace pixtola::platform

@@ -33,10 +33,15 @@ class TiffBytes {
 /// Zstandard was before it had a format.
 bool IsEachOneZstandardFrame(TIFF* tiff, std::uint32_t chunks);
 
-/// Whether each of the first `chunks` strips or tiles is JPEG with Huffman codes and all components
-/// in one scan: what takes the time that its pixels take. Progressive JPEG can go over them again
-/// and again, and arithmetic codes need no data for it.
-bool IsEachSequentialJpeg(TIFF* tiff, std::uint32_t chunks);
+/// What JPEG can cost, the cheapest first.
+enum class JpegKind {
+  kOneScan,       ///< Huffman codes, all components in one scan: as much as its pixels
+  kSeveralScans,  ///< progressive, or a scan for each component: the pixels again and again
+  kOther          ///< with arithmetic codes, which need no data, or unknown
+};
+
+/// The most costly kind of the first `chunks` strips or tiles.
+JpegKind WorstJpegKind(TIFF* tiff, std::uint32_t chunks);
 
 }  // namespace pixtola::platform
 

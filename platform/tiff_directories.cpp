@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
 #include <span>
 
 #include "tiff_data.h"
@@ -19,7 +20,7 @@ struct Form {
   std::uint64_t first_offset_at;
   std::size_t entry_count_size;
   std::size_t value_size;  ///< of counts of values, and of offsets
-  std::size_t entry_size() const { return 4 + 2 * value_size; }
+  constexpr std::size_t entry_size() const { return 4 + 2 * value_size; }
 };
 constexpr Form kClassic = {4, 2, 4};
 constexpr Form kBig = {8, 8, 8};
@@ -27,6 +28,7 @@ constexpr Form kBig = {8, 8, 8};
 /// libtiff takes a directory of more for damaged.
 constexpr std::uint64_t kMostEntries = 4096;
 
+/// 0 for types that libtiff does not know: it reads no values of them.
 std::uint64_t SizeOfType(std::uint64_t type) {
   switch (type) {
     case TIFF_BYTE:
@@ -42,55 +44,85 @@ std::uint64_t SizeOfType(std::uint64_t type) {
     case TIFF_FLOAT:
     case TIFF_IFD:
       return 4;
-    default:
+    case TIFF_RATIONAL:
+    case TIFF_SRATIONAL:
+    case TIFF_DOUBLE:
+    case TIFF_LONG8:
+    case TIFF_SLONG8:
+    case TIFF_IFD8:
       return 8;
+    default:
+      return 0;
   }
 }
 
-struct Directory {
-  std::uint64_t size = 0;  ///< of itself and of the values of its tags
-  std::uint64_t next_offset = 0;
-};
+class Walker {
+ public:
+  explicit Walker(TIFF* tiff)
+      : bytes_(tiff),
+        form_(TIFFIsBigTIFF(tiff) != 0 ? kBig : kClassic),
+        file_size_(bytes_.file_size()),
+        next_offset_(NumberAt(form_.first_offset_at, form_.value_size).value_or(0)) {}
 
-/// False when it cannot be read, which libtiff will find out.
-bool ReadDirectory(const TiffBytes& bytes, const Form& form, std::uint64_t offset,
-                   Directory& directory) {
-  std::array<std::uint8_t, 8 + kMostEntries * 20 + 8> buffer{};
-  const std::span<std::uint8_t> all(buffer);
-  const auto count = all.first(form.entry_count_size);
-  if (bytes.Read(offset, count) < count.size()) return false;
-  const std::uint64_t entries = bytes.Number(count);
-  if (entries > kMostEntries) return false;
-  const auto rest = all.first(entries * form.entry_size() + form.value_size);
-  if (bytes.Read(offset + count.size(), rest) < rest.size()) return false;
-  directory.size = count.size() + rest.size();
-  for (std::uint64_t i = 0; i < entries; ++i) {
-    const auto entry = rest.subspan(i * form.entry_size(), form.entry_size());
-    const std::uint64_t values = bytes.Number(entry.subspan(4, form.value_size));
-    const std::uint64_t value_size = SizeOfType(bytes.Number(entry.subspan(2, 2)));
+  std::uint64_t file_size() const { return file_size_; }
+
+  /// Goes to the next directory and adds up its own bytes and those of its tags' values, as far as
+  /// the file has them. Nothing after the last one, or where libtiff can read none.
+  std::optional<std::uint64_t> Next() {
+    if (next_offset_ == 0) return std::nullopt;
+    const auto entries = NumberAt(next_offset_, form_.entry_count_size);
+    if (!entries.has_value() || *entries > kMostEntries) return std::nullopt;
+    const auto all = std::span(buffer_).first(*entries * form_.entry_size());
+    const std::uint64_t entries_at = next_offset_ + form_.entry_count_size;
+    if (bytes_.Read(entries_at, all) < all.size()) return std::nullopt;
+    std::uint64_t size = form_.entry_count_size + all.size();
+    for (std::size_t at = 0; at < all.size(); at += form_.entry_size()) {
+      size += SizeOfValues(all.subspan(at, form_.entry_size()));
+    }
+    // libtiff takes the end of the file for the end of the directories.
+    next_offset_ = NumberAt(entries_at + all.size(), form_.value_size).value_or(0);
+    return size;
+  }
+
+ private:
+  std::optional<std::uint64_t> NumberAt(std::uint64_t offset, std::size_t size) const {
+    std::array<std::uint8_t, 8> bytes{};
+    const auto number = std::span(bytes).first(size);
+    if (bytes_.Read(offset, number) < size) return std::nullopt;
+    return bytes_.Number(number);
+  }
+
+  std::uint64_t SizeOfValues(std::span<const std::uint8_t> entry) const {
     constexpr std::uint64_t kTooMany = std::uint64_t{1} << 48;
-    directory.size += std::min(values, kTooMany) * value_size;
+    const std::uint64_t count = bytes_.Number(entry.subspan(4, form_.value_size));
+    const std::uint64_t size =
+        std::min(count, kTooMany) * SizeOfType(bytes_.Number(entry.subspan(2, 2)));
+    if (size <= form_.value_size) return 0;  // in the entry itself
+    const std::uint64_t offset = bytes_.Number(entry.last(form_.value_size));
+    return std::min(size, file_size_ - std::min(offset, file_size_));
   }
-  directory.next_offset = bytes.Number(rest.last(form.value_size));
-  return true;
-}
+
+  TiffBytes bytes_;
+  const Form& form_;
+  std::uint64_t file_size_;
+  std::uint64_t next_offset_;
+  std::array<std::uint8_t, kMostEntries * kBig.entry_size()> buffer_;
+};
 
 }  // namespace
 
 bool AreTiffDirectoriesAllowed(TIFF* tiff, std::uint32_t last_page) {
-  constexpr std::uint64_t kAlwaysQuick = std::uint64_t{1} << 24;
-  constexpr std::uint64_t kLeastCost = 64;  // of a step, so that circles come to an end
-  const TiffBytes bytes(tiff);
-  const Form& form = TIFFIsBigTIFF(tiff) != 0 ? kBig : kClassic;
-  std::array<std::uint8_t, 8> first{};
-  const auto first_offset = std::span(first).first(form.value_size);
-  if (bytes.Read(form.first_offset_at, first_offset) < first_offset.size()) return true;
-  Directory directory{.next_offset = bytes.Number(first_offset)};
-  std::uint64_t left = bytes.file_size() + kAlwaysQuick;
-  for (std::uint64_t page = 0; page <= last_page && directory.next_offset != 0; ++page) {
-    if (!ReadDirectory(bytes, form, directory.next_offset, directory)) return true;
-    const std::uint64_t cost = std::max(directory.size, kLeastCost);
-    if (cost > left) return false;
+  constexpr std::uint64_t kQuick = std::uint64_t{1} << 24;
+  constexpr std::uint64_t kQuickTogether = std::uint64_t{1} << 30;
+  constexpr std::uint64_t kLeastCost = 4096;  // of a step, so that circles come to an end
+  Walker walker(tiff);
+  const std::uint64_t most = walker.file_size() + kQuick;
+  std::uint64_t left = walker.file_size() + kQuickTogether;
+  for (std::uint64_t page = 0; page <= last_page; ++page) {
+    const std::optional<std::uint64_t> size = walker.Next();
+    if (!size.has_value()) return true;  // libtiff will find out
+    const std::uint64_t cost = std::max(*size, kLeastCost);
+    if (*size > most || cost > left) return false;
     left -= cost;
   }
   return true;

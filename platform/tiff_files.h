@@ -18,8 +18,9 @@ namespace pixtola::platform {
 /// without memory, LERC's crashes, LZMA's allocates whatever its data asks for.
 PIXTOLA_PLATFORM_SHARED bool IsTiffCompressionRead(std::uint16_t compression);
 
-/// Whether the directories of the pages up to `last_page` hold no more than the file, except for
-/// what a small file may: values can be at one place for many tags, and libtiff keeps them all.
+/// Whether each directory up to that of `last_page` has no more values than the file and 16 MiB,
+/// and all together no more than the file and 1 GiB: those of many tags can lie at one place, and
+/// libtiff reads them for each.
 /// `tiff` was opened for its header only (mode "rh").
 PIXTOLA_PLATFORM_SHARED bool AreTiffDirectoriesAllowed(tiff* tiff, std::uint32_t last_page);
 

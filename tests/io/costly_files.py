@@ -216,6 +216,10 @@ def costly_tiff_files():
     yield CostlyFile("TIFF, WebP, 2^28 pixels for a strip of one",
                      tiff(WEBP, webp(16383, 16383), width=1, height=1, samples=4, photometric=2), True)
     yield CostlyFile("TIFF, 4000 unknown tags with the same 800,000 values", many_values(1, 4000, 800000), False)
+    yield CostlyFile("TIFF, the same without its last four bytes", many_values(1, 4000, 800000)[:-4], False)
+    yield CostlyFile("TIFF, 4400 tiles of 2^25 pixels for one row, JPEG",
+                     tiff(JPEG, jpeg(0xC0, 1, bytes(30000), side=5760), width=4400 * 5760, height=1, tile=5760, chunks=4400),
+                     False)
     one_scan = jpeg(0xC2, 1, b"", side=1 << 12)[:-2]
     again = bytes.fromhex("FFDA0008010100013F00") + b"\0"  # the same scan of other coefficients, all blocks ended
     yield CostlyFile("TIFF, progressive JPEG of 90 scans, 2^26 pixels in strips that share their data",

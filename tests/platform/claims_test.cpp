@@ -206,6 +206,21 @@ TEST(TiffClaims, ReachAsFarAsTiles) {
   const test_support::DecodeLimitGuard limit({.pixels = 1000, .bytes = 1 << 20});
   EXPECT_TRUE(IsAllowed(OnePixelInATile(16, 48)));
   EXPECT_FALSE(IsAllowed(OnePixelInATile(16, 64)));  // 1024 pixels
+  // Beyond the page in both directions, but not by a second page.
+  const auto tiles = [](std::uint32_t width, std::uint32_t height) {
+    return MakeTiff({{TIFFTAG_IMAGEWIDTH, 4, width},
+                     {TIFFTAG_IMAGELENGTH, 4, height},
+                     {TIFFTAG_BITSPERSAMPLE, 3, 8},
+                     {TIFFTAG_PHOTOMETRIC, 3, PHOTOMETRIC_MINISBLACK},
+                     {TIFFTAG_TILEWIDTH, 4, 16},
+                     {TIFFTAG_TILELENGTH, 4, 16},
+                     {TIFFTAG_TILEOFFSETS, 4, 8},
+                     {TIFFTAG_TILEBYTECOUNTS, 4, 8}},
+                    Bytes(8, 0));
+  };
+  EXPECT_TRUE(IsAllowed(tiles(31, 31)));
+  EXPECT_TRUE(IsAllowed(tiles(65, 15)));
+  EXPECT_FALSE(IsAllowed(tiles(129, 1)));
 }
 
 class ZstandardInTiff : public testing::Test {
@@ -256,7 +271,10 @@ TEST_F(ZstandardInTiff, IsOneFrameAStrip) {
     Append(frame, check_sum);
     EXPECT_TRUE(IsAllowed(page, frame)) << int{descriptor};
     EXPECT_TRUE(IsAllowed(page, Bytes(frame.begin(), frame.end() - 4))) << int{descriptor};
-    Append(frame, {0x27});
+    // Three bytes more cannot be a frame.
+    Append(frame, {0x27, 0xB5, 0x2F});
+    EXPECT_TRUE(IsAllowed(page, frame)) << int{descriptor};
+    Append(frame, {0xFD});
     EXPECT_FALSE(IsAllowed(page, frame)) << int{descriptor};
   }
 }
@@ -297,37 +315,49 @@ TEST(UnlimitedCodecsInTiff, NeedAMebibyteForMoreThan256) {
   }
 }
 
-TEST(JpegInTiff, MayBeAnyJpegInPagesOfUpToTwoToThe25thPixels) {
-  ClaimedPage page{.compression = COMPRESSION_JPEG,
-                   .width = 1 << 13,
-                   .height = 1 << 12,
-                   .samples = 3,
-                   .photometric = PHOTOMETRIC_YCBCR};
-  const auto is_allowed = [&](const Bytes& start, std::size_t size) {
-    Bytes data = start;
-    data.resize(size);
-    return IsAllowed(page, data);
-  };
-  const Bytes sequential = JpegStart(0xC0, 3, 3);
-  const Bytes several_scans = JpegStart(0xC1, 3, 1);
-  const Bytes progressive = JpegStart(0xC2, 3, 3);
-  const Bytes arithmetic = JpegStart(0xC9, 3, 3);
-  Bytes late(5000, 0);  // behind a long comment
-  late[0] = late[2] = 0xFF;
-  late[1] = 0xD8;
-  late[3] = 0xFE;
-  late[4] = 4996 >> 8;
-  late[5] = 4996 & 0xFF;
-  late.insert(late.end(), sequential.begin() + 2, sequential.end());
-  for (const Bytes& start : {sequential, several_scans, progressive, arithmetic, late}) {
-    EXPECT_TRUE(is_allowed(start, 10000));
+/// Whether a page of JPEG of four samples a pixel is allowed whose data begins so.
+bool IsJpegAllowed(std::uint32_t width, std::uint32_t height, const Bytes& start,
+                   std::size_t size) {
+  Bytes data = start;
+  data.resize(size);
+  return IsAllowed({.compression = COMPRESSION_JPEG,
+                    .width = width,
+                    .height = height,
+                    .samples = 4,
+                    .photometric = PHOTOMETRIC_SEPARATED},
+                   data);
+}
+
+TEST(JpegInTiff, NeedsAMebibyteForLargePagesOfSeveralScans) {
+  Bytes comment_before(5000, 0);
+  comment_before[0] = comment_before[2] = 0xFF;
+  comment_before[1] = 0xD8;
+  comment_before[3] = 0xFE;
+  comment_before[4] = 4996 >> 8;
+  comment_before[5] = 4996 & 0xFF;
+  const Bytes one_scan = JpegStart(0xC0, 4, 4);
+  comment_before.insert(comment_before.end(), one_scan.begin() + 2, one_scan.end());
+  Bytes filled = one_scan;
+  filled.insert(filled.begin() + 2, {0xFF, 0xFF, 0xFF});
+  for (const Bytes& start : {one_scan, JpegStart(0xC1, 4, 4), comment_before, filled}) {
+    EXPECT_TRUE(IsJpegAllowed(1 << 13, 1 << 13, start, 10000));
   }
-  page.height += 1;
-  EXPECT_TRUE(is_allowed(sequential, 10000));
-  for (const Bytes& start : {several_scans, progressive, arithmetic, late}) {
-    EXPECT_FALSE(is_allowed(start, (1 << 20) - 1));
-    EXPECT_TRUE(is_allowed(start, 1 << 20));
+  for (const Bytes& start : {JpegStart(0xC0, 4, 1), JpegStart(0xC2, 4, 4)}) {
+    EXPECT_TRUE(IsJpegAllowed(1 << 13, 1 << 12, start, 10000));
+    EXPECT_FALSE(IsJpegAllowed(1 << 13, (1 << 12) + 1, start, (1 << 20) - 1));
+    EXPECT_TRUE(IsJpegAllowed(1 << 13, (1 << 12) + 1, start, 1 << 20));
   }
+}
+
+TEST(JpegInTiff, NeedsAMebibyteUnlessItHasHuffmanCodes) {
+  for (const std::uint8_t frame : {std::uint8_t{0xC3}, std::uint8_t{0xC9}, std::uint8_t{0xCA}}) {
+    const Bytes start = JpegStart(frame, 4, 4);
+    EXPECT_TRUE(IsJpegAllowed(1 << 9, 1 << 9, start, 1000));
+    EXPECT_FALSE(IsJpegAllowed(1 << 9, (1 << 9) + 1, start, (1 << 20) - 1));
+    EXPECT_TRUE(IsJpegAllowed(1 << 9, (1 << 9) + 1, start, 1 << 20));
+  }
+  // No frame at all.
+  EXPECT_FALSE(IsJpegAllowed(1 << 9, (1 << 9) + 1, {0xFF, 0xD8}, 10000));
 }
 
 TEST(JpegInTiff, SharesDataOnlyWhenItIsSequential) {
@@ -338,51 +368,77 @@ TEST(JpegInTiff, SharesDataOnlyWhenItIsSequential) {
   EXPECT_FALSE(IsAllowed(SharedStrips(COMPRESSION_JPEG, 10, 1, data)));
 }
 
-/// A page of one pixel with tags that nobody knows, whose values are all those bytes at one place.
-Bytes UnknownTags(std::uint32_t tags, std::uint32_t size) {
+/// A tag whose values lie from the beginning of the file's data on.
+struct Tag {
+  std::uint32_t number;
+  std::uint32_t type;
+  std::uint32_t count;
+};
+
+/// Pages of one pixel, white, with these tags besides, which all have their values in `size` bytes.
+Bytes PagesWithTags(std::uint32_t pages, const std::vector<Tag>& tags, std::uint32_t size) {
+  constexpr std::uint32_t kDataAt = 8;
   std::vector<std::array<std::uint32_t, 4>> entries = {
-      {TIFFTAG_IMAGEWIDTH, 3, 1, 1},    {TIFFTAG_IMAGELENGTH, 3, 1, 1},
-      {TIFFTAG_BITSPERSAMPLE, 3, 1, 8}, {TIFFTAG_PHOTOMETRIC, 3, 1, 1},
-      {TIFFTAG_STRIPOFFSETS, 4, 1, 8},  {TIFFTAG_STRIPBYTECOUNTS, 4, 1, 1}};
-  for (std::uint32_t i = 0; i < tags; ++i) entries.push_back({50000 + i, TIFF_BYTE, size, 8});
+      {TIFFTAG_IMAGEWIDTH, 3, 1, 1},         {TIFFTAG_IMAGELENGTH, 3, 1, 1},
+      {TIFFTAG_BITSPERSAMPLE, 3, 1, 8},      {TIFFTAG_PHOTOMETRIC, 3, 1, 1},
+      {TIFFTAG_STRIPOFFSETS, 4, 1, kDataAt}, {TIFFTAG_STRIPBYTECOUNTS, 4, 1, 1}};
+  for (const Tag& tag : tags) entries.push_back({tag.number, tag.type, tag.count, kDataAt});
   Bytes file = {'I', 'I', 42, 0};
-  Add(file, 8 + size, 4);
-  file.resize(8 + size, 7);
-  Add(file, static_cast<std::uint32_t>(entries.size()), 2);
-  for (const auto& [tag, type, count, value] : entries) {
-    Add(Add(Add(Add(file, tag, 2), type, 2), count, 4), value, 4);
+  Add(file, kDataAt + size, 4);
+  file.resize(kDataAt + size, 0xFF);
+  for (std::uint32_t page = 0; page < pages; ++page) {
+    Add(file, static_cast<std::uint32_t>(entries.size()), 2);
+    for (const auto& [tag, type, count, value] : entries) {
+      Add(Add(Add(Add(file, tag, 2), type, 2), count, 4), value, 4);
+    }
+    Add(file, page + 1 < pages ? static_cast<std::uint32_t>(file.size()) + 4 : 0, 4);
   }
-  return Add(file, 0, 4);
+  return file;
+}
+
+/// Tags that nobody knows, of so many bytes each.
+std::vector<Tag> UnknownTags(std::uint32_t count, std::uint32_t size) {
+  std::vector<Tag> tags;
+  for (std::uint32_t i = 0; i < count; ++i) tags.push_back({50000 + i, TIFF_BYTE, size});
+  return tags;
 }
 
 TEST(TiffDirectories, AskForNoMoreThanTheFileAnd16Mebibytes) {
-  // 32 of them are 16 MiB, another one is as much as the file has; 100,000 bytes would be a second.
-  for (const std::uint32_t tags : {0U, 31U, 32U}) {
-    EXPECT_EQ(Pixels(*Decode(DecodeTiff, UnknownTags(tags, 1 << 19))),
-              std::vector<ARGB>{0xFF070707});
+  constexpr std::uint32_t kSize = 1 << 19;  // 32 times that are 16 MiB, and once the file has it
+  for (const std::uint32_t tags : {0U, 32U, 33U}) {
+    const Bytes file = PagesWithTags(1, UnknownTags(tags, kSize), kSize);
+    EXPECT_EQ(Pixels(*Decode(DecodeTiff, file)), std::vector<ARGB>{kWhite}) << tags;
   }
-  ExpectFails(DecodeTiff, UnknownTags(34, 1 << 19), Gdiplus::GenericError);
+  Bytes file = PagesWithTags(1, UnknownTags(34, kSize), kSize);
+  ExpectFails(DecodeTiff, file, Gdiplus::GenericError);
+  // libtiff does not miss the place of a next directory.
+  file.resize(file.size() - 4);
+  ExpectFails(DecodeTiff, file, Gdiplus::GenericError);
 }
 
-TEST(TiffDirectories, CountForAllPagesUpToTheLast) {
-  Bytes file = UnknownTags(20, 1 << 19);
-  // A second directory like the first one, which it follows.
-  const std::size_t first = 8 + (1 << 19);
-  const std::size_t end = file.size();
-  const Bytes directory(file.begin() + first, file.end());
-  Append(file, directory);
-  for (std::size_t i = 0; i < 4; ++i) {
-    file[end - 4 + i] = static_cast<std::uint8_t>(end >> (8 * i));
+TEST(TiffDirectories, AskForWhatTheFileHasOnlyWhateverTheyClaim) {
+  constexpr std::uint32_t kAny = 0xFFFFFFFF;
+  for (const Tag& tag :
+       {Tag{50000, TIFF_BYTE, kAny}, Tag{50000, TIFF_ASCII, kAny}, Tag{50000, TIFF_DOUBLE, kAny},
+        Tag{34675, TIFF_UNDEFINED, 40'000'000}, Tag{50000, 0, kAny}, Tag{50000, 65535, kAny}}) {
+    const Bytes file = PagesWithTags(1, {tag}, 100);
+    EXPECT_EQ(Pixels(*Decode(DecodeTiff, file)), std::vector<ARGB>{kWhite}) << tag.type;
   }
-  EXPECT_EQ(kTiffFrames.count(file), 2U);
+}
+
+TEST(TiffDirectories, MayShareValuesUpToAGibibyte) {
+  // 8 MiB a page.
+  const Bytes file = PagesWithTags(140, UnknownTags(16, 1 << 19), 1 << 19);
   BitmapPtr page;
-  EXPECT_EQ(kTiffFrames.decode(file, 0, page), Gdiplus::Ok);
-  EXPECT_EQ(kTiffFrames.decode(file, 1, page), Gdiplus::GenericError);
+  for (const UINT index : {0U, 1U, 60U, 126U}) {
+    EXPECT_EQ(kTiffFrames.decode(file, index, page), Gdiplus::Ok) << index;
+  }
+  EXPECT_EQ(kTiffFrames.decode(file, 139, page), Gdiplus::GenericError);
 }
 
 TEST(TiffDirectories, EndWhenTheyGoRoundInCircles) {
-  Bytes file = UnknownTags(0, 8);
-  for (std::size_t i = 0; i < 4; ++i) file[file.size() - 4 + i] = i == 0 ? 16 : 0;
+  Bytes file = PagesWithTags(1, {}, 8);
+  file[file.size() - 4] = 16;
   TiffSource source{file};
   EXPECT_EQ(OpenTiffForReading(source, 0xFFFFFFFF), nullptr);
   EXPECT_NE(OpenTiffForReading(source, 1000), nullptr);

@@ -60,9 +60,7 @@ bool ReadHeader(jpeg_decompress_struct& jpeg, JpegErrors& errors, EncodedBytes b
 
 /// The bytes that a file of such a size and such components has at least.
 std::uint64_t LeastSize(const jpeg_decompress_struct& jpeg) {
-  // Arithmetic codes of what is likely take next to nothing, but their time: with less than a
-  // mebibyte, large images are not believed.
-  if (jpeg.arith_code != FALSE) return 10 << 20;
+  if (jpeg.arith_code != FALSE) return 0;  // of what is likely they take next to nothing
   std::uint64_t blocks = 0;
   for (int i = 0; i < jpeg.num_components; ++i) {
     const jpeg_component_info& component = jpeg.comp_info[i];
@@ -71,6 +69,27 @@ std::uint64_t LeastSize(const jpeg_decompress_struct& jpeg) {
   // A code of one bit tells that a block's mean is that of the one before, another that nothing
   // else is in it. Progressive files may say the latter of many blocks at once.
   return blocks * (jpeg.progressive_mode != FALSE ? 1 : 2) / 8;
+}
+
+/// Arithmetic codes can be trained to find something in zeros, of which there are always enough,
+/// and that takes time. Images for use have data for what they take.
+constexpr std::uint64_t kMuchArithmeticData = 1 << 20;
+constexpr std::uint64_t kQuickArithmeticSamples = std::uint64_t{1} << 25;
+constexpr std::uint64_t kQuickArithmeticPixels = std::uint64_t{1} << 27;  ///< times scans
+
+bool IsQuickOrHasData(const jpeg_decompress_struct& jpeg, std::uint64_t pixels, std::size_t size) {
+  const auto components = static_cast<std::uint64_t>(jpeg.num_components);
+  return jpeg.arith_code == FALSE || size >= kMuchArithmeticData ||
+         pixels * components <= kQuickArithmeticSamples;
+}
+
+/// How many scans the file may have.
+std::uint64_t MaxScans(const jpeg_decompress_struct& jpeg, std::uint64_t pixels, std::size_t size) {
+  pixels = std::max<std::uint64_t>(pixels, 1);
+  if (jpeg.arith_code != FALSE && size < kMuchArithmeticData) {
+    return std::min(kQuickArithmeticPixels / pixels, kMaxScans);
+  }
+  return std::clamp(kMaxScannedPixels / pixels, kAlwaysAllowedScans, kMaxScans);
 }
 
 /// One row of inks to B, G, R. 255 is no ink: so Adobe's files have it, and so other decoders take
@@ -124,7 +143,8 @@ Status DecodeJpeg(EncodedBytes bytes, std::unique_ptr<BitmapObject>& bitmap) {
   if (!ReadHeader(jpeg, errors, bytes)) return Gdiplus::GenericError;
 
   const std::uint64_t pixels = std::uint64_t{jpeg.image_width} * jpeg.image_height;
-  if (!platform::IsClaimPlausible(pixels, bytes.size(), LeastSize(jpeg))) {
+  if (!platform::IsClaimPlausible(pixels, bytes.size(), LeastSize(jpeg)) ||
+      !IsQuickOrHasData(jpeg, pixels, bytes.size())) {
     return Gdiplus::OutOfMemory;
   }
   // Files of several scans are collected as coefficients of two bytes before any row is made.
@@ -135,8 +155,7 @@ Status DecodeJpeg(EncodedBytes bytes, std::unique_ptr<BitmapObject>& bitmap) {
   }
   ProgressMonitor monitor{};
   monitor.base.progress_monitor = LimitScans;
-  monitor.max_scans = std::clamp(kMaxScannedPixels / std::max<std::uint64_t>(pixels, 1),
-                                 kAlwaysAllowedScans, kMaxScans);
+  monitor.max_scans = MaxScans(jpeg, pixels, bytes.size());
   jpeg.progress = &monitor.base;
 
   const bool is_gray = jpeg.out_color_space == JCS_GRAYSCALE;
