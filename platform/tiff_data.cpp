@@ -121,7 +121,8 @@ std::uint64_t TiffBytes::Number(std::span<const std::uint8_t> bytes) const {
 bool IsEachOneZstandardFrame(TIFF* tiff, std::uint32_t chunks) {
   const TiffBytes bytes(tiff);
   for (std::uint32_t i = 0; i < chunks; ++i) {
-    if (!IsOneZstandardFrame(bytes, PlaceOf(tiff, i))) return false;
+    const Place place = PlaceOf(tiff, i);
+    if (place.size != 0 && !IsOneZstandardFrame(bytes, place)) return false;
   }
   return true;
 }
