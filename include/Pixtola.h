@@ -97,7 +97,8 @@ enum PxtFileType : int {
   PxtFileTypeJpegHigh = 11       ///< as PxtFileTypeJpeg, quality 97
 };
 
-/// What PxtRotateFlip does, with 8 and more bits a pixel: 1-bit pages are refused. The pixel at (x, y) of a source of W x H pixels moves to ...
+/// What PxtRotateFlip does to pixels of 8 bits and more: it takes no 1-bit pages. The pixel at
+/// (x, y) of a source of W x H pixels moves to ...
 enum PxtRotateFlipOperation : uint32_t {
   PxtFlipVertical = 1,            ///< (x, H - 1 - y)
   PxtFlipHorizontal = 2,          ///< (W - 1 - x, y)
@@ -263,9 +264,9 @@ PIXTOLA_API int PxtLoadBitmapFromResource(const wchar_t* name, const wchar_t* ty
 
 /// Opens an image file: any TIFF first, then whatever the platform decodes (BMP, GIF, JPEG, PNG
 /// ...), then PCX. The name's extension does not matter. TIFF files that are compressed with JBIG,
-/// LZMA or LERC are not read, nor, except by Windows' own decoders, images of more than 2^29 pixels
-/// or 4 GiB, or of more than 2^26 pixels that the file has next to no data for. `*bitmap` is null on
-/// failure.
+/// LZMA or LERC are not read, nor, except by Windows' own decoders, images of more than 2^29
+/// pixels, of more than 4 GiB, or of more than 2^26 pixels for which the file has next to no data.
+/// `*bitmap` is null on failure.
 ///
 /// Some files come out otherwise than other programs show them; kept as it always was:
 /// - TIFF with alpha has colours that are multiplied by it.
