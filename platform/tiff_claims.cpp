@@ -188,7 +188,7 @@ double MostQuickBytes(TIFF* tiff, const Claim& claim) {
   }
 }
 
-/// What is asked of data that samples may cost more than it shows.
+/// Whether data of which the cost cannot be told from its size is little, or enough to be meant.
 bool IsHarmless(TIFF* tiff, const Claim& claim, std::uint64_t data_size, std::uint64_t file_size) {
   constexpr std::uint64_t kMuchData = 1 << 20;
   const double most_quick_bytes = MostQuickBytes(tiff, claim);

@@ -12,8 +12,9 @@ SIDE = 23170  # its square is the largest below the decode limit of 2^29 pixels
 class CostlyFile:
     name: str
     contents: bytes
-    is_opened: bool  # otherwise refused, before anything large is allocated
+    is_opened: bool  # otherwise refused, before anything large is allocated ...
     is_heavy: bool = False  # decodes to hundreds of megabytes
+    is_started: bool = False  # ... or when the decoder has begun
 
 
 def bmp(bits, compression, data, side=SIDE):
@@ -95,6 +96,12 @@ def jpeg(kind, components, data, side=SIDE):
             data + b"\xFF\xD9")
 
 
+def jpeg_of_scans(kind, scans, side):
+    """Gray: the means, then the other coefficients again and again, all blocks of which end at once."""
+    again = bytes.fromhex("FFDA0008010100013F00") + b"\0"
+    return jpeg(kind, 1, b"", side)[:-2] + again * (scans - 1) + b"\xFF\xD9"
+
+
 SHORT, LONG = 3, 4
 
 
@@ -119,12 +126,11 @@ def equal_bytes(size):
     yield b"\1\0\0"
 
 
-def tiff(compression, data, *, width=SIDE, height=SIDE, bits=8, samples=1, rows=None, tile=None, chunks=1, shared=True,
-         photometric=1, more_tags=()):
-    """A page whose strips or tiles all lie at the one place where `data` is, or one after another."""
-    sizes = [len(data)] * chunks if shared else [len(data) // chunks] * chunks
+def tiff(compression, data, *, width=SIDE, height=SIDE, bits=8, samples=1, rows=None, tile=None, chunks=1,
+         photometric=1):
+    """A page whose strips or tiles all lie at the one place where `data` is."""
     data_at = 8
-    offsets = [data_at if shared else data_at + i * sizes[0] for i in range(chunks)]
+    sizes, offsets = [len(data)] * chunks, [data_at] * chunks
     data = data + bytes(len(data) % 2)
     tags = [(256, LONG, [width]), (257, LONG, [height]), (258, SHORT, [bits] * samples), (259, SHORT, [compression]),
             (262, SHORT, [photometric]), (277, SHORT, [samples])]
@@ -132,7 +138,7 @@ def tiff(compression, data, *, width=SIDE, height=SIDE, bits=8, samples=1, rows=
         tags += [(273, LONG, offsets), (278, LONG, [rows or height]), (279, LONG, sizes)]
     else:
         tags += [(322, LONG, [tile]), (323, LONG, [tile]), (324, LONG, offsets), (325, LONG, sizes)]
-    tags = sorted(tags + list(more_tags))
+    tags.sort()
     after = data_at + len(data)
     values, entries = b"", b""
     for tag, kind, numbers in tags:
@@ -167,9 +173,9 @@ def pcx(bits, planes, width, height, data):
     return header + struct.pack("<BHH", planes, line, 1) + bytes(58) + data
 
 
-NONE, RLE, FAX3, FAX4, LZW, OJPEG, JPEG, DEFLATE = 1, 2, 3, 4, 5, 6, 7, 8
+NONE, RLE, FAX3, FAX4, LZW, JPEG, DEFLATE = 1, 2, 3, 4, 5, 7, 8
 NEXT, PACKBITS, THUNDERSCAN, PIXARLOG, SGILOG = 32766, 32773, 32809, 32909, 34676
-LERC, LZMA, ZSTD, WEBP = 34887, 34925, 50000, 50001
+ZSTD, WEBP = 50000, 50001
 
 
 def costly_tiff_files():
@@ -220,11 +226,8 @@ def costly_tiff_files():
     yield CostlyFile("TIFF, 4400 tiles of 2^25 pixels for one row, JPEG",
                      tiff(JPEG, jpeg(0xC0, 1, bytes(30000), side=5760), width=4400 * 5760, height=1, tile=5760, chunks=4400),
                      False)
-    one_scan = jpeg(0xC2, 1, b"", side=1 << 12)[:-2]
-    again = bytes.fromhex("FFDA0008010100013F00") + b"\0"  # the same scan of other coefficients, all blocks ended
     yield CostlyFile("TIFF, progressive JPEG of 90 scans, 2^26 pixels in strips that share their data",
-                     tiff(JPEG, one_scan + again * 90 + b"\xFF\xD9", width=1 << 12, height=1 << 14, rows=1 << 12, chunks=4),
-                     False)
+                     tiff(JPEG, jpeg_of_scans(0xC2, 91, 1 << 12), width=1 << 12, height=1 << 14, rows=1 << 12, chunks=4), False)
     yield CostlyFile("TIFF, arithmetic JPEG, 2^26 pixels in 2 kB",
                      tiff(JPEG, jpeg(0xC9, 1, bytes(2000), side=1 << 13), width=1 << 13, height=1 << 13), False)
     packed = zlib.compress(bytes(1 << 20), 9)
@@ -252,6 +255,15 @@ def costly_files():
     yield CostlyFile("JPEG, colour, progressive, 2^29 pixels, a tenth of the shortest coding",
                      jpeg(0xC2, 3, bytes(SIDE ** 2 * 3 // 64 // 8 // 10 + 1000)), True, True)
     yield CostlyFile("JPEG, arithmetic coding, 2^29 pixels in 100 bytes", jpeg(0xC9, 1, bytes(100)), False)
+    # 5792^2 is the largest square up to 2^25.
+    yield CostlyFile("JPEG, arithmetic coding, 2^25 pixels in 100 bytes", jpeg(0xC9, 1, bytes(100), 5792), True)
+    yield CostlyFile("JPEG, arithmetic coding, some more pixels", jpeg(0xC9, 1, bytes(100), 5793), False)
+    yield CostlyFile("JPEG, arithmetic coding, 2^25 pixels, 4 scans", jpeg_of_scans(0xCA, 4, 5792), True)
+    yield CostlyFile("JPEG, arithmetic coding, 2^25 pixels, 5 scans", jpeg_of_scans(0xCA, 5, 5792), False,
+                     is_started=True)
+    yield CostlyFile("JPEG, progressive, 2^26 pixels, 32 scans", jpeg_of_scans(0xC2, 32, 1 << 13), True)
+    yield CostlyFile("JPEG, progressive, 2^26 pixels, 33 scans", jpeg_of_scans(0xC2, 33, 1 << 13), False,
+                     is_started=True)
     yield from costly_tiff_files()
     yield CostlyFile("PCX, 8 bits, 2^29 pixels in 4 bytes", pcx(8, 1, SIDE, SIDE, bytes(4)), True, True)
     yield CostlyFile("PCX, 24 bits, 2^29 pixels in 4 bytes", pcx(8, 3, SIDE, SIDE, bytes(4)), True, True)
