@@ -6,8 +6,8 @@
 
 #include "Pixtola.h"
 #include "job.h"
-#include "process/convolution.h"
-#include "process/recolor.h"
+#include "process/pixels/convolution.h"
+#include "process/pixels/recolor.h"
 #include "recolor_colors.h"
 
 namespace pixtola::bench {

@@ -7,10 +7,10 @@
 #include <utility>
 
 #include "base/memory.h"
-#include "convert/adaptive.h"
-#include "convert/diffusion.h"
-#include "convert/gray.h"
-#include "convert/otsu.h"
+#include "convert/pixels/adaptive/adaptive.h"
+#include "convert/pixels/diffusion/diffusion.h"
+#include "convert/pixels/gray/gray.h"
+#include "convert/pixels/otsu/otsu.h"
 #include "format/pixel_format.h"
 #include "format/rectangle.h"
 #include "platform.h"

@@ -4,8 +4,8 @@
 
 #include <cstdint>
 
-#include "io/pcx_header.h"
-#include "io/pcx_rows.h"
+#include "io/pixels/pcx_header.h"
+#include "io/pixels/pcx_rows.h"
 #include "platform.h"
 
 namespace pixtola {

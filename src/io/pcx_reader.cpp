@@ -12,9 +12,9 @@
 #include "base/text.h"
 #include "format/palettes.h"
 #include "format/pixel_format.h"
-#include "io/pcx_header.h"
 #include "io/pcx_layout.h"
-#include "io/pcx_rle_kernels.h"
+#include "io/pixels/pcx_header.h"
+#include "io/pixels/pcx_rle_kernels.h"
 
 namespace pixtola {
 

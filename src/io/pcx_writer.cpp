@@ -12,9 +12,9 @@
 #include "base/memory.h"
 #include "bitmap/bitmap_access.h"
 #include "format/pixel_format.h"
-#include "io/pcx_header.h"
-#include "io/pcx_plane_kernels.h"
-#include "io/pcx_rle_kernels.h"
+#include "io/pixels/pcx_header.h"
+#include "io/pixels/pcx_plane_kernels.h"
+#include "io/pixels/pcx_rle_kernels.h"
 
 namespace pixtola {
 

@@ -1,5 +1,5 @@
 // The exported functions on single colours.
-#include "process/color_model.h"
+#include "process/pixels/color_model.h"
 
 #include "Pixtola.h"
 #include "format/gray_weights.h"

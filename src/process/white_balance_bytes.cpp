@@ -4,9 +4,9 @@
 #include <cstring>
 
 #include "platform.h"
-#include "process/white_balance_cuts.h"
-#include "process/white_balance_kernels.h"
-#include "process/white_balance_search.h"
+#include "process/pixels/white_balance_cuts.h"
+#include "process/pixels/white_balance_kernels.h"
+#include "process/pixels/white_balance_search.h"
 
 namespace pixtola {
 

@@ -9,7 +9,7 @@
 
 #include "format/pixel_format.h"
 #include "platform.h"
-#include "transform/rotate_flip_kernels.h"
+#include "transform/pixels/rotate_flip_kernels.h"
 
 namespace pixtola {
 

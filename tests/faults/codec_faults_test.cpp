@@ -5,7 +5,7 @@
 #include <string>
 
 #include "faults/fault_images.h"
-#include "platform/codec_files.h"
+#include "portable/codec_files.h"
 #include "support/fault_injection.h"
 #include "support/temporary_folder.h"
 

@@ -1,6 +1,6 @@
 // What the platform's encoder is told for each file type.
-#ifndef PIXTOLA_TESTS_ENCODER_PARAMETERS_H_
-#define PIXTOLA_TESTS_ENCODER_PARAMETERS_H_
+#ifndef PIXTOLA_TESTS_FAULTS_ENCODER_PARAMETERS_H_
+#define PIXTOLA_TESTS_FAULTS_ENCODER_PARAMETERS_H_
 
 #include <cstdint>
 #include <limits>
@@ -69,4 +69,4 @@ inline std::uint32_t LockOfLibtiff(PxtFileType type, Gdiplus::PixelFormat format
 
 }  // namespace test_support
 
-#endif  // PIXTOLA_TESTS_ENCODER_PARAMETERS_H_
+#endif  // PIXTOLA_TESTS_FAULTS_ENCODER_PARAMETERS_H_

@@ -1,6 +1,6 @@
 // What the tests of failures share: images to work on, and what an image looks like to its users.
-#ifndef PIXTOLA_TESTS_FAULT_IMAGES_H_
-#define PIXTOLA_TESTS_FAULT_IMAGES_H_
+#ifndef PIXTOLA_TESTS_FAULTS_FAULT_IMAGES_H_
+#define PIXTOLA_TESTS_FAULTS_FAULT_IMAGES_H_
 
 #include <cmath>
 #include <cstdint>
@@ -124,4 +124,4 @@ inline bool IsReadableGif(PxtFileType type, Gdiplus::PixelFormat format) {
 
 }  // namespace test_support
 
-#endif  // PIXTOLA_TESTS_FAULT_IMAGES_H_
+#endif  // PIXTOLA_TESTS_FAULTS_FAULT_IMAGES_H_

@@ -1,7 +1,7 @@
 // Functions that hand out a new bitmap, called under every fault: they hand out the right one, or
 // none and leave nothing behind.
-#ifndef PIXTOLA_TESTS_FAULT_MAKERS_H_
-#define PIXTOLA_TESTS_FAULT_MAKERS_H_
+#ifndef PIXTOLA_TESTS_FAULTS_FAULT_MAKERS_H_
+#define PIXTOLA_TESTS_FAULTS_FAULT_MAKERS_H_
 
 #include <gtest/gtest.h>
 
@@ -112,4 +112,4 @@ inline Picture WithDpi(Picture picture, float dpi_x, float dpi_y) {
 
 }  // namespace test_support
 
-#endif  // PIXTOLA_TESTS_FAULT_MAKERS_H_
+#endif  // PIXTOLA_TESTS_FAULTS_FAULT_MAKERS_H_

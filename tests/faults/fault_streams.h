@@ -1,6 +1,6 @@
 // Streams for tests of failures.
-#ifndef PIXTOLA_TESTS_FAULT_STREAMS_H_
-#define PIXTOLA_TESTS_FAULT_STREAMS_H_
+#ifndef PIXTOLA_TESTS_FAULTS_FAULT_STREAMS_H_
+#define PIXTOLA_TESTS_FAULTS_FAULT_STREAMS_H_
 
 #include "support/faulty_stream.h"
 #include "support/memory_streams.h"
@@ -14,4 +14,4 @@ inline StreamPointer InFrontOf(IStream& stream) {
 
 }  // namespace test_support
 
-#endif  // PIXTOLA_TESTS_FAULT_STREAMS_H_
+#endif  // PIXTOLA_TESTS_FAULTS_FAULT_STREAMS_H_

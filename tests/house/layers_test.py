@@ -1,38 +1,20 @@
-"""Checks that source files include only their own layer or lower ones, and of the platform only its door."""
+"""Checks the layers by their folders: files include only their own layer or lower ones, and of the platform its door only."""
 
 import re
 import sys
 import unittest
 from pathlib import Path
 
-# Lowest first; files in one set may include one another.
+# Lowest first; folders in one set may include one another. A folder of the name "pixels" has a rank
+# of its own, wherever it stands.
 LAYERS = [
-    {"base"},
-    {"format"},
-    # The pixel algorithms know nothing of bitmaps.
-    {"convert", "transform"},
+    {"base", "format"},
+    {"pixels"},
     {"bitmap"},
-    # Conversions of bitmaps stand in the room of the conversions but use the bitmap layer.
-    {"transfer"},
-    # So do the operations on whole bitmaps beside their pixel algorithms.
-    {"operations"},
+    {"convert", "process", "transform"},
     {"io"},
     {"library.cpp"},
 ]
-TRANSFER_FILES = {"convert/bitmap_transfer.cpp"}
-# What these begin with stands in the room of the processing but is pixel algorithms, like "convert".
-PIXEL_PROCESSING = (
-    "process/color_model",
-    "process/convolution",
-    "process/recolor",
-    "process/sharpen",
-    "process/white_balance_bytes",
-    "process/white_balance_cuts",
-    "process/white_balance_kernels",
-    "process/white_balance_search",
-)
-# So do those of the files in the room of the codecs.
-PIXEL_CODING = ("io/pcx_header", "io/pcx_plane_kernels", "io/pcx_rle", "io/pcx_rows")
 PLATFORM_DOORS = {"platform.h", "Pixtola.h"}
 LIBRARIES = {"hwy/cache_control.h", "hwy/foreach_target.h", "hwy/highway.h", "tiffio.h"}
 
@@ -40,15 +22,10 @@ SOURCE = None  # the folder src, set from the command line
 
 
 def layer_of(name):
-    folder = name.split("/")[0]
-    if name in TRANSFER_FILES:
-        folder = "transfer"
-    elif folder == "process":
-        folder = "convert" if name.startswith(PIXEL_PROCESSING) else "operations"
-    elif name.startswith(PIXEL_CODING):
-        folder = "convert"
-    for rank, folders in enumerate(LAYERS):
-        if folder in folders:
+    folders = name.split("/")
+    key = "pixels" if "pixels" in folders[:-1] else folders[0]
+    for rank, layer in enumerate(LAYERS):
+        if key in layer:
             return rank
     raise AssertionError(f"{name} belongs to no layer")
 

@@ -1,5 +1,5 @@
 // Every table of adaptive kernels against the definition, byte for byte, each step alone.
-#include "convert/adaptive_kernels.h"
+#include "convert/pixels/adaptive/adaptive_kernels.h"
 
 #include <gtest/gtest.h>
 

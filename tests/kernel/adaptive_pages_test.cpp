@@ -7,9 +7,9 @@
 #include <random>
 #include <vector>
 
-#include "convert/adaptive.h"
-#include "convert/adaptive_bands.h"
-#include "convert/gray_bands.h"
+#include "convert/pixels/adaptive/adaptive.h"
+#include "convert/pixels/adaptive/adaptive_bands.h"
+#include "convert/pixels/adaptive/gray_bands.h"
 #include "support/guarded_buffer.h"
 #include "support/kernel_targets.h"
 #include "support/packed_gray.h"

@@ -1,5 +1,5 @@
 // Every table of diffusion kernels against the definition, byte for byte.
-#include "convert/diffusion_kernels.h"
+#include "convert/pixels/diffusion/diffusion_kernels.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // Every table of gray kernels against the definition, byte for byte.
-#include "convert/gray_kernels.h"
+#include "convert/pixels/gray/gray_kernels.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // Every table of packing kernels against the definition, byte for byte.
-#include "convert/pack_kernels.h"
+#include "convert/pixels/otsu/pack_kernels.h"
 
 #include <gtest/gtest.h>
 

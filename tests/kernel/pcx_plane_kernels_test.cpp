@@ -1,5 +1,5 @@
 // Every table of PCX plane kernels against the definition, byte for byte.
-#include "io/pcx_plane_kernels.h"
+#include "io/pixels/pcx_plane_kernels.h"
 
 #include <gtest/gtest.h>
 

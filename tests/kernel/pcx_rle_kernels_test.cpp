@@ -1,5 +1,5 @@
 // Every table of PCX run-length kernels against the definition, and the definition itself.
-#include "io/pcx_rle_kernels.h"
+#include "io/pixels/pcx_rle_kernels.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // Every table of recolouring kernels against the definition, byte for byte.
-#include "process/recolor_kernels.h"
+#include "process/pixels/recolor_kernels.h"
 
 #include <gtest/gtest.h>
 
@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "process/color_model.h"
+#include "process/pixels/color_model.h"
 #include "support/guarded_buffer.h"
 #include "support/kernel_targets.h"
 

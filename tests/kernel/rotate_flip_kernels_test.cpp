@@ -1,5 +1,5 @@
 // Every table of turns and mirrors against the definition, byte for byte.
-#include "transform/rotate_flip_kernels.h"
+#include "transform/pixels/rotate_flip_kernels.h"
 
 #include <gtest/gtest.h>
 

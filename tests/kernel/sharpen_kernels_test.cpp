@@ -1,5 +1,5 @@
 // Every table of sharpening kernels against the definition, byte for byte.
-#include "process/sharpen_kernels.h"
+#include "process/pixels/sharpen_kernels.h"
 
 #include <gtest/gtest.h>
 

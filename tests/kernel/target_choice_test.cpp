@@ -4,17 +4,17 @@
 #include <set>
 #include <string>
 
-#include "convert/adaptive_kernels.h"
-#include "convert/diffusion_kernels.h"
-#include "convert/gray_kernels.h"
-#include "convert/pack_kernels.h"
-#include "io/pcx_plane_kernels.h"
-#include "io/pcx_rle_kernels.h"
-#include "process/recolor_kernels.h"
-#include "process/sharpen_kernels.h"
-#include "process/white_balance_kernels.h"
+#include "convert/pixels/adaptive/adaptive_kernels.h"
+#include "convert/pixels/diffusion/diffusion_kernels.h"
+#include "convert/pixels/gray/gray_kernels.h"
+#include "convert/pixels/otsu/pack_kernels.h"
+#include "io/pixels/pcx_plane_kernels.h"
+#include "io/pixels/pcx_rle_kernels.h"
+#include "process/pixels/recolor_kernels.h"
+#include "process/pixels/sharpen_kernels.h"
+#include "process/pixels/white_balance_kernels.h"
 #include "support/kernel_targets.h"
-#include "transform/rotate_flip_kernels.h"
+#include "transform/pixels/rotate_flip_kernels.h"
 
 namespace pixtola {
 namespace {

@@ -1,5 +1,5 @@
 // Every table of white balance kernels against the definition, count for count and byte for byte.
-#include "process/white_balance_kernels.h"
+#include "process/pixels/white_balance_kernels.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // Locks of a bitmap in some format, compared with the plain definition of the conversions.
-#ifndef PIXTOLA_TESTS_CONVERSION_CHECKS_H_
-#define PIXTOLA_TESTS_CONVERSION_CHECKS_H_
+#ifndef PIXTOLA_TESTS_SUPPORT_CONVERSION_CHECKS_H_
+#define PIXTOLA_TESTS_SUPPORT_CONVERSION_CHECKS_H_
 
 #include <gtest/gtest.h>
 
@@ -173,4 +173,4 @@ inline void CheckWrite(RowsBitmap& image, const Gdiplus::Rect& part, const Pixel
 
 }  // namespace test_support
 
-#endif  // PIXTOLA_TESTS_CONVERSION_CHECKS_H_
+#endif  // PIXTOLA_TESTS_SUPPORT_CONVERSION_CHECKS_H_

@@ -1,6 +1,6 @@
 // Another decode limit for the length of a scope.
-#ifndef PIXTOLA_TESTS_DECODE_LIMIT_GUARD_H_
-#define PIXTOLA_TESTS_DECODE_LIMIT_GUARD_H_
+#ifndef PIXTOLA_TESTS_SUPPORT_DECODE_LIMIT_GUARD_H_
+#define PIXTOLA_TESTS_SUPPORT_DECODE_LIMIT_GUARD_H_
 
 #include "decode_limit.h"
 
@@ -21,4 +21,4 @@ class DecodeLimitGuard {
 
 }  // namespace test_support
 
-#endif  // PIXTOLA_TESTS_DECODE_LIMIT_GUARD_H_
+#endif  // PIXTOLA_TESTS_SUPPORT_DECODE_LIMIT_GUARD_H_

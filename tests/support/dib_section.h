@@ -1,6 +1,6 @@
 // DIB sections for tests, and their descriptions with colours or masks.
-#ifndef PIXTOLA_TESTS_DIB_SECTION_H_
-#define PIXTOLA_TESTS_DIB_SECTION_H_
+#ifndef PIXTOLA_TESTS_SUPPORT_DIB_SECTION_H_
+#define PIXTOLA_TESTS_SUPPORT_DIB_SECTION_H_
 
 #include <cstddef>
 #include <vector>
@@ -70,4 +70,4 @@ class DibSection {
 
 }  // namespace test_support
 
-#endif  // PIXTOLA_TESTS_DIB_SECTION_H_
+#endif  // PIXTOLA_TESTS_SUPPORT_DIB_SECTION_H_

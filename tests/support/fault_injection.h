@@ -5,8 +5,8 @@
 // tests/CMakeLists.txt). Of code in shared libraries `new` is seen, and reads and writes are, but
 // not malloc. Where the platform itself is such code, its functions that make objects count as
 // allocations, and those objects as blocks.
-#ifndef PIXTOLA_TESTS_FAULT_INJECTION_H_
-#define PIXTOLA_TESTS_FAULT_INJECTION_H_
+#ifndef PIXTOLA_TESTS_SUPPORT_FAULT_INJECTION_H_
+#define PIXTOLA_TESTS_SUPPORT_FAULT_INJECTION_H_
 
 #include <gtest/gtest.h>
 
@@ -118,4 +118,4 @@ std::uint32_t ForEveryFault(Fault fault, const Function& function, Span span = S
 
 }  // namespace test_support
 
-#endif  // PIXTOLA_TESTS_FAULT_INJECTION_H_
+#endif  // PIXTOLA_TESTS_SUPPORT_FAULT_INJECTION_H_

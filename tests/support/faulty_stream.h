@@ -1,6 +1,6 @@
 // A stream that hands everything on to another one and whose reads and writes fail on demand.
-#ifndef PIXTOLA_TESTS_FAULTY_STREAM_H_
-#define PIXTOLA_TESTS_FAULTY_STREAM_H_
+#ifndef PIXTOLA_TESTS_SUPPORT_FAULTY_STREAM_H_
+#define PIXTOLA_TESTS_SUPPORT_FAULTY_STREAM_H_
 
 #include "Pixtola.h"
 #include "support/fault_injection.h"
@@ -89,4 +89,4 @@ class FaultyStream final : public IStream {
 
 #pragma GCC diagnostic pop
 
-#endif  // PIXTOLA_TESTS_FAULTY_STREAM_H_
+#endif  // PIXTOLA_TESTS_SUPPORT_FAULTY_STREAM_H_

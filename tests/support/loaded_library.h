@@ -1,6 +1,6 @@
 // A shared library that a test loads and unloads itself.
-#ifndef PIXTOLA_TESTS_LOADED_LIBRARY_H_
-#define PIXTOLA_TESTS_LOADED_LIBRARY_H_
+#ifndef PIXTOLA_TESTS_SUPPORT_LOADED_LIBRARY_H_
+#define PIXTOLA_TESTS_SUPPORT_LOADED_LIBRARY_H_
 
 #include <string>
 
@@ -61,4 +61,4 @@ class LoadedLibrary {
 
 }  // namespace test_support
 
-#endif  // PIXTOLA_TESTS_LOADED_LIBRARY_H_
+#endif  // PIXTOLA_TESTS_SUPPORT_LOADED_LIBRARY_H_

@@ -1,6 +1,6 @@
 // Streams in memory for tests: made of bytes, read back as bytes.
-#ifndef PIXTOLA_TESTS_MEMORY_STREAMS_H_
-#define PIXTOLA_TESTS_MEMORY_STREAMS_H_
+#ifndef PIXTOLA_TESTS_SUPPORT_MEMORY_STREAMS_H_
+#define PIXTOLA_TESTS_SUPPORT_MEMORY_STREAMS_H_
 
 #include <gtest/gtest.h>
 
@@ -111,4 +111,4 @@ inline IStream* UntouchedStream() {
 
 }  // namespace test_support
 
-#endif  // PIXTOLA_TESTS_MEMORY_STREAMS_H_
+#endif  // PIXTOLA_TESTS_SUPPORT_MEMORY_STREAMS_H_

@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "convert/gray_reader.h"
+#include "convert/pixels/gray/gray_reader.h"
 
 namespace pixtola::test {
 

@@ -1,7 +1,7 @@
 // Rows of pixels of any format with padding around them, as a bitmap or a lock may have them:
 // random to begin with, so that a byte written to the wrong place is seen.
-#ifndef PIXTOLA_TESTS_PIXEL_ROWS_H_
-#define PIXTOLA_TESTS_PIXEL_ROWS_H_
+#ifndef PIXTOLA_TESTS_SUPPORT_PIXEL_ROWS_H_
+#define PIXTOLA_TESTS_SUPPORT_PIXEL_ROWS_H_
 
 #include <algorithm>
 #include <cstddef>
@@ -149,4 +149,4 @@ inline void SetLockedPixel(const Gdiplus::BitmapData& data, std::size_t x, std::
 
 }  // namespace test_support
 
-#endif  // PIXTOLA_TESTS_PIXEL_ROWS_H_
+#endif  // PIXTOLA_TESTS_SUPPORT_PIXEL_ROWS_H_

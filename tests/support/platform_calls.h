@@ -3,8 +3,8 @@
 //
 // Calls are seen where faults are: in programs that include fault_injection.cpp and are linked by
 // pixtola_wrap_faults.
-#ifndef PIXTOLA_TESTS_PLATFORM_CALLS_H_
-#define PIXTOLA_TESTS_PLATFORM_CALLS_H_
+#ifndef PIXTOLA_TESTS_SUPPORT_PLATFORM_CALLS_H_
+#define PIXTOLA_TESTS_SUPPORT_PLATFORM_CALLS_H_
 
 #include <cstddef>
 #include <vector>
@@ -91,4 +91,4 @@ class ToldResolution {
 
 }  // namespace test_support
 
-#endif  // PIXTOLA_TESTS_PLATFORM_CALLS_H_
+#endif  // PIXTOLA_TESTS_SUPPORT_PLATFORM_CALLS_H_

@@ -1,7 +1,7 @@
 // Where the platforms under the tests are known to differ, by name. Tests ask these constants; they
 // never ask which platform they run on.
-#ifndef PIXTOLA_TESTS_PLATFORM_EXPECTATIONS_H_
-#define PIXTOLA_TESTS_PLATFORM_EXPECTATIONS_H_
+#ifndef PIXTOLA_TESTS_SUPPORT_PLATFORM_EXPECTATIONS_H_
+#define PIXTOLA_TESTS_SUPPORT_PLATFORM_EXPECTATIONS_H_
 
 namespace expectations {
 
@@ -128,4 +128,4 @@ inline constexpr bool kEncodersMishandleFailedWrites = kIsWine;
 
 }  // namespace expectations
 
-#endif  // PIXTOLA_TESTS_PLATFORM_EXPECTATIONS_H_
+#endif  // PIXTOLA_TESTS_SUPPORT_PLATFORM_EXPECTATIONS_H_

@@ -1,7 +1,7 @@
 // A stream in memory that writes down what is asked of it, and whose calls fail or fall short on
 // demand.
-#ifndef PIXTOLA_TESTS_RECORDING_STREAM_H_
-#define PIXTOLA_TESTS_RECORDING_STREAM_H_
+#ifndef PIXTOLA_TESTS_SUPPORT_RECORDING_STREAM_H_
+#define PIXTOLA_TESTS_SUPPORT_RECORDING_STREAM_H_
 
 #include <algorithm>
 #include <cstdint>
@@ -149,4 +149,4 @@ class RecordingStream final : public IStream {
 
 #pragma GCC diagnostic pop
 
-#endif  // PIXTOLA_TESTS_RECORDING_STREAM_H_
+#endif  // PIXTOLA_TESTS_SUPPORT_RECORDING_STREAM_H_

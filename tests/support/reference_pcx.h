@@ -1,8 +1,8 @@
 // The plain definition of PCX files, written to be obviously right and never to be fast: what the
 // reader makes of the bytes of a file, and the bytes that the writer makes of a bitmap. It shares
 // no code with the codec, so that a test which compares the two compares two independent answers.
-#ifndef PIXTOLA_TESTS_REFERENCE_PCX_H_
-#define PIXTOLA_TESTS_REFERENCE_PCX_H_
+#ifndef PIXTOLA_TESTS_SUPPORT_REFERENCE_PCX_H_
+#define PIXTOLA_TESTS_SUPPORT_REFERENCE_PCX_H_
 
 #include <cstddef>
 #include <cstdint>
@@ -98,4 +98,4 @@ Bytes WrittenFile(const LockedImage& image);
 
 }  // namespace reference_pcx
 
-#endif  // PIXTOLA_TESTS_REFERENCE_PCX_H_
+#endif  // PIXTOLA_TESTS_SUPPORT_REFERENCE_PCX_H_

@@ -1,8 +1,8 @@
 // The plain definition of what a pixel of one format becomes in another, pixel by pixel, written to
 // be obviously right and never to be fast. It shares no code and no table with the platforms, so
 // that a test which compares the two compares two independent answers.
-#ifndef PIXTOLA_TESTS_REFERENCE_PIXELS_H_
-#define PIXTOLA_TESTS_REFERENCE_PIXELS_H_
+#ifndef PIXTOLA_TESTS_SUPPORT_REFERENCE_PIXELS_H_
+#define PIXTOLA_TESTS_SUPPORT_REFERENCE_PIXELS_H_
 
 #include <array>
 #include <cstddef>
@@ -66,4 +66,4 @@ Bytes ConvertRow(const Bytes& row, std::size_t x, std::size_t width, Gdiplus::Pi
 
 }  // namespace reference_pixels
 
-#endif  // PIXTOLA_TESTS_REFERENCE_PIXELS_H_
+#endif  // PIXTOLA_TESTS_SUPPORT_REFERENCE_PIXELS_H_

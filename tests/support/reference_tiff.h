@@ -1,7 +1,7 @@
 // What a page of a TIFF must look like when it is read: the rules written down once more, plainly,
 // over libtiff's own calls, to compare the reader with.
-#ifndef PIXTOLA_TESTS_REFERENCE_TIFF_H_
-#define PIXTOLA_TESTS_REFERENCE_TIFF_H_
+#ifndef PIXTOLA_TESTS_SUPPORT_REFERENCE_TIFF_H_
+#define PIXTOLA_TESTS_SUPPORT_REFERENCE_TIFF_H_
 
 #include <cstdint>
 #include <optional>
@@ -31,4 +31,4 @@ std::string DifferenceFrom(const std::optional<TiffPicture>& picture, Gdiplus::B
 
 }  // namespace test_support
 
-#endif  // PIXTOLA_TESTS_REFERENCE_TIFF_H_
+#endif  // PIXTOLA_TESTS_SUPPORT_REFERENCE_TIFF_H_

@@ -1,6 +1,6 @@
 // Images to be saved: random pixels that every encoder takes, with colours that lossless ones keep.
-#ifndef PIXTOLA_TESTS_SAMPLE_IMAGES_H_
-#define PIXTOLA_TESTS_SAMPLE_IMAGES_H_
+#ifndef PIXTOLA_TESTS_SUPPORT_SAMPLE_IMAGES_H_
+#define PIXTOLA_TESTS_SUPPORT_SAMPLE_IMAGES_H_
 
 #include <gtest/gtest.h>
 
@@ -66,4 +66,4 @@ inline BitmapPointer SampleBitmap(Gdiplus::PixelFormat format, UINT width, UINT 
 
 }  // namespace test_support
 
-#endif  // PIXTOLA_TESTS_SAMPLE_IMAGES_H_
+#endif  // PIXTOLA_TESTS_SUPPORT_SAMPLE_IMAGES_H_

@@ -1,6 +1,6 @@
 // A stream that does nothing but write down what it is asked, and answers as the test wants.
-#ifndef PIXTOLA_TESTS_SCRIPTED_STREAM_H_
-#define PIXTOLA_TESTS_SCRIPTED_STREAM_H_
+#ifndef PIXTOLA_TESTS_SUPPORT_SCRIPTED_STREAM_H_
+#define PIXTOLA_TESTS_SUPPORT_SCRIPTED_STREAM_H_
 
 #include <cstdint>
 #include <sstream>
@@ -87,4 +87,4 @@ class ScriptedStream final : public IStream {
 
 #pragma GCC diagnostic pop
 
-#endif  // PIXTOLA_TESTS_SCRIPTED_STREAM_H_
+#endif  // PIXTOLA_TESTS_SUPPORT_SCRIPTED_STREAM_H_

@@ -1,6 +1,6 @@
 // A folder for the files of one test, removed at its end.
-#ifndef PIXTOLA_TESTS_TEMPORARY_FOLDER_H_
-#define PIXTOLA_TESTS_TEMPORARY_FOLDER_H_
+#ifndef PIXTOLA_TESTS_SUPPORT_TEMPORARY_FOLDER_H_
+#define PIXTOLA_TESTS_SUPPORT_TEMPORARY_FOLDER_H_
 
 #include <gtest/gtest.h>
 
@@ -49,4 +49,4 @@ inline void WriteWholeFile(const std::filesystem::path& path,
 
 }  // namespace test_support
 
-#endif  // PIXTOLA_TESTS_TEMPORARY_FOLDER_H_
+#endif  // PIXTOLA_TESTS_SUPPORT_TEMPORARY_FOLDER_H_

@@ -1,6 +1,6 @@
 // Bitmaps and palettes for tests: built from plain bytes, read back as plain bytes.
-#ifndef PIXTOLA_TESTS_TEST_BITMAP_H_
-#define PIXTOLA_TESTS_TEST_BITMAP_H_
+#ifndef PIXTOLA_TESTS_SUPPORT_TEST_BITMAP_H_
+#define PIXTOLA_TESTS_SUPPORT_TEST_BITMAP_H_
 
 #include <cstdint>
 #include <cstring>
@@ -123,4 +123,4 @@ class HoldLock {
 
 }  // namespace test_support
 
-#endif  // PIXTOLA_TESTS_TEST_BITMAP_H_
+#endif  // PIXTOLA_TESTS_SUPPORT_TEST_BITMAP_H_

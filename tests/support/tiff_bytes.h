@@ -1,7 +1,7 @@
 // TIFF files in memory: written and read by libtiff itself, and taken apart or put together byte by
 // byte for what libtiff would not write.
-#ifndef PIXTOLA_TESTS_TIFF_BYTES_H_
-#define PIXTOLA_TESTS_TIFF_BYTES_H_
+#ifndef PIXTOLA_TESTS_SUPPORT_TIFF_BYTES_H_
+#define PIXTOLA_TESTS_SUPPORT_TIFF_BYTES_H_
 
 #include <algorithm>
 #include <cstdint>
@@ -219,4 +219,4 @@ inline std::size_t PlaceOfField(const Bytes& file, std::uint32_t tag) {
 
 }  // namespace test_support
 
-#endif  // PIXTOLA_TESTS_TIFF_BYTES_H_
+#endif  // PIXTOLA_TESTS_SUPPORT_TIFF_BYTES_H_

@@ -1,6 +1,6 @@
 // TIFF files written and inspected with libtiff itself, for tests of the reader and the writer.
-#ifndef PIXTOLA_TESTS_TIFF_FILE_H_
-#define PIXTOLA_TESTS_TIFF_FILE_H_
+#ifndef PIXTOLA_TESTS_SUPPORT_TIFF_FILE_H_
+#define PIXTOLA_TESTS_SUPPORT_TIFF_FILE_H_
 
 #include <tiffio.h>
 
@@ -65,4 +65,4 @@ inline constexpr unsigned kTagIsAbsent = 99999;
 
 }  // namespace test_support
 
-#endif  // PIXTOLA_TESTS_TIFF_FILE_H_
+#endif  // PIXTOLA_TESTS_SUPPORT_TIFF_FILE_H_

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "Pixtola.h"
-#include "platform/resource_library.h"
+#include "contract/resource_library.h"
 #include "support/test_bitmap.h"
 
 namespace {

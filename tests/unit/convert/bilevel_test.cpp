@@ -5,9 +5,9 @@
 
 #include <vector>
 
-#include "convert/adaptive.h"
-#include "convert/diffusion.h"
-#include "convert/otsu.h"
+#include "convert/pixels/adaptive/adaptive.h"
+#include "convert/pixels/diffusion/diffusion.h"
+#include "convert/pixels/otsu/otsu.h"
 #include "support/packed_gray.h"
 #include "support/test_bitmap.h"
 

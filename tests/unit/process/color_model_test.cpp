@@ -1,5 +1,5 @@
 // The colour models by known values, and for all colours against the rules written out once more.
-#include "process/color_model.h"
+#include "process/pixels/color_model.h"
 
 #include <gtest/gtest.h>
 

@@ -1,0 +1,48 @@
+#include "process/pixels/sharpen_kernels.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
+
+namespace pixtola {
+
+namespace {
+
+/// (18 * centre - 2 * neighbours) / 10, clamped: half of everything gives the same.
+std::uint8_t Sharpen(int centre, int neighbours) {
+  return static_cast<std::uint8_t>(std::clamp((9 * centre - neighbours) / 5, 0, 255));
+}
+
+template <std::uint32_t kBytesPerPixel>
+void SharpenRow(const std::uint8_t* above, const std::uint8_t* own, const std::uint8_t* below,
+                std::uint32_t width, std::uint8_t* destination) {
+  const std::size_t last_pixel = std::size_t{width - 1} * kBytesPerPixel;
+  std::memcpy(destination, own, kBytesPerPixel);
+  for (std::size_t x = kBytesPerPixel; x < last_pixel; ++x) {
+    destination[x] =
+        Sharpen(own[x], above[x] + own[x - kBytesPerPixel] + own[x + kBytesPerPixel] + below[x]);
+  }
+  std::memcpy(destination + last_pixel, own + last_pixel, kBytesPerPixel);
+}
+
+template <std::uint32_t kBytesPerPixel>
+void SharpenRows(const std::uint8_t* source, std::uint8_t* destination, std::uint32_t stride,
+                 std::uint32_t count, std::uint32_t width) {
+  for (std::uint32_t y = 0; y < count; ++y, source += stride, destination += stride) {
+    SharpenRow<kBytesPerPixel>(source - stride, source, source + stride, width, destination);
+  }
+}
+
+}  // namespace
+
+constexpr SharpenKernels kPlainSharpenKernels{
+    .target = "plain",
+    .rows_of_8_bit = SharpenRows<1>,
+    .rows_of_24_bit = SharpenRows<3>,
+};
+
+#if !PIXTOLA_WITH_HIGHWAY
+const SharpenKernels& BestSharpenKernels() { return kPlainSharpenKernels; }
+#endif
+
+}  // namespace pixtola

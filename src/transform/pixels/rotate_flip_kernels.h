@@ -1,0 +1,49 @@
+// The inner steps of turns and mirrors: whole blocks of pixels moved without a look into a pixel.
+#ifndef PIXTOLA_TRANSFORM_PIXELS_ROTATE_FLIP_KERNELS_H_
+#define PIXTOLA_TRANSFORM_PIXELS_ROTATE_FLIP_KERNELS_H_
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+namespace pixtola {
+
+/// Where the pixels of a block are and where they go. Strides may be negative or 0; the pixels that
+/// are written share no byte with those that are read.
+struct BlockMove {
+  const std::uint8_t* source;         ///< the first row
+  std::ptrdiff_t source_stride;       ///< bytes from one row to the next
+  std::size_t width;                  ///< of the source, in pixels
+  std::size_t height;                 ///< of the source, in rows
+  std::uint8_t* destination;          ///< the first row
+  std::ptrdiff_t destination_stride;  ///< bytes from one row to the next
+};
+
+/// Largest number of bytes in a pixel.
+inline constexpr std::size_t kLargestPixel = 4;
+
+using BlockKernel = void (*)(const BlockMove& move);
+
+/// One kernel for each size of a pixel: that of 1 byte first.
+using BlockKernels = std::array<BlockKernel, kLargestPixel>;
+
+struct RotateFlipKernels {
+  const char* target;  ///< the instruction set; "plain" for the definition
+
+  /// Each row to the row of the same number, its pixels in reverse order.
+  BlockKernels mirror;
+
+  /// The pixel (x, y) to the pixel (y, x). Both quarter turns are this: one reads the rows from the
+  /// last to the first, the other writes them so.
+  BlockKernels transpose;
+};
+
+/// The definition.
+extern const RotateFlipKernels kPlainRotateFlipKernels;
+
+/// Those for the best instruction set of the processor. They give the same bytes.
+const RotateFlipKernels& BestRotateFlipKernels();
+
+}  // namespace pixtola
+
+#endif  // PIXTOLA_TRANSFORM_PIXELS_ROTATE_FLIP_KERNELS_H_

@@ -1,0 +1,6 @@
+#include "contract/resource_library.h"
+
+const void* AddressInResourceLibrary() {
+  static const char inside = 0;
+  return &inside;
+}

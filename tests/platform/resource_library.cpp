@@ -1,6 +1,0 @@
-#include "platform/resource_library.h"
-
-const void* AddressInResourceLibrary() {
-  static const char inside = 0;
-  return &inside;
-}

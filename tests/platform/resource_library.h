@@ -1,8 +1,0 @@
-// A shared library that has resources of its own, for their tests.
-#ifndef PIXTOLA_TESTS_RESOURCE_LIBRARY_H_
-#define PIXTOLA_TESTS_RESOURCE_LIBRARY_H_
-
-/// Something of the library's own: a program that calls this has the library loaded.
-const void* AddressInResourceLibrary();
-
-#endif  // PIXTOLA_TESTS_RESOURCE_LIBRARY_H_

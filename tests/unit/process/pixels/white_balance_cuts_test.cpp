@@ -1,0 +1,112 @@
+// The clip count and the rule for the cuts, by hand-made counts.
+#include "process/pixels/white_balance_cuts.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <limits>
+#include <utility>
+#include <vector>
+
+namespace pixtola {
+
+bool operator==(const LevelCuts& a, const LevelCuts& b) {
+  return a.low == b.low && a.high == b.high;
+}
+
+void PrintTo(const LevelCuts& cuts, std::ostream* out) {
+  *out << "{" << int{cuts.low} << ", " << int{cuts.high} << "}";
+}
+
+namespace {
+
+using Counts = std::vector<std::pair<std::uint32_t, std::uint32_t>>;  // level and pixels
+
+LevelCuts CutsOf(const Counts& given, std::uint32_t clip_count) {
+  LevelCounts counts{};
+  for (const auto& [level, pixels] : given) counts[level] = pixels;
+  return FindCuts(counts, clip_count);
+}
+
+TEST(ClipCount, IsTruncated) {
+  EXPECT_EQ(ClipCount(199, 0.01F), 1U);
+  EXPECT_EQ(ClipCount(100, 0.999F), 99U);
+  EXPECT_EQ(ClipCount(0, 0.5F), 0U);
+}
+
+TEST(ClipCount, IsFormedInSinglePrecision) {
+  EXPECT_EQ(ClipCount(16777217, 1.0F), 16777216U);
+  EXPECT_EQ(ClipCount(0xFFFFFFFF, 0.25F), 0x40000000U);
+}
+
+TEST(ClipCount, IsZeroForFractionsThatAreNotPositive) {
+  EXPECT_EQ(ClipCount(1000, -0.5F), 0U);
+  EXPECT_EQ(ClipCount(1000, -std::numeric_limits<float>::infinity()), 0U);
+  EXPECT_EQ(ClipCount(1000, std::numeric_limits<float>::quiet_NaN()), 0U);
+  EXPECT_EQ(ClipCount(0, std::numeric_limits<float>::infinity()), 0U);
+}
+
+TEST(ClipCount, IsLimited) {
+  EXPECT_EQ(ClipCount(0x80000000, 1.0F), 0x7FFFFFFFU);
+  EXPECT_EQ(ClipCount(0x7FFFFF80, 1.0F), 0x7FFFFF80U);
+  EXPECT_EQ(ClipCount(1, std::numeric_limits<float>::infinity()), 0x7FFFFFFFU);
+}
+
+TEST(FindCuts, CutsNothingFromAnEmptyChannel) { EXPECT_EQ(CutsOf({}, 0), (LevelCuts{0, 255})); }
+
+TEST(FindCuts, EndsAtTheOutermostLevelsWithoutClipping) {
+  EXPECT_EQ(CutsOf({{50, 50}, {200, 50}}, 0), (LevelCuts{50, 200}));
+  EXPECT_EQ(CutsOf({{100, 100}}, 0), (LevelCuts{100, 100}));
+}
+
+TEST(FindCuts, PassesTheOutermostLevelsThatItBeginsWith) {
+  EXPECT_EQ(CutsOf({{0, 1}, {1, 1}, {100, 9}}, 0), (LevelCuts{1, 100}));
+  EXPECT_EQ(CutsOf({{100, 9}, {253, 1}, {254, 1}}, 0), (LevelCuts{100, 253}));
+  EXPECT_EQ(CutsOf({{0, 1}, {7, 1}, {100, 9}}, 0), (LevelCuts{7, 100}));
+}
+
+TEST(FindCuts, DoesNotCountTheBrightestLevel) {
+  EXPECT_EQ(CutsOf({{20, 5}, {240, 5}, {255, 1000}}, 0), (LevelCuts{20, 240}));
+  EXPECT_EQ(CutsOf({{255, 1000}}, 0), (LevelCuts{255, 255}));
+}
+
+TEST(FindCuts, ChoosesTheSumNearestToTheClipCount) {
+  // Sums 10 and 19 are 4 and 5 from 14; 10 and 18 are equally far, and the later one is taken.
+  EXPECT_EQ(CutsOf({{10, 10}, {11, 9}, {12, 80}}, 14).low, 11);
+  EXPECT_EQ(CutsOf({{10, 10}, {11, 8}, {12, 80}}, 14).low, 12);
+  EXPECT_EQ(CutsOf({{10, 80}, {20, 9}, {22, 10}}, 14).high, 20);
+  EXPECT_EQ(CutsOf({{10, 80}, {20, 8}, {22, 10}}, 14).high, 10);
+}
+
+TEST(FindCuts, CutsNothingWhereNoSumExceedsTheClipCount) {
+  EXPECT_EQ(CutsOf({{10, 10}, {20, 10}}, 20), (LevelCuts{0, 255}));
+  EXPECT_EQ(CutsOf({{10, 10}, {20, 10}, {255, 10}}, 24), (LevelCuts{255, 255}));
+}
+
+TEST(FindCuts, WrapsDistancesAt32Bits) {
+  // 2^31 + 5 wraps to a distance of 2^31 - 5, and ten more pixels to one of 2^31 - 15.
+  EXPECT_EQ(CutsOf({{0, 0x80000005}, {1, 10}}, 0).low, 0);
+  EXPECT_EQ(CutsOf({{0, 0x7FFFFFF0}, {1, 10}}, 0).low, 1);
+  // 2^31 itself stays negative, less than any distance.
+  EXPECT_EQ(CutsOf({{9, 0x80000000}, {12, 10}}, 0).low, 12);
+}
+
+TEST(AddLevels, CountsEveryChannelOnTopOfWhatThereIs) {
+  for (const std::uint32_t channels : {1U, 3U, 4U}) {
+    for (std::uint32_t pixel_count = 0; pixel_count < 20; ++pixel_count) {
+      ChannelLevelCounts counts{};
+      ChannelLevelCounts expected{};
+      counts[0][3] = expected[0][3] = 1000;
+      std::vector<std::uint8_t> pixels;
+      for (std::uint32_t i = 0; i < pixel_count * channels; ++i) {
+        pixels.push_back(static_cast<std::uint8_t>(i % 7));
+        ++expected[i % channels][i % 7];
+      }
+      AddLevels(pixels.data(), pixel_count, channels, counts);
+      EXPECT_EQ(counts, expected) << channels << " channels, " << pixel_count << " pixels";
+    }
+  }
+}
+
+}  // namespace
+}  // namespace pixtola
