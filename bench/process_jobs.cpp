@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "Pixtola.h"
+#include "format/image_view.h"
 #include "job.h"
 #include "process/pixels/convolution.h"
 #include "process/pixels/recolor.h"
@@ -30,12 +31,18 @@ Work Balancing(const Image& source) {
   return {.run = run, .result = [result] { return *result; }};
 }
 
+ImageView ViewOf(const Image& image) {
+  return {image.bytes.data(), image.width, image.height, image.stride(), image.bytes_per_pixel * 8};
+}
+
+MutableImageView ViewOf(Image& image) {
+  return {image.bytes.data(), image.width, image.height, image.stride(), image.bytes_per_pixel * 8};
+}
+
 Work Sharpening(const Image& source) {
   const auto result = std::make_shared<Image>(source.width, source.height, source.bytes_per_pixel);
   const auto run = [&source, result] {
-    Require(ConvolvePixels(source.bytes.data(), result->bytes.data(), source.width, source.height,
-                           source.stride(), source.bytes_per_pixel * 8, kSharpening) != 0,
-            "ConvolvePixels");
+    Require(ConvolvePixels(ViewOf(source), ViewOf(*result), kSharpening) != 0, "ConvolvePixels");
   };
   return {.run = run, .result = [result] { return *result; }};
 }
@@ -53,10 +60,7 @@ MakeWork RecoloringBy(const RecolorColors& colors) {
   return [colors](const Image& source) {
     const auto page = std::make_shared<Image>(source.width, source.height, source.bytes_per_pixel);
     const auto recoloring = MakeRecoloring(colors.find, colors.replacement, colors.tolerance);
-    const auto run = [recoloring, page] {
-      RecolorRows(recoloring, page->bytes.data(), page->width, page->height,
-                  std::ptrdiff_t{page->stride()});
-    };
+    const auto run = [recoloring, page] { RecolorRows(recoloring, ViewOf(*page)); };
     const auto prepare = [&source, page] {
       std::memcpy(page->bytes.data(), source.bytes.data(), source.bytes.size());
     };

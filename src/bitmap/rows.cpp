@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "format/pixel_format.h"
+#include "format/stride.h"
 
 namespace pixtola {
 

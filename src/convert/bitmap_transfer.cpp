@@ -9,8 +9,10 @@
 #include "bitmap/bitmap_access.h"
 #include "bitmap/rows.h"
 #include "bitmap/wrapped_bitmap.h"
+#include "convert/pixels/conversion_arguments.h"
 #include "format/pixel_format.h"
 #include "format/rectangle.h"
+#include "format/stride.h"
 #include "platform.h"
 
 namespace pixtola {

@@ -4,25 +4,28 @@
 #include <algorithm>
 #include <cstring>
 #include <iterator>
+#include <optional>
 #include <utility>
 
 #include "base/memory.h"
+#include "convert/gray_lookup.h"
 #include "convert/pixels/adaptive/adaptive.h"
+#include "convert/pixels/conversion_arguments.h"
 #include "convert/pixels/diffusion/diffusion.h"
 #include "convert/pixels/gray/gray.h"
 #include "convert/pixels/otsu/otsu.h"
+#include "format/image_view.h"
 #include "format/pixel_format.h"
 #include "format/rectangle.h"
+#include "format/stride.h"
 #include "platform.h"
 
 namespace pixtola {
 
 namespace {
 
-using Worker = int (*)(const std::uint8_t* source, std::uint32_t width, std::uint32_t height,
-                       std::uint32_t source_stride, std::uint32_t source_bits_per_pixel,
-                       std::uint8_t* destination, std::uint32_t destination_stride,
-                       const Gdiplus::ColorPalette* palette);
+using Worker = int (*)(const ImageView& source, const GrayLookup* lookup,
+                       const MutableImageView& destination);
 
 struct Method {
   Gdiplus::PixelFormat output_format;
@@ -36,16 +39,10 @@ constexpr Method kMethods[] = {
     {PixelFormat1bppIndexed, BinarizeDiffusion},
 };
 
-/// A caller's image: `height * stride` bytes.
-struct SourceImage {
-  const std::uint8_t* bytes;
-  std::uint32_t bits_per_pixel;
-  std::uint32_t width;
-  std::uint32_t height;
-  std::uint32_t stride;
-
-  std::uint64_t size() const { return std::uint64_t{height} * stride; }
-};
+/// A caller's image has `height * stride` bytes.
+std::uint64_t SizeOf(const ImageView& image) {
+  return std::uint64_t{image.height} * static_cast<std::uint64_t>(image.stride);
+}
 
 /// The part of an image that a method works on: rows that start at a byte offset, some of which may
 /// reach past the image's end.
@@ -55,26 +52,24 @@ struct Window {
   std::uint32_t height;
 };
 
-bool IsConvertible(const SourceImage& source) {
-  return IsConvertibleDepth(source.bits_per_pixel) && source.bytes != nullptr &&
-         source.width != 0 && source.height != 0 && source.stride != 0 &&
-         IsValidStride(source.width, source.bits_per_pixel, source.stride);
+bool IsConvertible(const ImageView& source) {
+  return IsConvertibleDepth(source.bits_per_pixel) && source.first_row != nullptr &&
+         source.width != 0 && source.height != 0 && source.stride != 0 && HasValidStride(source);
 }
 
 /// What a method reads from the start of a row on: the row's pixels, and with 1 and 8 bits whatever
 /// of the padding lands in the destination row as well.
-std::uint64_t BytesReadPerRow(const Method& method, const SourceImage& source, std::uint32_t width,
-                              std::uint32_t destination_stride) {
-  const bool makes_gray = method.output_format == PixelFormat8bppIndexed;
+std::uint64_t BytesReadPerRow(const ImageView& source, const MutableImageView& destination) {
+  const auto source_stride = static_cast<std::uint64_t>(source.stride);
+  const auto destination_stride = static_cast<std::uint64_t>(destination.stride);
+  const bool makes_gray = destination.bits_per_pixel == 8;
   if (source.bits_per_pixel == 1 && makes_gray) {
-    const std::uint64_t bits =
-        std::min<std::uint64_t>(std::uint64_t{source.stride} * 8, destination_stride);
-    return (bits + 7) / 8;
+    return (std::min(source_stride * 8, destination_stride) + 7) / 8;
   }
   if (source.bits_per_pixel == 1 || (source.bits_per_pixel == 8 && makes_gray)) {
-    return std::min(source.stride, destination_stride);
+    return std::min(source_stride, destination_stride);
   }
-  return PackedRowBytes(source.bits_per_pixel, width);
+  return PackedRowBytes(source.bits_per_pixel, destination.width);
 }
 
 /// A copy of a window, with zeros where it reaches past the image's end. Its rows lie closer
@@ -86,43 +81,50 @@ struct ZeroExtendedCopy {
   std::uint32_t stride;
 };
 
-ZeroExtendedCopy CopyZeroExtended(const SourceImage& source, const Window& window,
+ZeroExtendedCopy CopyZeroExtended(const ImageView& source, const Window& window,
                                   std::uint64_t row_bytes) {
   const std::uint64_t wanted_stride = (row_bytes + 3) / 4 * 4;
   if (wanted_stride > UINT32_MAX) return {nullptr, 0};
   const auto stride = static_cast<std::uint32_t>(wanted_stride);
   Block<std::uint8_t> bytes = AllocateZeroed<std::uint8_t>(std::uint64_t{window.height} * stride);
   if (bytes == nullptr) return {nullptr, 0};
+  const std::uint64_t size = SizeOf(source);
   for (std::uint32_t y = 0; y < window.height; ++y) {
-    const std::uint64_t start = window.offset + std::uint64_t{y} * source.stride;
-    if (start >= source.size()) break;
-    std::memcpy(bytes.get() + std::size_t{y} * stride, source.bytes + start,
-                std::min(row_bytes, source.size() - start));
+    const std::uint64_t start =
+        window.offset + std::uint64_t{y} * static_cast<std::uint64_t>(source.stride);
+    if (start >= size) break;
+    std::memcpy(bytes.get() + std::size_t{y} * stride, source.first_row + start,
+                std::min(row_bytes, size - start));
   }
   return {std::move(bytes), stride};
 }
 
-int RunMethod(const Method& method, const SourceImage& source, const Window& window,
-              std::uint8_t* destination, std::uint32_t destination_stride,
-              const Gdiplus::ColorPalette* palette) {
+int RunMethod(Worker worker, const ImageView& source, const Window& window,
+              const GrayLookup* lookup, const MutableImageView& destination) {
   if (window.width == 0 || window.height == 0) return 0;
   // The size is reported in 32 bits; a buffer of that size would be too small for such an image.
-  if (std::uint64_t{window.height} * destination_stride > UINT32_MAX) return 0;
-
-  const std::uint64_t row_bytes = BytesReadPerRow(method, source, window.width, destination_stride);
+  if (std::uint64_t{window.height} * static_cast<std::uint64_t>(destination.stride) > UINT32_MAX) {
+    return 0;
+  }
+  const std::uint64_t row_bytes = BytesReadPerRow(source, destination);
   const std::uint64_t end =
-      window.offset + std::uint64_t{window.height - 1} * source.stride + row_bytes;
-  if (end <= source.size()) {
-    return method.worker(source.bytes + window.offset, window.width, window.height, source.stride,
-                         source.bits_per_pixel, destination, destination_stride, palette);
+      window.offset + std::uint64_t{window.height - 1} * static_cast<std::uint64_t>(source.stride) +
+      row_bytes;
+  ImageView part = source;
+  part.width = window.width;
+  part.height = window.height;
+  if (end <= SizeOf(source)) {
+    part.first_row += window.offset;
+    return worker(part, lookup, destination);
   }
   // The method's own checks see the caller's stride first: a copy must not make good what they
   // refuse.
-  if (!IsValidStride(window.width, source.bits_per_pixel, source.stride)) return 0;
+  if (!HasValidStride(part)) return 0;
   const ZeroExtendedCopy copy = CopyZeroExtended(source, window, row_bytes);
   if (copy.bytes == nullptr) return 0;
-  return method.worker(copy.bytes.get(), window.width, window.height, copy.stride,
-                       source.bits_per_pixel, destination, destination_stride, palette);
+  part.first_row = copy.bytes.get();
+  part.stride = copy.stride;
+  return worker(part, lookup, destination);
 }
 
 }  // namespace
@@ -136,7 +138,7 @@ int PxtBytesRectToBytes(PxtConversionMethod method, const uint8_t* source, RECT*
   using namespace pixtola;
   if (rect == nullptr || destination_size == nullptr || destination_stride == nullptr) return 0;
   if (method >= std::size(kMethods)) return 0;
-  const SourceImage image{source, source_bits_per_pixel, width, height, source_stride};
+  const ImageView image{source, width, height, source_stride, source_bits_per_pixel};
   if (!IsConvertible(image)) return 0;
 
   // Kept on purpose: a rectangle with a negative right or bottom is neither clipped nor refused.
@@ -163,8 +165,12 @@ int PxtBytesRectToBytes(PxtConversionMethod method, const uint8_t* source, RECT*
   // whatever the source's stride and depth.
   const std::uint32_t offset =
       static_cast<std::uint32_t>(rect->left) + static_cast<std::uint32_t>(rect->top) * rect_width;
-  return RunMethod(chosen, image, {offset, rect_width, rect_height}, destination,
-                   *destination_stride, palette);
+  std::optional<GrayLookup> lookup;
+  if (source_bits_per_pixel == 8 && palette != nullptr) lookup = MakeGrayLookup(*palette);
+  return RunMethod(chosen.worker, image, {offset, rect_width, rect_height},
+                   lookup ? &*lookup : nullptr,
+                   {destination, rect_width, rect_height, *destination_stride,
+                    BitsPerPixel(chosen.output_format)});
 }
 
 int PxtBytesToBytes(PxtConversionMethod method, const uint8_t* source,

@@ -14,6 +14,7 @@
 #include "format/pixel_format.h"
 #include "io/pcx_layout.h"
 #include "io/pixels/pcx_header.h"
+#include "io/pixels/pcx_plane_kernels.h"
 #include "io/pixels/pcx_rle_kernels.h"
 
 namespace pixtola {
@@ -39,7 +40,7 @@ struct PcxImage {
   PaletteOf256 palette{};
 };
 
-/// Makes room for the pixels, all 0; false when there are none or memory lacks.
+/// Makes room for the pixels, all 0; false when there are none or when out of memory.
 bool MakeRoom(PcxImage& image) {
   const Gdiplus::PixelFormat format = image.layout->format;
   image.width = image.header.width();
@@ -55,12 +56,12 @@ bool MakeRoom(PcxImage& image) {
 
 /// Fills a line of `size` bytes; what the file no longer has of it is taken from the line before.
 /// False, with nothing done, when that would be all of it.
-bool ReadLine(FileBytes& file, PcxRun& run, const std::uint8_t* line_before, std::uint8_t* line,
-              std::size_t size) {
+bool ReadLine(const PcxRleKernels& kernels, FileBytes& file, PcxRun& run,
+              const std::uint8_t* line_before, std::uint8_t* line, std::size_t size) {
   for (std::size_t filled = 0; filled < size;) {
     const auto ahead = file.ahead();
     const PcxProgress progress =
-        BestPcxRleKernels().decode(run, ahead.data(), ahead.size(), line + filled, size - filled);
+        kernels.decode(run, ahead.data(), ahead.size(), line + filled, size - filled);
     file.Take(progress.consumed);
     filled += progress.produced;
     if (filled < size && !file.Refill()) {
@@ -84,10 +85,12 @@ bool ReadRows(FileBytes& file, PcxImage& image) {
   if (lines == nullptr) return false;
   std::uint8_t* latest = lines.get();
   std::uint8_t* next = latest + capacity;
+  const PcxRleKernels& rle_kernels = BestPcxRleKernels();
+  const PcxPlaneKernels& plane_kernels = BestPcxPlaneKernels();
   PcxRun run;
   for (std::uint32_t y = 0; y < image.height; ++y) {
-    if (ReadLine(file, run, latest, next, line_bytes)) std::swap(latest, next);
-    image.layout->convert({latest, header.bytes_per_line},
+    if (ReadLine(rle_kernels, file, run, latest, next, line_bytes)) std::swap(latest, next);
+    image.layout->convert(plane_kernels, {latest, header.bytes_per_line},
                           {image.pixels.get() + std::size_t{y} * image.stride, image.row_bytes});
   }
   return true;
@@ -101,7 +104,7 @@ bool ReadByte(FileBytes& file, std::uint8_t& byte) {
   return true;
 }
 
-/// Reads on to behind the mark that comes before a palette.
+/// Reads on past the mark that comes before a palette.
 bool FindPalette(FileBytes& file) {
   do {
     const auto ahead = file.ahead();
@@ -123,7 +126,7 @@ bool ReadColor(FileBytes& file, Gdiplus::ARGB& color) {
   return true;
 }
 
-/// The palette behind the image, or a ramp of grays where there is none. The header's map of 16
+/// The palette after the image, or a ramp of grays where there is none. The header's map of 16
 /// colours is never used.
 void ReadPalette(FileBytes& file, PcxImage& image) {
   constexpr Gdiplus::ARGB kOpaque = 0xFF000000;

@@ -12,6 +12,7 @@
 #include "base/memory.h"
 #include "bitmap/bitmap_access.h"
 #include "format/pixel_format.h"
+#include "format/stride.h"
 #include "io/pixels/pcx_header.h"
 #include "io/pixels/pcx_plane_kernels.h"
 #include "io/pixels/pcx_rle_kernels.h"
@@ -107,15 +108,17 @@ bool WriteRows(std::FILE* file, Gdiplus::Bitmap& bitmap, const PcxShape& shape) 
   const ReadLock lock(bitmap, shape.width, shape.height, shape.format);
   // Kept on purpose: rows that can no longer be had are left out, and the file goes on without.
   if (!lock.is_locked()) return true;
+  const PcxPlaneKernels& plane_kernels = BestPcxPlaneKernels();
+  const PcxRleKernels& rle_kernels = BestPcxRleKernels();
   for (UINT y = 0; y < shape.height; ++y) {
     const std::uint8_t* row = lock.first_row() + std::ptrdiff_t{lock.data().Stride} * y;
     if (shape.is_color()) {
-      BestPcxPlaneKernels().separate_rgb(row, shape.width, line.get(), line.get() + plane_bytes,
-                                         line.get() + 2 * plane_bytes);
+      plane_kernels.separate_rgb(row, shape.width, line.get(), line.get() + plane_bytes,
+                                 line.get() + 2 * plane_bytes);
     } else {
       std::copy_n(row, shape.row_bytes, line.get());
     }
-    const std::size_t size = BestPcxRleKernels().encode(line.get(), line_bytes, code.get());
+    const std::size_t size = rle_kernels.encode(line.get(), line_bytes, code.get());
     // Kept on purpose: nobody looks whether the lines of colour images were written.
     if (!WriteBytes(file, code.get(), size) && !shape.is_color()) return false;
   }

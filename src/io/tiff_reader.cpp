@@ -10,7 +10,6 @@
 #include "base/pixel_memory.h"
 #include "bitmap/wrapped_bitmap.h"
 #include "format/palettes.h"
-#include "format/pixel_format.h"
 #include "io/tiff_client.h"
 #include "io/tiff_lock.h"
 

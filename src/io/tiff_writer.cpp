@@ -11,7 +11,6 @@
 
 #include "base/memory.h"
 #include "bitmap/bitmap_access.h"
-#include "format/pixel_format.h"
 #include "io/tiff_client.h"
 #include "io/tiff_lock.h"
 

@@ -6,7 +6,6 @@
 #include "platform.h"
 #include "process/pixels/white_balance_cuts.h"
 #include "process/pixels/white_balance_kernels.h"
-#include "process/pixels/white_balance_search.h"
 
 namespace pixtola {
 
@@ -29,8 +28,8 @@ bool KeepsAllChannels(const ChannelCuts& cuts, std::uint32_t channels) {
 void Balance(const std::uint8_t* source, std::uint8_t* destination, std::uint32_t pixel_count,
              std::uint32_t channels, float clip_fraction) {
   const WhiteBalanceKernels& kernels = BestWhiteBalanceKernels();
-  const ChannelCuts cuts = FindChannelCuts(kernels, source, pixel_count, channels,
-                                           ClipCount(pixel_count, clip_fraction));
+  const ChannelCuts cuts = kernels.find_cuts(kernels, source, pixel_count, channels,
+                                             ClipCount(pixel_count, clip_fraction));
   if (KeepsAllChannels(cuts, channels)) {
     Copy(source, destination, std::size_t{pixel_count} * channels);
   } else {

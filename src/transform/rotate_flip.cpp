@@ -7,7 +7,7 @@
 #include <limits>
 #include <optional>
 
-#include "format/pixel_format.h"
+#include "format/image_view.h"
 #include "platform.h"
 #include "transform/pixels/rotate_flip_kernels.h"
 
@@ -80,7 +80,7 @@ std::optional<Geometry> CheckHalfTurn(const Gdiplus::BitmapData& source,
   const std::int64_t signed_stride = source.Stride;
   const std::int64_t stride = signed_stride < 0 ? -signed_stride : signed_stride;
   if (stride > kLargestStride) return std::nullopt;
-  // Rows that reach into the next would let the last one end behind what the capacity counts.
+  // Rows that reach into the next would let the last one end after what the capacity counts.
   const bool has_rows = source.Height != 0;
   if (has_rows && stride < RowBytes(source.Width, bytes_per_pixel)) return std::nullopt;
   if (stride * source.Height > Capacity(destination)) return std::nullopt;
@@ -115,57 +115,32 @@ std::optional<Geometry> CheckOperation(std::uint32_t operation, const Gdiplus::B
   }
 }
 
-/// The move between two blocks of which neither is empty. Rows go from the first to the last.
-BlockMove MoveBetween(const Gdiplus::BitmapData& source, void* destination,
-                      const Geometry& geometry) {
-  return {.source = static_cast<const std::uint8_t*>(source.Scan0),
-          .source_stride = source.Stride,
-          .width = source.Width,
-          .height = source.Height,
-          .destination = static_cast<std::uint8_t*>(destination),
-          .destination_stride = static_cast<std::ptrdiff_t>(geometry.stride)};
-}
-
-/// Lets the source be read from its last row to its first.
-BlockMove FromTheLastSourceRow(BlockMove move) {
-  move.source += static_cast<std::ptrdiff_t>(move.height - 1) * move.source_stride;
-  move.source_stride = -move.source_stride;
-  return move;
-}
-
-/// Lets the destination of a quarter turn be written from its last row, which takes the first
-/// column of the source, to its first.
-BlockMove FromTheLastTurnedRow(BlockMove move) {
-  move.destination += static_cast<std::ptrdiff_t>(move.width - 1) * move.destination_stride;
-  move.destination_stride = -move.destination_stride;
-  return move;
-}
-
 /// Copies whole rows, the padding included.
-void CopyRows(const BlockMove& move) {
-  for (std::size_t y = 0; y < move.height; ++y) {
-    const auto row = static_cast<std::ptrdiff_t>(y);
-    std::memcpy(move.destination + row * move.destination_stride,
-                move.source + row * move.source_stride,
-                static_cast<std::size_t>(move.destination_stride));
+void CopyRows(const ImageView& source, const MutableImageView& destination) {
+  for (std::uint32_t y = 0; y < source.height; ++y) {
+    std::memcpy(destination.Row(y), source.Row(y), static_cast<std::size_t>(destination.stride));
   }
 }
 
-void MovePixels(std::uint32_t operation, std::size_t bytes_per_pixel, const BlockMove& move) {
+/// Between two blocks of which neither is empty.
+void MovePixels(std::uint32_t operation, const ImageView& source,
+                const MutableImageView& destination) {
   const RotateFlipKernels& kernels = BestRotateFlipKernels();
+  const std::uint32_t bytes_per_pixel = source.bits_per_pixel / 8;
   const BlockKernel mirror = kernels.mirror[bytes_per_pixel - 1];
   const BlockKernel transpose = kernels.transpose[bytes_per_pixel - 1];
   switch (operation) {
     case PxtFlipVertical:
-      return CopyRows(FromTheLastSourceRow(move));
+      return CopyRows(source.UpsideDown(), destination);
     case PxtFlipHorizontal:
-      return mirror(move);
+      return mirror(source, destination);
     case PxtRotate180:
-      return mirror(FromTheLastSourceRow(move));
+      return mirror(source.UpsideDown(), destination);
     case PxtRotateCounterClockwise:
-      return transpose(FromTheLastTurnedRow(move));
+      // The first column of the source becomes the last row.
+      return transpose(source, destination.UpsideDown());
     default:
-      return transpose(FromTheLastSourceRow(move));
+      return transpose(source.UpsideDown(), destination);
   }
 }
 
@@ -177,7 +152,12 @@ bool RotateFlip(const Gdiplus::BitmapData& source, std::uint32_t operation,
   const auto geometry = CheckOperation(operation, source, bytes_per_pixel, destination);
   if (!geometry) return false;
   if (source.Width != 0 && source.Height != 0) {
-    MovePixels(operation, bytes_per_pixel, MoveBetween(source, destination.Scan0, *geometry));
+    const auto bits_per_pixel = static_cast<std::uint32_t>(bytes_per_pixel * 8);
+    MovePixels(operation,
+               {static_cast<const std::uint8_t*>(source.Scan0), source.Width, source.Height,
+                source.Stride, bits_per_pixel},
+               {static_cast<std::uint8_t*>(destination.Scan0), geometry->width, geometry->height,
+                static_cast<std::ptrdiff_t>(geometry->stride), bits_per_pixel});
   }
   destination.Width = geometry->width;
   destination.Height = geometry->height;

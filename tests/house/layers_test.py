@@ -37,6 +37,19 @@ def includes_of(path):
             yield match.group(1), match.group(2)
 
 
+def everything_included_by(path):
+    """The names of all files that a file brings in, directly or through others."""
+    found = set()
+    waiting = [path]
+    while waiting:
+        for quote, included in includes_of(waiting.pop()):
+            if quote == '"' and included not in found:
+                found.add(included)
+                if (SOURCE / included).is_file():
+                    waiting.append(SOURCE / included)
+    return found
+
+
 class LayersTest(unittest.TestCase):
     def files(self):
         found = sorted(path for path in SOURCE.rglob("*") if path.suffix in {".h", ".cpp"})
@@ -64,6 +77,14 @@ class LayersTest(unittest.TestCase):
             text = path.read_text(encoding="utf-8")
             self.assertNotRegex(text, r"#\s*if(n?def)?.*(_WIN32|WIN32|__linux|__APPLE__|__unix)",
                                 f"{name} asks for the platform")
+
+    def test_pixel_rooms_know_no_platform(self):
+        found = [path for path in self.files() if "pixels" in path.relative_to(SOURCE).parts]
+        self.assertGreater(len(found), 20)
+        for path in found:
+            name = path.relative_to(SOURCE).as_posix()
+            reached = everything_included_by(path) & PLATFORM_DOORS
+            self.assertFalse(reached, f"{name} brings in {sorted(reached)}")
 
 
 if __name__ == "__main__":

@@ -9,6 +9,7 @@
 
 #include "convert/pixels/adaptive/adaptive.h"
 #include "convert/pixels/adaptive/adaptive_bands.h"
+#include "convert/pixels/adaptive/adaptive_cells.h"
 #include "convert/pixels/adaptive/gray_bands.h"
 #include "support/guarded_buffer.h"
 #include "support/kernel_targets.h"
@@ -70,12 +71,13 @@ void ExpectEqualPages(std::uint32_t width, std::uint32_t height, Content content
   FillGray(content, width, height, random, gray.data());
   gray.MakeReadOnly();
   Bytes expected(std::size_t{stride} * height, 255);
-  ASSERT_TRUE(BinarizeCells(gray.data(), width, height, global, expected.data(), stride));
+  ASSERT_TRUE(BinarizeCells({gray.data(), width, height, width, 8}, global,
+                            {expected.data(), width, height, stride, 1}));
   for (const AdaptiveKernels* table : Tables()) {
     GuardedBuffer bits(expected.size(), 0, side);
     std::fill(bits.span().begin(), bits.span().end(), std::uint8_t{255});
-    ASSERT_TRUE(BinarizeCellsInBands(*table, test::PackedGray(gray.data(), width), width, height,
-                                     global, bits.data(), stride));
+    ASSERT_TRUE(BinarizeCellsInBands(*table, test::PackedGray(gray.data(), width), global,
+                                     {bits.data(), width, height, stride, 1}));
     const auto difference = std::mismatch(expected.begin(), expected.end(), bits.data());
     const auto position = static_cast<std::size_t>(difference.first - expected.begin());
     ASSERT_EQ(position, expected.size())
@@ -173,8 +175,8 @@ void ExpectReferencePage(const reference::Source& source, const char* target) {
                 .result,
             1);
   Bytes bits(expected.size());
-  ASSERT_EQ(BinarizeAdaptive(source.bytes.data(), source.width, source.height, source.stride, 24,
-                             bits.data(), stride, nullptr),
+  ASSERT_EQ(BinarizeAdaptive({source.bytes.data(), source.width, source.height, source.stride, 24},
+                             nullptr, {bits.data(), source.width, source.height, stride, 1}),
             1);
   ASSERT_EQ(bits, expected) << target << " width " << source.width << " height " << source.height;
 }
@@ -200,7 +202,8 @@ class NoRows final : public GrayReader {
 TEST(AdaptivePages, WithoutARowOfCellsNeedNeitherRowsNorMemory) {
   for (const AdaptiveKernels* table : Tables()) {
     // So wide that memory for some rows could not be had.
-    EXPECT_TRUE(BinarizeCellsInBands(*table, NoRows(), 0xFFFFFFFF, kCellSize - 1, 128, nullptr, 0))
+    EXPECT_TRUE(
+        BinarizeCellsInBands(*table, NoRows(), 128, {nullptr, 0xFFFFFFFF, kCellSize - 1, 0, 1}))
         << table->target;
   }
 }

@@ -83,11 +83,11 @@ void ExpectAllTablesEqual(const DiffusionLevels& levels, const std::uint8_t* gra
   const std::size_t size = std::size_t{height} * stride;
   std::vector<std::uint8_t> expected(size, 0x5A);
   const test::PackedGray rows(gray, width);
-  ASSERT_EQ(kPlainDiffusionKernels.diffuse(levels, rows, width, height, expected.data(), stride),
-            1);
+  ASSERT_EQ(
+      kPlainDiffusionKernels.diffuse(levels, rows, {expected.data(), width, height, stride, 1}), 1);
   for (const DiffusionKernels* table : Tables()) {
     GuardedBuffer result(size, misalignment, side);
-    ASSERT_EQ(table->diffuse(levels, rows, width, height, result.data(), stride), 1);
+    ASSERT_EQ(table->diffuse(levels, rows, {result.data(), width, height, stride, 1}), 1);
     const auto [found, wanted] =
         std::mismatch(result.data(), result.data() + size, expected.data());
     const auto at = static_cast<std::size_t>(found - result.data());
@@ -269,8 +269,8 @@ TEST(DiffusionKernels, FollowTheRule) {
     }
     for (const DiffusionKernels* table : Tables()) {
       std::vector<std::uint8_t> result(expected.size(), 0xFF);
-      ASSERT_EQ(table->diffuse(levels, test::PackedGray(gray.data(), kWidth), kWidth, kHeight,
-                               result.data(), stride),
+      ASSERT_EQ(table->diffuse(levels, test::PackedGray(gray.data(), kWidth),
+                               {result.data(), kWidth, kHeight, stride, 1}),
                 1);
       ASSERT_EQ(result, expected) << table->target << " " << Describe(levels);
     }

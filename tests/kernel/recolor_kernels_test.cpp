@@ -38,7 +38,7 @@ std::string FirstDifference(const std::uint8_t* found, const std::uint8_t* expec
 
 void RecolorRow(const RecolorKernels& kernels, const Recoloring& recoloring, std::uint8_t* pixels,
                 std::uint32_t count) {
-  kernels.rows(recoloring, pixels, count, 1, 0);
+  kernels.rows(recoloring, {pixels, count, 1, 0, 32});
 }
 
 std::string Describe(const Recoloring& recoloring) {
@@ -275,8 +275,8 @@ TEST(RecolorKernels, RowsOfAnyStrideEqualThePlainOnesAndLeaveTheirPadding) {
             GuardedBuffer image(bytes);
             std::copy_n(pixels.data(), bytes, image.data());
             std::uint8_t* last_row = image.data() + (height == 0 ? 0 : stride * (height - 1));
-            table->rows(recoloring, is_upward ? last_row : image.data(), width, height,
-                        is_upward ? -distance : distance);
+            table->rows(recoloring, {is_upward ? last_row : image.data(), width, height,
+                                     is_upward ? -distance : distance, 32});
             ASSERT_EQ(FirstDifference(image.data(), expected.data(), bytes), "")
                 << table->target << " width " << width << " height " << height << " stride "
                 << (is_upward ? "-" : "") << stride << " seed " << seed << ": "

@@ -89,14 +89,16 @@ std::vector<std::uint8_t> Expected(const Case& c, const GuardedBuffer& source) {
 void Run(const RotateFlipKernels& table, const Case& c, const GuardedBuffer& source,
          GuardedBuffer& destination) {
   const BlockKernels& kernels = c.is_transpose ? table.transpose : table.mirror;
-  const BlockMove move{
-      .source = source.data() + (source.size() ? c.source().offset(0, 0) : 0),
-      .source_stride = c.source().signed_stride(),
-      .width = c.width,
-      .height = c.height,
-      .destination = destination.data() + (destination.size() ? c.destination().offset(0, 0) : 0),
-      .destination_stride = c.destination().signed_stride()};
-  kernels[c.bytes_per_pixel - 1](move);
+  const auto width = static_cast<std::uint32_t>(c.width);
+  const auto height = static_cast<std::uint32_t>(c.height);
+  const auto bits_per_pixel = static_cast<std::uint32_t>(c.bytes_per_pixel * 8);
+  const ImageView from{source.data() + (source.size() ? c.source().offset(0, 0) : 0), width, height,
+                       c.source().signed_stride(), bits_per_pixel};
+  const MutableImageView to{
+      destination.data() + (destination.size() ? c.destination().offset(0, 0) : 0),
+      c.is_transpose ? height : width, c.is_transpose ? width : height,
+      c.destination().signed_stride(), bits_per_pixel};
+  kernels[c.bytes_per_pixel - 1](from, to);
 }
 
 std::string FirstDifference(const Case& c, const std::vector<std::uint8_t>& expected,
@@ -196,12 +198,10 @@ TEST(RotateFlipKernels, ASourceOfOneRepeatedRowMayBeGiven) {
   for (std::size_t bytes = 1; bytes <= kLargestPixel; ++bytes) {
     for (const RotateFlipKernels* table : Tables()) {
       std::vector<std::uint8_t> turned(67 * 70 * bytes);
-      table->transpose[bytes - 1]({.source = row.data(),
-                                   .source_stride = 0,
-                                   .width = 67,
-                                   .height = 70,
-                                   .destination = turned.data(),
-                                   .destination_stride = static_cast<std::ptrdiff_t>(70 * bytes)});
+      const auto bits_per_pixel = static_cast<std::uint32_t>(bytes * 8);
+      const auto stride = static_cast<std::ptrdiff_t>(70 * bytes);
+      table->transpose[bytes - 1]({row.data(), 67, 70, 0, bits_per_pixel},
+                                  {turned.data(), 70, 67, stride, bits_per_pixel});
       for (std::size_t i = 0; i < turned.size(); ++i) {
         const std::size_t x = i / (70 * bytes);
         ASSERT_EQ(turned[i], row[x * bytes + i % bytes])

@@ -27,8 +27,13 @@ const std::vector<const SharpenKernels*>& Tables() {
   return tables;
 }
 
-auto RowsKernel(const SharpenKernels& table, std::uint32_t bytes_per_pixel) {
-  return bytes_per_pixel == 1 ? table.rows_of_8_bit : table.rows_of_24_bit;
+/// Sharpens `count` rows of both images, whose rows have the same stride.
+void SharpenRows(const SharpenKernels& table, std::uint32_t bytes_per_pixel,
+                 const std::uint8_t* first_row, std::uint8_t* destination, std::uint32_t stride,
+                 std::uint32_t count, std::uint32_t width) {
+  const auto sharpen = bytes_per_pixel == 1 ? table.rows_of_8_bit : table.rows_of_24_bit;
+  sharpen({first_row, width, count, stride, bytes_per_pixel * 8},
+          {destination, width, count, stride, bytes_per_pixel * 8});
 }
 
 struct Case {
@@ -68,8 +73,8 @@ void Fill(std::span<std::uint8_t> bytes, bool contrast) {
 std::vector<std::uint8_t> Expected(const Case& shape, const std::uint8_t* first_row,
                                    std::size_t destination_bytes) {
   std::vector<std::uint8_t> expected(destination_bytes, GuardedBuffer::kFill);
-  RowsKernel(kPlainSharpenKernels, shape.bytes_per_pixel)(first_row, expected.data(), shape.stride,
-                                                          shape.count, shape.width);
+  SharpenRows(kPlainSharpenKernels, shape.bytes_per_pixel, first_row, expected.data(), shape.stride,
+              shape.count, shape.width);
   return expected;
 }
 
@@ -93,8 +98,8 @@ void CheckAllTables(const Case& shape) {
   const auto expected = Expected(shape, first_row, destination_bytes);
   for (const SharpenKernels* table : Tables()) {
     GuardedBuffer destination(destination_bytes, shape.misalignment, shape.side);
-    RowsKernel(*table, shape.bytes_per_pixel)(first_row, destination.data(), shape.stride,
-                                              shape.count, shape.width);
+    SharpenRows(*table, shape.bytes_per_pixel, first_row, destination.data(), shape.stride,
+                shape.count, shape.width);
     ASSERT_NO_FATAL_FAILURE(ExpectSameImage(shape, table->target, expected, destination.data()));
     ASSERT_TRUE(destination.SurroundingsAreUntouched()) << table->target << ": " << shape;
   }
@@ -185,8 +190,8 @@ TEST(SharpenKernels, AllCentresWithAllSumsOfNeighboursEqualTheFormula) {
       const AllCentres image = MakeAllCentres(sum, bytes_per_pixel);
       for (const SharpenKernels* table : Tables()) {
         std::vector<std::uint8_t> sharpened(image.stride);
-        RowsKernel(*table, bytes_per_pixel)(image.rows.data() + image.stride, sharpened.data(),
-                                            image.stride, 1, image.width);
+        SharpenRows(*table, bytes_per_pixel, image.rows.data() + image.stride, sharpened.data(),
+                    image.stride, 1, image.width);
         for (std::uint32_t centre = 0; centre < 256; ++centre) {
           const int wanted = (18 * static_cast<int>(centre) - 2 * static_cast<int>(sum)) / 10;
           for (std::uint32_t byte = 0; byte < bytes_per_pixel; ++byte) {

@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <array>
 
-#include "io/pixels/pcx_plane_kernels.h"
-
 namespace pixtola {
 
 namespace {
@@ -45,42 +43,48 @@ constexpr std::array<std::uint8_t, 4> GroupOfBits(Bytes... bytes) {
 
 }  // namespace
 
-void CopyPcxRow(const PcxLine& line, std::span<std::uint8_t> row) {
+void CopyPcxRow(const PcxPlaneKernels& /*kernels*/, const PcxLine& line,
+                std::span<std::uint8_t> row) {
   std::copy_n(line.bytes, row.size(), row.begin());
 }
 
-void InterleavePcxRgb(const PcxLine& line, std::span<std::uint8_t> row) {
+void InterleavePcxRgb(const PcxPlaneKernels& kernels, const PcxLine& line,
+                      std::span<std::uint8_t> row) {
   const std::size_t whole = row.size() / 3;
-  BestPcxPlaneKernels().interleave_rgb(line.plane(0), line.plane(1), line.plane(2), whole,
-                                       row.data());
+  kernels.interleave_rgb(line.plane(0), line.plane(1), line.plane(2), whole, row.data());
 }
 
-void InterleavePcxRgba(const PcxLine& line, std::span<std::uint8_t> row) {
+void InterleavePcxRgba(const PcxPlaneKernels& kernels, const PcxLine& line,
+                       std::span<std::uint8_t> row) {
   const std::size_t whole = row.size() / 4;
-  BestPcxPlaneKernels().interleave_rgba(line.plane(0), line.plane(1), line.plane(2), line.plane(3),
-                                        whole, row.data());
+  kernels.interleave_rgba(line.plane(0), line.plane(1), line.plane(2), line.plane(3), whole,
+                          row.data());
 }
 
-void WidenPcx2To4(const PcxLine& line, std::span<std::uint8_t> row) {
+void WidenPcx2To4(const PcxPlaneKernels& /*kernels*/, const PcxLine& line,
+                  std::span<std::uint8_t> row) {
   FillWithGroups(row, [&](std::size_t position) {
     const unsigned byte = line.plane(0)[position];
     return Group((byte >> 2 & 0x30) + (byte >> 4 & 0x03), ((byte & 0x0C) << 2) + (byte & 0x03));
   });
 }
 
-void MergePcx1x2(const PcxLine& line, std::span<std::uint8_t> row) {
+void MergePcx1x2(const PcxPlaneKernels& /*kernels*/, const PcxLine& line,
+                 std::span<std::uint8_t> row) {
   FillWithGroups(row, [&](std::size_t position) {
     return GroupOfBits(line.plane(0)[position], line.plane(1)[position]);
   });
 }
 
-void MergePcx1x3(const PcxLine& line, std::span<std::uint8_t> row) {
+void MergePcx1x3(const PcxPlaneKernels& /*kernels*/, const PcxLine& line,
+                 std::span<std::uint8_t> row) {
   // Kept on purpose: every group is made of the planes' first bytes.
   const auto group = GroupOfBits(*line.plane(0), *line.plane(1), *line.plane(2));
   FillWithGroups(row, [&](std::size_t /*position*/) { return group; });
 }
 
-void MergePcx1x4(const PcxLine& line, std::span<std::uint8_t> row) {
+void MergePcx1x4(const PcxPlaneKernels& /*kernels*/, const PcxLine& line,
+                 std::span<std::uint8_t> row) {
   const unsigned p0 = *line.plane(0);
   const unsigned p1 = *line.plane(1);
   const unsigned p2 = *line.plane(2);
@@ -94,7 +98,8 @@ void MergePcx1x4(const PcxLine& line, std::span<std::uint8_t> row) {
   FillWithGroups(row, [&](std::size_t /*position*/) { return group; });
 }
 
-void MergePcx2x2(const PcxLine& line, std::span<std::uint8_t> row) {
+void MergePcx2x2(const PcxPlaneKernels& /*kernels*/, const PcxLine& line,
+                 std::span<std::uint8_t> row) {
   FillWithGroups(row, [&](std::size_t position) {
     const unsigned p0 = line.plane(0)[position];
     const unsigned p1 = line.plane(1)[position];
@@ -103,7 +108,8 @@ void MergePcx2x2(const PcxLine& line, std::span<std::uint8_t> row) {
   });
 }
 
-void MergePcx2x3(const PcxLine& line, std::span<std::uint8_t> row) {
+void MergePcx2x3(const PcxPlaneKernels& /*kernels*/, const PcxLine& line,
+                 std::span<std::uint8_t> row) {
   FillWithGroups(row, [&](std::size_t position) {
     const unsigned p0 = line.plane(0)[position];
     const unsigned p1 = line.plane(1)[position];
@@ -114,7 +120,8 @@ void MergePcx2x3(const PcxLine& line, std::span<std::uint8_t> row) {
   });
 }
 
-void MergePcx2x4(const PcxLine& line, std::span<std::uint8_t> row) {
+void MergePcx2x4(const PcxPlaneKernels& /*kernels*/, const PcxLine& line,
+                 std::span<std::uint8_t> row) {
   FillWithGroups(row, [&](std::size_t position) {
     const unsigned p0 = line.plane(0)[position];
     const unsigned p1 = line.plane(1)[position];
@@ -127,7 +134,8 @@ void MergePcx2x4(const PcxLine& line, std::span<std::uint8_t> row) {
   });
 }
 
-void MergePcx4x2(const PcxLine& line, std::span<std::uint8_t> row) {
+void MergePcx4x2(const PcxPlaneKernels& /*kernels*/, const PcxLine& line,
+                 std::span<std::uint8_t> row) {
   FillWithGroups(row, [&](std::size_t position) {
     const unsigned p0 = line.plane(0)[position];
     const unsigned p1 = line.plane(1)[position];

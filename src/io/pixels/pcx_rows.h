@@ -11,6 +11,8 @@
 #include <cstdint>
 #include <span>
 
+#include "io/pixels/pcx_plane_kernels.h"
+
 namespace pixtola {
 
 /// A decoded line.
@@ -28,21 +30,24 @@ constexpr std::size_t PcxLineCapacity(std::size_t planes, std::size_t bytes_per_
   return planes * bytes_per_plane + row_bytes + 1;
 }
 
-/// Fills `row`, of which the last group of pixels may be cut off.
-using PcxRowConverter = void (*)(const PcxLine& line, std::span<std::uint8_t> row);
+/// Fills `row`, of which the last group of pixels may be cut off. Some have no use for kernels.
+using PcxRowConverter = void (*)(const PcxPlaneKernels& kernels, const PcxLine& line,
+                                 std::span<std::uint8_t> row);
 
 // Named by what they make of how many bits and planes.
-void CopyPcxRow(const PcxLine& line, std::span<std::uint8_t> row);
-void InterleavePcxRgb(const PcxLine& line, std::span<std::uint8_t> row);
-void InterleavePcxRgba(const PcxLine& line, std::span<std::uint8_t> row);
-void WidenPcx2To4(const PcxLine& line, std::span<std::uint8_t> row);
-void MergePcx1x2(const PcxLine& line, std::span<std::uint8_t> row);
-void MergePcx1x3(const PcxLine& line, std::span<std::uint8_t> row);
-void MergePcx1x4(const PcxLine& line, std::span<std::uint8_t> row);
-void MergePcx2x2(const PcxLine& line, std::span<std::uint8_t> row);
-void MergePcx2x3(const PcxLine& line, std::span<std::uint8_t> row);
-void MergePcx2x4(const PcxLine& line, std::span<std::uint8_t> row);
-void MergePcx4x2(const PcxLine& line, std::span<std::uint8_t> row);
+void CopyPcxRow(const PcxPlaneKernels& kernels, const PcxLine& line, std::span<std::uint8_t> row);
+void InterleavePcxRgb(const PcxPlaneKernels& kernels, const PcxLine& line,
+                      std::span<std::uint8_t> row);
+void InterleavePcxRgba(const PcxPlaneKernels& kernels, const PcxLine& line,
+                       std::span<std::uint8_t> row);
+void WidenPcx2To4(const PcxPlaneKernels& kernels, const PcxLine& line, std::span<std::uint8_t> row);
+void MergePcx1x2(const PcxPlaneKernels& kernels, const PcxLine& line, std::span<std::uint8_t> row);
+void MergePcx1x3(const PcxPlaneKernels& kernels, const PcxLine& line, std::span<std::uint8_t> row);
+void MergePcx1x4(const PcxPlaneKernels& kernels, const PcxLine& line, std::span<std::uint8_t> row);
+void MergePcx2x2(const PcxPlaneKernels& kernels, const PcxLine& line, std::span<std::uint8_t> row);
+void MergePcx2x3(const PcxPlaneKernels& kernels, const PcxLine& line, std::span<std::uint8_t> row);
+void MergePcx2x4(const PcxPlaneKernels& kernels, const PcxLine& line, std::span<std::uint8_t> row);
+void MergePcx4x2(const PcxPlaneKernels& kernels, const PcxLine& line, std::span<std::uint8_t> row);
 
 }  // namespace pixtola
 

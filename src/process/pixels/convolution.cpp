@@ -2,25 +2,15 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 
-#include "format/pixel_format.h"
+#include "format/stride.h"
 #include "process/pixels/sharpen_kernels.h"
 
 namespace pixtola {
 
 namespace {
-
-/// Both images of a convolution; `row_bytes` leaves the padding out.
-struct Images {
-  const std::uint8_t* source;
-  std::uint8_t* destination;
-  std::uint32_t width;
-  std::uint32_t height;
-  std::uint32_t stride;
-  std::uint32_t bytes_per_pixel;
-  std::uint32_t row_bytes;
-};
 
 /// `centre` is surrounded by eight pixels.
 std::uint8_t ConvolveByte(const std::uint8_t* centre, std::ptrdiff_t stride,
@@ -40,66 +30,69 @@ std::uint8_t ConvolveByte(const std::uint8_t* centre, std::ptrdiff_t stride,
   return static_cast<std::uint8_t>(std::clamp<std::int64_t>(value, 0, 255));
 }
 
-void CopyRow(const Images& images, std::uint32_t y) {
-  const std::size_t offset = std::size_t{y} * images.stride;
-  std::memcpy(images.destination + offset, images.source + offset, images.row_bytes);
+/// Bytes of a row without its padding.
+std::size_t RowBytes(const ImageView& image) {
+  return std::size_t{image.width} * (image.bits_per_pixel / 8);
 }
 
-void ConvolveRow(const Images& images, std::uint32_t y, const Convolution& convolution) {
-  const std::uint8_t* source = images.source + std::size_t{y} * images.stride;
-  std::uint8_t* destination = images.destination + std::size_t{y} * images.stride;
-  const std::uint32_t last_pixel = images.row_bytes - images.bytes_per_pixel;
-  std::memcpy(destination, source, images.bytes_per_pixel);
-  for (std::uint32_t x = images.bytes_per_pixel; x < last_pixel; ++x) {
-    destination[x] = ConvolveByte(source + x, images.stride, images.bytes_per_pixel, convolution);
+void ConvolveRow(const ImageView& source, const MutableImageView& destination, std::uint32_t y,
+                 const Convolution& convolution) {
+  const std::uint8_t* from = source.Row(y);
+  std::uint8_t* to = destination.Row(y);
+  const std::size_t pixel_bytes = source.bits_per_pixel / 8;
+  const std::size_t last_pixel = RowBytes(source) - pixel_bytes;
+  std::memcpy(to, from, pixel_bytes);
+  for (std::size_t x = pixel_bytes; x < last_pixel; ++x) {
+    to[x] = ConvolveByte(from + x, source.stride, static_cast<std::ptrdiff_t>(pixel_bytes),
+                         convolution);
   }
-  std::memcpy(destination + last_pixel, source + last_pixel, images.bytes_per_pixel);
+  std::memcpy(to + last_pixel, from + last_pixel, pixel_bytes);
 }
 
-/// The rows between the first and the last one, of which there must be some.
-void ConvolveInnerRows(const Images& images, const Convolution& convolution) {
-  const std::uint32_t count = images.height - 2;
+/// Rows that have one above and one below.
+void ConvolveInnerRows(const ImageView& source, const MutableImageView& destination,
+                       const Convolution& convolution) {
   if (convolution == kSharpening) {
     const SharpenKernels& kernels = BestSharpenKernels();
-    const auto rows = images.bytes_per_pixel == 1 ? kernels.rows_of_8_bit : kernels.rows_of_24_bit;
-    rows(images.source + images.stride, images.destination + images.stride, images.stride, count,
-         images.width);
+    const auto sharpen =
+        source.bits_per_pixel == 8 ? kernels.rows_of_8_bit : kernels.rows_of_24_bit;
+    sharpen(source, destination);
   } else {
-    for (std::uint32_t y = 1; y <= count; ++y) ConvolveRow(images, y, convolution);
+    for (std::uint32_t y = 0; y < source.height; ++y) {
+      ConvolveRow(source, destination, y, convolution);
+    }
   }
 }
 
-void Convolve(const Images& images, const Convolution& convolution) {
-  if (images.width < 3 || images.height < 3) {
-    for (std::uint32_t y = 0; y < images.height; ++y) CopyRow(images, y);
+void Convolve(const ImageView& source, const MutableImageView& destination,
+              const Convolution& convolution) {
+  const std::uint32_t height = source.height;
+  const auto copy_row = [&](std::uint32_t y) {
+    std::memcpy(destination.Row(y), source.Row(y), RowBytes(source));
+  };
+  if (source.width < 3 || height < 3) {
+    for (std::uint32_t y = 0; y < height; ++y) copy_row(y);
     return;
   }
-  CopyRow(images, 0);
-  ConvolveInnerRows(images, convolution);
-  CopyRow(images, images.height - 1);
+  copy_row(0);
+  ConvolveInnerRows(source.Rows(1, height - 2), destination.Rows(1, height - 2), convolution);
+  copy_row(height - 1);
 }
 
 }  // namespace
 
-int ConvolvePixels(const std::uint8_t* source, std::uint8_t* destination, std::uint32_t width,
-                   std::uint32_t height, std::uint32_t stride, std::uint32_t bits_per_pixel,
+int ConvolvePixels(const ImageView& source, const MutableImageView& destination,
                    const Convolution& convolution) {
-  if (source == nullptr || destination == nullptr || convolution.divisor == 0) return 0;
+  if (source.first_row == nullptr || destination.first_row == nullptr || convolution.divisor == 0) {
+    return 0;
+  }
+  const std::uint32_t bits_per_pixel = source.bits_per_pixel;
   if (bits_per_pixel != 8 && bits_per_pixel != 24) return 0;
   // The stride check computes in 32 bits, so rows of 4 GiB and more can pass it.
-  const std::uint64_t row_bytes = PackedRowBytes(bits_per_pixel, width);
-  if (!IsValidStride(width, bits_per_pixel, stride) || row_bytes > stride) return 0;
-
-  const Images images{
-      .source = source,
-      .destination = destination,
-      .width = width,
-      .height = height,
-      .stride = stride,
-      .bytes_per_pixel = bits_per_pixel / 8,
-      .row_bytes = static_cast<std::uint32_t>(row_bytes),
-  };
-  Convolve(images, convolution);
+  const auto stride = static_cast<std::uint32_t>(source.stride);
+  const std::uint64_t row_bytes = PackedRowBytes(bits_per_pixel, source.width);
+  if (!IsValidStride(source.width, bits_per_pixel, stride) || row_bytes > stride) return 0;
+  Convolve(source, destination, convolution);
   return 1;
 }
 

@@ -5,6 +5,8 @@
 #include <array>
 #include <cstdint>
 
+#include "format/image_view.h"
+
 namespace pixtola {
 
 /// A pixel becomes `offset + sum / divisor`, clamped to 0..255; the sum is that of the pixel and
@@ -24,15 +26,14 @@ inline constexpr Convolution kSharpening{
     .offset = 0,
 };
 
-/// Convolves images with 8 or 24 bits a pixel, each byte of a pixel with the same bytes of the
+/// Convolves images with 8 or 24 bits per pixel, each byte of a pixel with the same bytes of the
 /// neighbours. The outermost pixels are copied, so images narrower than 3 or lower than 3 pixels
 /// come back as they are. Stride padding is not written.
 ///
-/// Both images have the same stride and must not overlap. Returns 1, or 0 with nothing written for
-/// null pointers, another depth, a stride that is no multiple of 4 or shorter than a row, and a
-/// divisor of 0.
-int ConvolvePixels(const std::uint8_t* source, std::uint8_t* destination, std::uint32_t width,
-                   std::uint32_t height, std::uint32_t stride, std::uint32_t bits_per_pixel,
+/// Both images have the same size, depth and stride and must not overlap. Returns 1, or 0 with
+/// nothing written for null rows, another depth, a stride that is no multiple of 4 or shorter than
+/// a row, and a divisor of 0.
+int ConvolvePixels(const ImageView& source, const MutableImageView& destination,
                    const Convolution& convolution);
 
 }  // namespace pixtola

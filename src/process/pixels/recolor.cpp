@@ -28,10 +28,9 @@ bool ChangesNothing(const Recoloring& recoloring) {
          recoloring.saturation_difference == 0 && recoloring.value_difference == 0;
 }
 
-void RecolorRows(const Recoloring& recoloring, std::uint8_t* first_row, std::uint32_t width,
-                 std::uint32_t height, std::ptrdiff_t stride) {
+void RecolorRows(const Recoloring& recoloring, const MutableImageView& pixels) {
   if (ChangesNothing(recoloring)) return;
-  BestRecolorKernels().rows(recoloring, first_row, width, height, stride);
+  BestRecolorKernels().rows(recoloring, pixels);
 }
 
 }  // namespace pixtola

@@ -3,9 +3,9 @@
 #ifndef PIXTOLA_PROCESS_PIXELS_RECOLOR_H_
 #define PIXTOLA_PROCESS_PIXELS_RECOLOR_H_
 
-#include <cstddef>
 #include <cstdint>
 
+#include "format/image_view.h"
 #include "process/pixels/recolor_kernels.h"
 
 namespace pixtola {
@@ -16,11 +16,10 @@ Recoloring MakeRecoloring(std::uint32_t find, std::uint32_t replacement, std::ui
 /// Whether the two colours have the same hue, saturation and value.
 bool ChangesNothing(const Recoloring& recoloring);
 
-/// Recolours rows of `width` pixels (blue, green, red, alpha) in place; `stride` bytes lie between
-/// the starts of rows, which must not overlap; it may be negative. A recolouring that changes
-/// nothing leaves every byte, although going through hue, saturation and value and back would not.
-void RecolorRows(const Recoloring& recoloring, std::uint8_t* first_row, std::uint32_t width,
-                 std::uint32_t height, std::ptrdiff_t stride);
+/// Recolours pixels of blue, green, red and alpha in place; rows must not overlap. A recolouring
+/// that changes nothing leaves every byte, although going through hue, saturation and value and
+/// back would not.
+void RecolorRows(const Recoloring& recoloring, const MutableImageView& pixels);
 
 }  // namespace pixtola
 

@@ -35,10 +35,9 @@ void RecolorRow(const Recoloring& recoloring, std::uint8_t* pixels, std::uint32_
   }
 }
 
-void RecolorPixelRows(const Recoloring& recoloring, std::uint8_t* first_row, std::uint32_t width,
-                      std::uint32_t height, std::ptrdiff_t stride) {
-  for (std::uint32_t y = 0; y < height; ++y) {
-    RecolorRow(recoloring, first_row + static_cast<std::ptrdiff_t>(y) * stride, width);
+void RecolorPixelRows(const Recoloring& recoloring, const MutableImageView& pixels) {
+  for (std::uint32_t y = 0; y < pixels.height; ++y) {
+    RecolorRow(recoloring, pixels.Row(y), pixels.width);
   }
 }
 

@@ -5,6 +5,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "format/image_view.h"
+
 namespace pixtola {
 
 /// Pixels whose hue differs from `find_hue` by at most `tolerance` move in hue, saturation and
@@ -21,11 +23,9 @@ struct Recoloring {
 struct RecolorKernels {
   const char* target;  ///< the instruction set; "plain" for the definition
 
-  /// Recolours rows of `width` pixels (blue, green, red, alpha) in place; `stride` bytes, positive
-  /// or negative, lie between the starts of rows, which must not overlap. Pixels with alpha 0 stay
-  /// as they are, the others keep their alpha.
-  void (*rows)(const Recoloring& recoloring, std::uint8_t* first_row, std::uint32_t width,
-               std::uint32_t height, std::ptrdiff_t stride);
+  /// Recolours pixels of blue, green, red and alpha in place; rows must not overlap. Pixels with
+  /// alpha 0 stay as they are, the others keep their alpha.
+  void (*rows)(const Recoloring& recoloring, const MutableImageView& pixels);
 
   // The conversions that the rows are made of: `count` pixels of blue, green, red and alpha to as
   // many of hue, saturation, value and alpha, and back. Both may work in place.

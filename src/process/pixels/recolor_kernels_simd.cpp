@@ -194,13 +194,12 @@ HWY_INLINE std::uint64_t CandidatesOfRest(const HueSearch& search, const std::ui
   return CandidatesOfGroup(search, group);
 }
 
-void RecolorRows(const Recoloring& recoloring, std::uint8_t* first_row, std::uint32_t width,
-                 std::uint32_t height, std::ptrdiff_t stride) {
+void RecolorRows(const Recoloring& recoloring, const MutableImageView& image) {
   const HueSearch search = MakeHueSearch(recoloring);
   Candidates candidates;
-  for (std::uint32_t y = 0; y < height; ++y) {
-    std::uint8_t* pixels = first_row + static_cast<std::ptrdiff_t>(y) * stride;
-    for (std::uint32_t left = width; left != 0;) {
+  for (std::uint32_t y = 0; y < image.height; ++y) {
+    std::uint8_t* pixels = image.Row(y);
+    for (std::uint32_t left = image.width; left != 0;) {
       const bool is_whole = left >= kGroupPixels;
       const std::uint32_t count = is_whole ? kGroupPixels : left;
       const std::uint64_t bits =

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 
 namespace pixtola {
@@ -26,10 +27,11 @@ void SharpenRow(const std::uint8_t* above, const std::uint8_t* own, const std::u
 }
 
 template <std::uint32_t kBytesPerPixel>
-void SharpenRows(const std::uint8_t* source, std::uint8_t* destination, std::uint32_t stride,
-                 std::uint32_t count, std::uint32_t width) {
-  for (std::uint32_t y = 0; y < count; ++y, source += stride, destination += stride) {
-    SharpenRow<kBytesPerPixel>(source - stride, source, source + stride, width, destination);
+void SharpenRows(const ImageView& source, const MutableImageView& destination) {
+  for (std::uint32_t y = 0; y < source.height; ++y) {
+    const std::uint8_t* own = source.Row(y);
+    SharpenRow<kBytesPerPixel>(own - source.stride, own, own + source.stride, source.width,
+                               destination.Row(y));
   }
 }
 

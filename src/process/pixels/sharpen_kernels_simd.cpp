@@ -229,32 +229,30 @@ void CopyOuterPixels(const std::uint8_t* source, std::uint8_t* destination, std:
 }
 
 template <std::uint32_t kBytesPerPixel, class D>
-void SharpenInBands(D d, const std::uint8_t* source, std::uint8_t* destination,
-                    std::uint32_t stride, std::uint32_t count, std::size_t row_bytes) {
+void SharpenInBands(D d, const ImageView& source, const MutableImageView& destination,
+                    std::size_t row_bytes) {
+  const auto stride = static_cast<std::uint32_t>(source.stride);
   const std::uint32_t rows_of_band = RowsOfBand(stride);
-  while (count > 0) {
-    const std::uint32_t rows = HWY_MIN(count, rows_of_band);
-    SharpenBand<kBytesPerPixel>(d, source, destination, stride, rows, row_bytes);
-    CopyOuterPixels<kBytesPerPixel>(source, destination, stride, rows, row_bytes);
-    source += std::size_t{rows} * stride;
-    destination += std::size_t{rows} * stride;
-    count -= rows;
+  for (std::uint32_t y = 0; y < source.height;) {
+    const std::uint32_t rows = HWY_MIN(source.height - y, rows_of_band);
+    SharpenBand<kBytesPerPixel>(d, source.Row(y), destination.Row(y), stride, rows, row_bytes);
+    CopyOuterPixels<kBytesPerPixel>(source.Row(y), destination.Row(y), stride, rows, row_bytes);
+    y += rows;
   }
 }
 
 template <std::uint32_t kBytesPerPixel>
-void SharpenRows(const std::uint8_t* source, std::uint8_t* destination, std::uint32_t stride,
-                 std::uint32_t count, std::uint32_t width) {
-  const std::size_t row_bytes = std::size_t{width} * kBytesPerPixel;
+void SharpenRows(const ImageView& source, const MutableImageView& destination) {
+  const std::size_t row_bytes = std::size_t{source.width} * kBytesPerPixel;
   const std::size_t inner_bytes = row_bytes - std::size_t{2} * kBytesPerPixel;
   if (inner_bytes >= hn::MaxLanes(Bytes())) {
-    SharpenInBands<kBytesPerPixel>(Bytes(), source, destination, stride, count, row_bytes);
+    SharpenInBands<kBytesPerPixel>(Bytes(), source, destination, row_bytes);
   } else if (inner_bytes >= hn::MaxLanes(SixteenBytes())) {
-    SharpenInBands<kBytesPerPixel>(SixteenBytes(), source, destination, stride, count, row_bytes);
+    SharpenInBands<kBytesPerPixel>(SixteenBytes(), source, destination, row_bytes);
   } else if constexpr (kBytesPerPixel == 1) {
-    kPlainSharpenKernels.rows_of_8_bit(source, destination, stride, count, width);
+    kPlainSharpenKernels.rows_of_8_bit(source, destination);
   } else {
-    kPlainSharpenKernels.rows_of_24_bit(source, destination, stride, count, width);
+    kPlainSharpenKernels.rows_of_24_bit(source, destination);
   }
 }
 

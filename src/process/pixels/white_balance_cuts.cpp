@@ -14,11 +14,11 @@ std::int32_t Distance(std::uint32_t sum, std::uint32_t clip_count) {
   return static_cast<std::int32_t>(difference > 0x7FFFFFFFU ? 0 - difference : difference);
 }
 
-std::uint8_t FindLowCut(const LevelCounts& counts, std::uint32_t clip_count) {
+std::uint8_t FindLowCut(const Histogram& histogram, std::uint32_t clip_count) {
   std::uint32_t sum = 0;
   for (std::uint32_t level = 0; level <= 254; ++level) {
-    sum += counts[level];
-    if (Distance(sum, clip_count) < Distance(sum + counts[level + 1], clip_count)) {
+    sum += histogram[level];
+    if (Distance(sum, clip_count) < Distance(sum + histogram[level + 1], clip_count)) {
       return static_cast<std::uint8_t>(level + 1);
     }
   }
@@ -27,11 +27,11 @@ std::uint8_t FindLowCut(const LevelCounts& counts, std::uint32_t clip_count) {
 
 /// Kept on purpose: the pixels of level 255 are not counted, while the low cut counts those of
 /// level 0.
-std::uint8_t FindHighCut(const LevelCounts& counts, std::uint32_t clip_count) {
+std::uint8_t FindHighCut(const Histogram& histogram, std::uint32_t clip_count) {
   std::uint32_t sum = 0;
   for (std::uint32_t level = 254; level >= 1; --level) {
-    sum += counts[level];
-    if (Distance(sum, clip_count) < Distance(sum + counts[level - 1], clip_count)) {
+    sum += histogram[level];
+    if (Distance(sum, clip_count) < Distance(sum + histogram[level - 1], clip_count)) {
       return static_cast<std::uint8_t>(level - 1);
     }
   }
@@ -44,8 +44,8 @@ constexpr std::uint32_t kTablesPerChannel = 4;
 
 template <std::uint32_t kChannels>
 void AddLevelsOf(const std::uint8_t* pixels, std::uint32_t pixel_count,
-                 ChannelLevelCounts& counts) {
-  std::array<std::array<LevelCounts, kChannels>, kTablesPerChannel> tables{};
+                 ChannelHistograms& histograms) {
+  std::array<std::array<Histogram, kChannels>, kTablesPerChannel> tables{};
   std::uint32_t i = 0;
   for (; pixel_count - i >= kTablesPerChannel; i += kTablesPerChannel) {
     for (std::uint32_t table = 0; table < kTablesPerChannel; ++table) {
@@ -57,7 +57,7 @@ void AddLevelsOf(const std::uint8_t* pixels, std::uint32_t pixel_count,
   }
   for (std::uint32_t c = 0; c < kChannels; ++c) {
     for (std::uint32_t level = 0; level < 256; ++level) {
-      for (const auto& table : tables) counts[c][level] += table[c][level];
+      for (const auto& table : tables) histograms[c][level] += table[c][level];
     }
   }
 }
@@ -71,23 +71,23 @@ std::uint32_t ClipCount(std::uint32_t pixel_count, float clip_fraction) {
   return wanted < kTooMany ? static_cast<std::uint32_t>(wanted) : 0x7FFFFFFFU;
 }
 
-LevelCuts FindCuts(const LevelCounts& counts, std::uint32_t clip_count) {
-  return {FindLowCut(counts, clip_count), FindHighCut(counts, clip_count)};
+LevelCuts FindCuts(const Histogram& histogram, std::uint32_t clip_count) {
+  return {FindLowCut(histogram, clip_count), FindHighCut(histogram, clip_count)};
 }
 
 void AddLevels(const std::uint8_t* pixels, std::uint32_t pixel_count, std::uint32_t channels,
-               ChannelLevelCounts& counts) {
-  if (channels == 1) AddLevelsOf<1>(pixels, pixel_count, counts);
-  if (channels == 3) AddLevelsOf<3>(pixels, pixel_count, counts);
-  if (channels == 4) AddLevelsOf<4>(pixels, pixel_count, counts);
+               ChannelHistograms& histograms) {
+  if (channels == 1) AddLevelsOf<1>(pixels, pixel_count, histograms);
+  if (channels == 3) AddLevelsOf<3>(pixels, pixel_count, histograms);
+  if (channels == 4) AddLevelsOf<4>(pixels, pixel_count, histograms);
 }
 
 ChannelCuts FindCutsByLevels(const std::uint8_t* pixels, std::uint32_t pixel_count,
                              std::uint32_t channels, std::uint32_t clip_count) {
-  ChannelLevelCounts counts{};
-  AddLevels(pixels, pixel_count, channels, counts);
+  ChannelHistograms histograms{};
+  AddLevels(pixels, pixel_count, channels, histograms);
   ChannelCuts cuts{};
-  for (std::uint32_t c = 0; c < channels; ++c) cuts[c] = FindCuts(counts[c], clip_count);
+  for (std::uint32_t c = 0; c < channels; ++c) cuts[c] = FindCuts(histograms[c], clip_count);
   return cuts;
 }
 

@@ -5,24 +5,23 @@
 #include <array>
 #include <cstdint>
 
+#include "format/histogram.h"
 #include "process/pixels/white_balance_kernels.h"
 
 namespace pixtola {
 
-/// Pixels of each level of a channel.
-using LevelCounts = std::array<std::uint32_t, 256>;
-using ChannelLevelCounts = std::array<LevelCounts, kMaxChannels>;
+using ChannelHistograms = std::array<Histogram, kMaxChannels>;
 
 /// How many pixels `clip_fraction` of `pixel_count` are, at most 2^31 - 1.
 std::uint32_t ClipCount(std::uint32_t pixel_count, float clip_fraction);
 
 /// The first level from the dark end whose next one is farther from the clip count, each with all
 /// the pixels before it, plus one; the same from the bright end.
-LevelCuts FindCuts(const LevelCounts& counts, std::uint32_t clip_count);
+LevelCuts FindCuts(const Histogram& histogram, std::uint32_t clip_count);
 
-/// Counts every level of 1, 3 or 4 channels into `counts`, which keep what they hold.
+/// Counts every level of 1, 3 or 4 channels into `histograms`, which keep what they hold.
 void AddLevels(const std::uint8_t* pixels, std::uint32_t pixel_count, std::uint32_t channels,
-               ChannelLevelCounts& counts);
+               ChannelHistograms& histograms);
 
 /// The cuts of all channels by the rule.
 ChannelCuts FindCutsByLevels(const std::uint8_t* pixels, std::uint32_t pixel_count,

@@ -1,6 +1,8 @@
 // The definitions of the white balance's inner steps.
 #include "process/pixels/white_balance_kernels.h"
 
+#include "process/pixels/white_balance_cuts.h"
+
 namespace pixtola {
 
 namespace {
@@ -66,11 +68,17 @@ void CountWindows(const std::uint8_t* pixels, std::uint64_t pixel_count, std::ui
   }
 }
 
+ChannelCuts FindCutsPlainly(const WhiteBalanceKernels& /*kernels*/, const std::uint8_t* pixels,
+                            std::uint32_t pixel_count, std::uint32_t channels,
+                            std::uint32_t clip_count) {
+  return FindCutsByLevels(pixels, pixel_count, channels, clip_count);
+}
+
 }  // namespace
 
 constexpr WhiteBalanceKernels kPlainWhiteBalanceKernels{
     .target = "plain",
-    .counts_windows_fast = false,
+    .find_cuts = FindCutsPlainly,
     .count_windows = CountWindows,
     .stretch = Stretch,
 };

@@ -40,8 +40,11 @@ using ChannelWindowCounts = std::array<WindowCounts, kMaxChannels>;
 struct WhiteBalanceKernels {
   const char* target;  ///< the instruction set; "plain" for the definition
 
-  /// Whether a few windows are counted much faster than all levels are one by one.
-  bool counts_windows_fast;
+  /// Finds the cuts of all channels by the rule, in the way that suits these kernels: by all
+  /// levels, or by a search where windows are counted much faster.
+  ChannelCuts (*find_cuts)(const WhiteBalanceKernels& kernels, const std::uint8_t* pixels,
+                           std::uint32_t pixel_count, std::uint32_t channels,
+                           std::uint32_t clip_count);
 
   /// Counts the values of every channel up to each level of its windows.
   void (*count_windows)(const std::uint8_t* pixels, std::uint64_t pixel_count,

@@ -14,6 +14,7 @@
 #include <cstring>
 
 #include "process/pixels/white_balance_kernels.h"
+#include "process/pixels/white_balance_search.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace pixtola {
@@ -371,7 +372,7 @@ void Stretch(const std::uint8_t* source, std::uint64_t pixel_count, std::uint32_
 const WhiteBalanceKernels& Kernels() {
   static const WhiteBalanceKernels kernels{
       .target = hwy::TargetName(HWY_TARGET),
-      .counts_windows_fast = true,
+      .find_cuts = FindCutsBySearch,
       .count_windows = CountWindows,
       .stretch = Stretch,
   };

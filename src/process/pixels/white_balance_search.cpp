@@ -41,11 +41,11 @@ constexpr std::int32_t kLastPlace = static_cast<std::int32_t>(kLastWindowStart);
 
 /// Counts runs of pixels, one at a random place of each of many equal parts.
 void CountSample(const std::uint8_t* pixels, std::uint32_t pixel_count, std::uint32_t channels,
-                 ChannelLevelCounts& counts) {
+                 ChannelHistograms& histograms) {
   const std::uint32_t run_pixels = kRunBytes / channels;
   const std::uint32_t part = pixel_count / kSampleRuns;
   const std::uint64_t places = part - run_pixels + 1;
-  counts = {};
+  histograms = {};
   for (std::uint32_t run = 0; run < kSampleRuns;) {
     // Copied first, since the processor can then wait for many of them at the same time.
     std::uint8_t copies[kRunsAtOnce][kRunBytes];
@@ -55,16 +55,16 @@ void CountSample(const std::uint8_t* pixels, std::uint32_t pixel_count, std::uin
       std::memcpy(copy, pixels + (std::size_t{run} * part + place) * channels, kRunBytes);
       ++run;
     }
-    AddLevels(copies[0], kRunsAtOnce * run_pixels, channels, counts);
+    AddLevels(copies[0], kRunsAtOnce * run_pixels, channels, histograms);
   }
 }
 
-EndSums SumsOfAllLevels(End end, const LevelCounts& counts) {
+EndSums SumsOfAllLevels(End end, const Histogram& histogram) {
   EndSums sums{};
   sums.last = end == kDark ? 255 : 254;
   std::int64_t sum = 0;
   for (std::int32_t k = 0; k <= sums.last; ++k) {
-    sum += counts[static_cast<std::uint32_t>(end == kDark ? k : 254 - k)];
+    sum += histogram[static_cast<std::uint32_t>(end == kDark ? k : 254 - k)];
     sums[k] = sum;
   }
   return sums;
@@ -129,7 +129,7 @@ std::uint8_t CutOf(End end, std::int32_t sum) {
 std::optional<ChannelCuts> FindCutsByWindows(const WhiteBalanceKernels& kernels,
                                              const std::uint8_t* pixels, std::uint32_t pixel_count,
                                              std::uint32_t channels, std::uint32_t clip_count) {
-  ChannelLevelCounts sample;
+  ChannelHistograms sample;
   CountSample(pixels, pixel_count, channels, sample);
   ChannelSums sampled;
   ChannelSums known;
@@ -197,10 +197,10 @@ Decision Decide(const EndSums& sums, std::uint32_t clip_count) {
   return {true, -1, 0, 0};
 }
 
-ChannelCuts FindChannelCuts(const WhiteBalanceKernels& kernels, const std::uint8_t* pixels,
-                            std::uint32_t pixel_count, std::uint32_t channels,
-                            std::uint32_t clip_count) {
-  if (kernels.counts_windows_fast && pixel_count >= kFewestPixels && pixel_count <= kMostPixels) {
+ChannelCuts FindCutsBySearch(const WhiteBalanceKernels& kernels, const std::uint8_t* pixels,
+                             std::uint32_t pixel_count, std::uint32_t channels,
+                             std::uint32_t clip_count) {
+  if (pixel_count >= kFewestPixels && pixel_count <= kMostPixels) {
     const std::optional<ChannelCuts> cuts =
         FindCutsByWindows(kernels, pixels, pixel_count, channels, clip_count);
     if (cuts.has_value()) return *cuts;

@@ -38,10 +38,10 @@ struct Decision {
 /// Decides as if all the sums were known, or not at all. Sums and clip count are below 2^31.
 Decision Decide(const EndSums& sums, std::uint32_t clip_count);
 
-/// The cuts of all channels by the rule, found by the fastest way that `kernels` have.
-ChannelCuts FindChannelCuts(const WhiteBalanceKernels& kernels, const std::uint8_t* pixels,
-                            std::uint32_t pixel_count, std::uint32_t channels,
-                            std::uint32_t clip_count);
+/// The cuts of all channels by the rule, by the windows that `kernels` count where these find them.
+ChannelCuts FindCutsBySearch(const WhiteBalanceKernels& kernels, const std::uint8_t* pixels,
+                             std::uint32_t pixel_count, std::uint32_t channels,
+                             std::uint32_t clip_count);
 
 }  // namespace pixtola
 

@@ -12,44 +12,39 @@ namespace pixtola {
 namespace {
 
 /// Rows and columns of a tile: one cache line of the smallest pixels.
-constexpr std::size_t kTileSide = 64;
-
-const std::uint8_t* SourceRow(const BlockMove& move, std::size_t y) {
-  return move.source + static_cast<std::ptrdiff_t>(y) * move.source_stride;
-}
-
-std::uint8_t* DestinationRow(const BlockMove& move, std::size_t y) {
-  return move.destination + static_cast<std::ptrdiff_t>(y) * move.destination_stride;
-}
+constexpr std::uint64_t kTileSide = 64;
 
 template <std::size_t kBytes>
-void Mirror(const BlockMove& move) {
-  for (std::size_t y = 0; y < move.height; ++y) {
-    const std::uint8_t* const from = SourceRow(move, y);
-    std::uint8_t* const to = DestinationRow(move, y);
-    for (std::size_t x = 0; x < move.width; ++x) {
-      std::memcpy(to + x * kBytes, from + (move.width - 1 - x) * kBytes, kBytes);
+void Mirror(const ImageView& source, const MutableImageView& destination) {
+  for (std::uint32_t y = 0; y < source.height; ++y) {
+    const std::uint8_t* const from = source.Row(y);
+    std::uint8_t* const to = destination.Row(y);
+    for (std::size_t x = 0; x < source.width; ++x) {
+      std::memcpy(to + x * kBytes, from + (source.width - 1 - x) * kBytes, kBytes);
     }
   }
 }
 
 template <std::size_t kBytes>
-void TransposeTile(const BlockMove& move, std::size_t left, std::size_t top) {
-  const std::size_t right = std::min(left + kTileSide, move.width);
-  const std::size_t bottom = std::min(top + kTileSide, move.height);
-  for (std::size_t x = left; x < right; ++x) {
-    std::uint8_t* const to = DestinationRow(move, x);
-    for (std::size_t y = top; y < bottom; ++y) {
-      std::memcpy(to + y * kBytes, SourceRow(move, y) + x * kBytes, kBytes);
+void TransposeTile(const ImageView& source, const MutableImageView& destination, std::uint64_t left,
+                   std::uint64_t top) {
+  const auto right =
+      static_cast<std::uint32_t>(std::min(left + kTileSide, std::uint64_t{source.width}));
+  const auto bottom =
+      static_cast<std::uint32_t>(std::min(top + kTileSide, std::uint64_t{source.height}));
+  for (auto x = static_cast<std::uint32_t>(left); x < right; ++x) {
+    std::uint8_t* const to = destination.Row(x);
+    for (auto y = static_cast<std::uint32_t>(top); y < bottom; ++y) {
+      std::memcpy(to + y * kBytes, source.Row(y) + x * kBytes, kBytes);
     }
   }
 }
 
 template <std::size_t kBytes>
-void Transpose(const BlockMove& move) {
-  for (std::size_t left = 0; left < move.width; left += kTileSide) {
-    for (std::size_t top = 0; top < move.height; top += kTileSide) {
-      TransposeTile<kBytes>(move, left, top);
+void Transpose(const ImageView& source, const MutableImageView& destination) {
+  for (std::uint64_t left = 0; left < source.width; left += kTileSide) {
+    for (std::uint64_t top = 0; top < source.height; top += kTileSide) {
+      TransposeTile<kBytes>(source, destination, left, top);
     }
   }
 }

@@ -6,23 +6,16 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace pixtola {
+#include "format/image_view.h"
 
-/// Where the pixels of a block are and where they go. Strides may be negative or 0; the pixels that
-/// are written share no byte with those that are read.
-struct BlockMove {
-  const std::uint8_t* source;         ///< the first row
-  std::ptrdiff_t source_stride;       ///< bytes from one row to the next
-  std::size_t width;                  ///< of the source, in pixels
-  std::size_t height;                 ///< of the source, in rows
-  std::uint8_t* destination;          ///< the first row
-  std::ptrdiff_t destination_stride;  ///< bytes from one row to the next
-};
+namespace pixtola {
 
 /// Largest number of bytes in a pixel.
 inline constexpr std::size_t kLargestPixel = 4;
 
-using BlockKernel = void (*)(const BlockMove& move);
+/// Moves all pixels of the source, which has the size that counts. Strides may be negative or 0;
+/// the pixels that are written share no byte with those that are read.
+using BlockKernel = void (*)(const ImageView& source, const MutableImageView& destination);
 
 /// One kernel for each size of a pixel: that of 1 byte first.
 using BlockKernels = std::array<BlockKernel, kLargestPixel>;

@@ -32,12 +32,8 @@ using SixteenBytes = hn::CappedTag<std::uint8_t, 16>;
 template <class D>
 constexpr std::size_t kSize = hn::MaxLanes(D());
 
-HWY_INLINE const std::uint8_t* RowAt(const std::uint8_t* first, std::ptrdiff_t stride,
-                                     std::size_t y) {
-  return first + static_cast<std::ptrdiff_t>(y) * stride;
-}
-
-HWY_INLINE std::uint8_t* RowAt(std::uint8_t* first, std::ptrdiff_t stride, std::size_t y) {
+template <class Byte>
+HWY_INLINE Byte* RowAt(Byte* first, std::ptrdiff_t stride, std::size_t y) {
   return first + static_cast<std::ptrdiff_t>(y) * stride;
 }
 
@@ -88,13 +84,13 @@ HWY_INLINE void StreamMirroredRow(D d, const std::uint8_t* from, std::size_t siz
 constexpr std::uint64_t kStreamedBytes = 64 << 20;
 
 template <std::size_t kBytes>
-void Mirror(const BlockMove& move) {
-  const std::size_t size = move.width * kBytes;
-  if (size < 16) return kPlainRotateFlipKernels.mirror[kBytes - 1](move);
-  const bool is_streamed = std::uint64_t{size} * move.height >= kStreamedBytes;
-  for (std::size_t y = 0; y < move.height; ++y) {
-    const std::uint8_t* const from = RowAt(move.source, move.source_stride, y);
-    std::uint8_t* const to = RowAt(move.destination, move.destination_stride, y);
+void Mirror(const ImageView& source, const MutableImageView& destination) {
+  const std::size_t size = source.width * kBytes;
+  if (size < 16) return kPlainRotateFlipKernels.mirror[kBytes - 1](source, destination);
+  const bool is_streamed = std::uint64_t{size} * source.height >= kStreamedBytes;
+  for (std::uint32_t y = 0; y < source.height; ++y) {
+    const std::uint8_t* const from = source.Row(y);
+    std::uint8_t* const to = destination.Row(y);
     if (size < kSize<Bytes>) {
       MirrorRowFrom<kBytes>(SixteenBytes(), from, size, to, 0);
     } else if (is_streamed) {
@@ -116,30 +112,23 @@ HWY_INLINE hn::Vec<D> ReverseFivePixels(D d, hn::Vec<D> v) {
 
 /// Five pixels a step. The vector has room for a byte more; what lands there is overwritten by the
 /// next step, so a pixel must be left. The row to come is `next_row` bytes away.
-HWY_INLINE void MirrorRow24(const std::uint8_t* from, std::size_t count, std::uint8_t* to,
+HWY_INLINE void MirrorRow24(const std::uint8_t* from, std::uint32_t count, std::uint8_t* to,
                             std::ptrdiff_t next_row) {
   const SixteenBytes d;
   for (; count > 5; count -= 5, to += 15) {
-    const std::uint8_t* const pixels = from + (count * 3 - 16);
+    const std::uint8_t* const pixels = from + (std::size_t{count} * 3 - 16);
     hwy::Prefetch(pixels + next_row);
     hn::StoreU(ReverseFivePixels(d, hn::LoadU(d, pixels)), d, to);
   }
-  kPlainRotateFlipKernels.mirror[2]({.source = from,
-                                     .source_stride = 0,
-                                     .width = count,
-                                     .height = 1,
-                                     .destination = to,
-                                     .destination_stride = 0});
+  kPlainRotateFlipKernels.mirror[2]({from, count, 1, 0, 24}, {to, count, 1, 0, 24});
 }
 
-void Mirror24(const BlockMove& move) {
-  for (std::size_t y = 0; y < move.height; ++y) {
+void Mirror24(const ImageView& source, const MutableImageView& destination) {
+  for (std::uint32_t y = 0; y < source.height; ++y) {
     // When rows come from the top, processors expect a row that is read from its end to go on below
     // its beginning. When they come from the bottom that is right.
-    const bool is_foreseen = move.source_stride < 0 || y + 1 == move.height;
-    MirrorRow24(RowAt(move.source, move.source_stride, y), move.width,
-                RowAt(move.destination, move.destination_stride, y),
-                is_foreseen ? 0 : move.source_stride);
+    const bool is_foreseen = source.stride < 0 || y + 1 == source.height;
+    MirrorRow24(source.Row(y), source.width, destination.Row(y), is_foreseen ? 0 : source.stride);
   }
 }
 
@@ -308,45 +297,48 @@ HWY_INLINE void PrefetchRows(const std::uint8_t* columns, std::ptrdiff_t stride,
 }
 
 template <std::size_t kBytes, std::size_t kBlocks, class D>
-constexpr bool FitsTile(D, const BlockMove& move) {
-  return move.width >= kBlockPixels<kBytes> * kBlocks && move.height >= kVectorPixels<kBytes, D>;
+constexpr bool FitsTile(D, const ImageView& source) {
+  return source.width >= kBlockPixels<kBytes> * kBlocks &&
+         source.height >= kVectorPixels<kBytes, D>;
 }
 
 /// A block of pixels that a tile fits into, in bands of rows, each band from left to right.
 template <std::size_t kBytes, std::size_t kBlocks, class D>
-void TransposeTiles(D d, const BlockMove& move) {
+void TransposeTiles(D d, const ImageView& source, const MutableImageView& destination) {
   constexpr std::size_t kColumns = kBlockPixels<kBytes> * kBlocks;
   constexpr std::size_t kRows = kVectorPixels<kBytes, D>;
-  for (std::size_t top = 0; top < move.height; top += kBandRows) {
-    const std::size_t bottom = HWY_MIN(top + kBandRows, move.height);
-    for (std::size_t left = 0; left < move.width; left += kColumns) {
-      const std::size_t x = HWY_MIN(left, move.width - kColumns);
-      const std::uint8_t* const from = move.source + x * kBytes;
-      std::uint8_t* const to = RowAt(move.destination, move.destination_stride, x);
-      const std::size_t next_columns = left + kColumns < move.width ? kColumns * kBytes : 0;
+  const std::size_t width = source.width;
+  const std::size_t height = source.height;
+  for (std::size_t top = 0; top < height; top += kBandRows) {
+    const std::size_t bottom = HWY_MIN(top + kBandRows, height);
+    for (std::size_t left = 0; left < width; left += kColumns) {
+      const std::size_t x = HWY_MIN(left, width - kColumns);
+      const std::uint8_t* const from = source.first_row + x * kBytes;
+      std::uint8_t* const to = destination.Row(static_cast<std::uint32_t>(x));
+      const std::size_t next_columns = left + kColumns < width ? kColumns * kBytes : 0;
       for (std::size_t row = top; row < bottom; row += kRows) {
-        const std::size_t y = HWY_MIN(row, move.height - kRows);
-        PrefetchRows(from, move.source_stride, y, kRows, top, bottom, next_columns);
-        TransposeTile<kBytes, kBlocks>(d, RowAt(from, move.source_stride, y), move.source_stride,
-                                       to + y * kBytes, move.destination_stride);
+        const std::size_t y = HWY_MIN(row, height - kRows);
+        PrefetchRows(from, source.stride, y, kRows, top, bottom, next_columns);
+        TransposeTile<kBytes, kBlocks>(d, RowAt(from, source.stride, y), source.stride,
+                                       to + y * kBytes, destination.stride);
       }
     }
   }
 }
 
 template <std::size_t kBytes>
-void Transpose(const BlockMove& move) {
+void Transpose(const ImageView& source, const MutableImageView& destination) {
   // Tiles are a cache line wide; the narrower ones are for blocks that they do not fit into.
   constexpr std::size_t kWide = 4;
   constexpr std::size_t kNarrow = kBytes == 3 ? kWide : 1;
-  if (FitsTile<kBytes, kWide>(Bytes(), move)) {
-    TransposeTiles<kBytes, kWide>(Bytes(), move);
-  } else if (FitsTile<kBytes, kNarrow>(Bytes(), move)) {
-    TransposeTiles<kBytes, kNarrow>(Bytes(), move);
-  } else if (FitsTile<kBytes, kNarrow>(SixteenBytes(), move)) {
-    TransposeTiles<kBytes, kNarrow>(SixteenBytes(), move);
+  if (FitsTile<kBytes, kWide>(Bytes(), source)) {
+    TransposeTiles<kBytes, kWide>(Bytes(), source, destination);
+  } else if (FitsTile<kBytes, kNarrow>(Bytes(), source)) {
+    TransposeTiles<kBytes, kNarrow>(Bytes(), source, destination);
+  } else if (FitsTile<kBytes, kNarrow>(SixteenBytes(), source)) {
+    TransposeTiles<kBytes, kNarrow>(SixteenBytes(), source, destination);
   } else {
-    kPlainRotateFlipKernels.transpose[kBytes - 1](move);
+    kPlainRotateFlipKernels.transpose[kBytes - 1](source, destination);
   }
 }
 

@@ -3,40 +3,28 @@
 
 #include <gtest/gtest.h>
 
+#include <numeric>
 #include <vector>
 
 #include "convert/pixels/adaptive/adaptive.h"
+#include "convert/pixels/adaptive/adaptive_cells.h"
 #include "convert/pixels/diffusion/diffusion.h"
 #include "convert/pixels/otsu/otsu.h"
 #include "support/packed_gray.h"
-#include "support/test_bitmap.h"
 
 namespace pixtola {
 namespace {
 
-using test_support::PaletteBlock;
 using Bytes = std::vector<std::uint8_t>;
 
-/// An 8-bit palette through which index i becomes exactly gray i, for i up to 254.
-const Gdiplus::ColorPalette* IdentityGrayPalette() {
-  static const PaletteBlock palette = [] {
-    std::vector<Gdiplus::ARGB> entries(256, 0xFF000000U);
-    // Search each gray level among the grays and near-grays that give it.
-    std::vector<bool> found(256, false);
-    for (unsigned r = 0; r < 256; ++r) {
-      for (unsigned g = r; g < std::min(256U, r + 3); ++g) {
-        const unsigned gray = (r * 30 * 256 / 100 + g * 59 * 256 / 100 + r * 11 * 256 / 100) >> 8;
-        if (!found[gray]) entries[gray] = 0xFF000000U | r << 16 | g << 8 | r;
-        found[gray] = true;
-      }
-    }
-    return PaletteBlock(0, entries);
-  }();
-  return palette.get();
+/// Value i is gray i.
+GrayLookup IdentityLookup() {
+  GrayLookup lookup;
+  std::iota(lookup.begin(), lookup.end(), std::uint8_t{0});
+  return lookup;
 }
 
-using Worker = int (*)(const std::uint8_t*, std::uint32_t, std::uint32_t, std::uint32_t,
-                       std::uint32_t, std::uint8_t*, std::uint32_t, const Gdiplus::ColorPalette*);
+using Worker = int (*)(const ImageView&, const GrayLookup*, const MutableImageView&);
 
 /// Binarizes gray pixels; rows of the source are padded to multiples of 4 bytes.
 Bytes Binarize(Worker worker, const Bytes& gray, std::uint32_t width, std::uint32_t height,
@@ -47,8 +35,9 @@ Bytes Binarize(Worker worker, const Bytes& gray, std::uint32_t width, std::uint3
     std::copy_n(gray.begin() + y * width, width, source.begin() + y * stride);
   }
   Bytes destination(std::size_t{destination_stride} * height, fill);
-  EXPECT_EQ(worker(source.data(), width, height, stride, 8, destination.data(), destination_stride,
-                   IdentityGrayPalette()),
+  const GrayLookup lookup = IdentityLookup();
+  EXPECT_EQ(worker({source.data(), width, height, stride, 8}, &lookup,
+                   {destination.data(), width, height, destination_stride, 1}),
             1);
   return destination;
 }
@@ -125,24 +114,24 @@ TEST(OtsuThreshold, DoesNotWrapTheRunningWeight) {
 TEST(PackByThreshold, SetsBitsFromTheThresholdOn) {
   const Bytes gray = {99, 100, 101, 0, 255, 100, 99, 100, 100};
   Bytes destination(4, 0xA5);
-  ASSERT_EQ(PackByThreshold(100, gray.data(), 9, 1, destination.data(), 4), 1);
+  ASSERT_EQ(PackByThreshold(100, {gray.data(), 9, 1, 9, 8}, {destination.data(), 9, 1, 4, 1}), 1);
   EXPECT_EQ(destination, (Bytes{0b01101101, 0b10000000, 0xA5, 0xA5}));
 }
 
 TEST(PackByThreshold, SucceedsWithoutRows) {
   const Bytes gray(1);
   Bytes destination(4, 0xA5);
-  EXPECT_EQ(PackByThreshold(100, gray.data(), 1, 0, destination.data(), 4), 1);
+  EXPECT_EQ(PackByThreshold(100, {gray.data(), 1, 0, 1, 8}, {destination.data(), 1, 0, 4, 1}), 1);
   EXPECT_EQ(destination, Bytes(4, 0xA5));
 }
 
 TEST(PackByThreshold, ChecksItsArguments) {
   const Bytes gray(64);
   Bytes destination(8);
-  EXPECT_EQ(PackByThreshold(1, nullptr, 8, 1, destination.data(), 4), 0);
-  EXPECT_EQ(PackByThreshold(1, gray.data(), 8, 1, nullptr, 4), 0);
-  EXPECT_EQ(PackByThreshold(1, gray.data(), 8, 1, destination.data(), 3), 0);
-  EXPECT_EQ(PackByThreshold(1, gray.data(), 33, 1, destination.data(), 4), 0);
+  EXPECT_EQ(PackByThreshold(1, {nullptr, 8, 1, 8, 8}, {destination.data(), 8, 1, 4, 1}), 0);
+  EXPECT_EQ(PackByThreshold(1, {gray.data(), 8, 1, 8, 8}, {nullptr, 8, 1, 4, 1}), 0);
+  EXPECT_EQ(PackByThreshold(1, {gray.data(), 8, 1, 8, 8}, {destination.data(), 8, 1, 3, 1}), 0);
+  EXPECT_EQ(PackByThreshold(1, {gray.data(), 33, 1, 33, 8}, {destination.data(), 33, 1, 4, 1}), 0);
 }
 
 TEST(BinarizeOtsu, MakesFlatLightImagesWhiteAndFlatDarkOnesBlack) {
@@ -166,12 +155,12 @@ TEST(BilevelMethods, CopyOneBitSourcesAsTheyAre) {
     const Bytes source = {0x12, 0x34, 0x56, 0x78, 0x9A, 0xBC, 0xDE, 0xF0};
     Bytes destination(16, 0xA5);
     // 10 pixels: the rest of the source row comes along, what it does not reach becomes 0.
-    ASSERT_EQ(worker(source.data(), 10, 2, 4, 1, destination.data(), 8, nullptr), 1);
+    ASSERT_EQ(worker({source.data(), 10, 2, 4, 1}, nullptr, {destination.data(), 10, 2, 8, 1}), 1);
     EXPECT_EQ(destination, (Bytes{0x12, 0x34, 0x56, 0x78, 0, 0, 0, 0,  //
                                   0x9A, 0xBC, 0xDE, 0xF0, 0, 0, 0, 0}));
     Bytes narrow(8, 0xA5);
     const Bytes wide_source = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16};
-    ASSERT_EQ(worker(wide_source.data(), 10, 2, 8, 1, narrow.data(), 4, nullptr), 1);
+    ASSERT_EQ(worker({wide_source.data(), 10, 2, 8, 1}, nullptr, {narrow.data(), 10, 2, 4, 1}), 1);
     EXPECT_EQ(narrow, (Bytes{1, 2, 3, 4, 9, 10, 11, 12}));
   }
 }
@@ -180,25 +169,26 @@ TEST(BilevelMethods, CheckTheirArguments) {
   for (const Worker worker : {BinarizeOtsu, BinarizeAdaptive, BinarizeDiffusion}) {
     const Bytes source(24, 255);
     Bytes destination(8, 0xA5);
-    EXPECT_EQ(worker(nullptr, 8, 1, 24, 24, destination.data(), 4, nullptr), 0);
-    EXPECT_EQ(worker(source.data(), 8, 1, 24, 24, nullptr, 4, nullptr), 0);
-    EXPECT_EQ(worker(source.data(), 0, 1, 24, 24, destination.data(), 4, nullptr), 0);
-    EXPECT_EQ(worker(source.data(), 8, 0, 24, 24, destination.data(), 4, nullptr), 0);
-    EXPECT_EQ(worker(source.data(), 8, 1, 24, 24, destination.data(), 2, nullptr), 0);
-    EXPECT_EQ(worker(source.data(), 8, 1, 20, 24, destination.data(), 4, nullptr), 0);
+    EXPECT_EQ(worker({nullptr, 8, 1, 24, 24}, nullptr, {destination.data(), 8, 1, 4, 1}), 0);
+    EXPECT_EQ(worker({source.data(), 8, 1, 24, 24}, nullptr, {nullptr, 8, 1, 4, 1}), 0);
+    EXPECT_EQ(worker({source.data(), 0, 1, 24, 24}, nullptr, {destination.data(), 0, 1, 4, 1}), 0);
+    EXPECT_EQ(worker({source.data(), 8, 0, 24, 24}, nullptr, {destination.data(), 8, 0, 4, 1}), 0);
+    EXPECT_EQ(worker({source.data(), 8, 1, 24, 24}, nullptr, {destination.data(), 8, 1, 2, 1}), 0);
+    EXPECT_EQ(worker({source.data(), 8, 1, 20, 24}, nullptr, {destination.data(), 8, 1, 4, 1}), 0);
     EXPECT_EQ(destination, Bytes(8, 0xA5));
   }
 }
 
-TEST(BilevelMethods, LeaveTheDestinationWithoutPaletteExceptTheAdaptiveOne) {
+TEST(BilevelMethods, LeaveTheDestinationWithoutLookupExceptTheAdaptiveOne) {
   const Bytes source(64, 1);
   for (const Worker worker : {BinarizeOtsu, BinarizeDiffusion}) {
     Bytes destination(32, 0xA5);
-    EXPECT_EQ(worker(source.data(), 8, 8, 8, 8, destination.data(), 4, nullptr), 0);
+    EXPECT_EQ(worker({source.data(), 8, 8, 8, 8}, nullptr, {destination.data(), 8, 8, 4, 1}), 0);
     EXPECT_EQ(destination, Bytes(32, 0xA5));
   }
   Bytes destination(32, 0xA5);
-  EXPECT_EQ(BinarizeAdaptive(source.data(), 8, 8, 8, 8, destination.data(), 4, nullptr), 0);
+  EXPECT_EQ(
+      BinarizeAdaptive({source.data(), 8, 8, 8, 8}, nullptr, {destination.data(), 8, 8, 4, 1}), 0);
   EXPECT_EQ(destination, Bytes(32, 255));
 }
 
@@ -259,7 +249,7 @@ TEST(ComputeCellThresholds, OfAFlatWindowIsNoNumberAndGivesZero) {
   // for the mean, which is 90 * 112 / 128 = 78; it deviates by 12, so k = 0 and the cells' value is
   // 90 * 0.6 + 78 * 0.1 / 90 = 54.09. So it goes on down the image.
   const Bytes gray(128 * 128, 90);
-  const CellGrid grid = ComputeCellThresholds(gray.data(), 128, 128);
+  const CellGrid grid = ComputeCellThresholds({gray.data(), 128, 128, 128, 8});
   ASSERT_EQ(grid.columns, 8U);
   ASSERT_EQ(grid.rows, 8U);
   for (std::uint32_t row = 0; row < 8; ++row) {
@@ -273,14 +263,14 @@ TEST(ComputeCellThresholds, OfOneFlatCellFollowsTheFormula) {
   // One cell of level 200. The window takes 16 * 16 of 16384 samples, so M = 51200 / 16384 = 3, and
   // s = k = 0: the value is 200 * 0.6 + 3 * 0.1 / 200 = 120.0015, truncated.
   const Bytes gray(16 * 16, 200);
-  const CellGrid grid = ComputeCellThresholds(gray.data(), 16, 16);
+  const CellGrid grid = ComputeCellThresholds({gray.data(), 16, 16, 16, 8});
   ASSERT_EQ(grid.columns * grid.rows, 1U);
   EXPECT_EQ(grid.At(0, 0), 120);
 }
 
 TEST(ComputeCellThresholds, HasNoCellsInSmallImages) {
   const Bytes gray(15 * 15, 200);
-  const CellGrid grid = ComputeCellThresholds(gray.data(), 15, 15);
+  const CellGrid grid = ComputeCellThresholds({gray.data(), 15, 15, 15, 8});
   EXPECT_EQ(grid.columns, 0U);
   EXPECT_EQ(grid.rows, 0U);
   EXPECT_NE(grid.values, nullptr);
@@ -347,9 +337,9 @@ TEST(FindDiffusionLevels, StopsAt254BelowAnd0Above) {
 TEST(DiffuseErrors, MakesAValueEqualToTheThresholdWhite) {
   const Bytes gray = {100};
   Bytes destination(4, 0xA5);
-  ASSERT_EQ(
-      DiffuseErrors({100, 0, 255}, test::PackedGray(gray.data(), 1), 1, 1, destination.data(), 4),
-      1);
+  ASSERT_EQ(DiffuseErrors({100, 0, 255}, test::PackedGray(gray.data(), 1),
+                          {destination.data(), 1, 1, 4, 1}),
+            1);
   EXPECT_EQ(destination, (Bytes{0b10000000, 0, 0, 0}));
 }
 
@@ -361,9 +351,9 @@ TEST(DiffuseErrors, PassesOnBlackValuesAndWhiteDifferences) {
   //   40 + (-4 >> 2) + 92/8 = 40 - 1 + 11 = 50: black
   const Bytes gray = {90, 70, 70, 40};
   Bytes destination(4, 0xA5);
-  ASSERT_EQ(
-      DiffuseErrors({100, 0, 255}, test::PackedGray(gray.data(), 4), 4, 1, destination.data(), 4),
-      1);
+  ASSERT_EQ(DiffuseErrors({100, 0, 255}, test::PackedGray(gray.data(), 4),
+                          {destination.data(), 4, 1, 4, 1}),
+            1);
   EXPECT_EQ(destination, (Bytes{0b00100000, 0, 0, 0}));
 }
 
@@ -373,13 +363,13 @@ TEST(DiffuseErrors, TakesFromThePreviousRow) {
   // Row 1, x 1: 65 + 90/4 + 80/8 + 0/4 = 65 + 22 + 10 = 97 black. One more would be:
   const Bytes gray = {80, 80, 70, 65};
   Bytes destination(8, 0xA5);
-  ASSERT_EQ(
-      DiffuseErrors({100, 0, 255}, test::PackedGray(gray.data(), 2), 2, 2, destination.data(), 4),
-      1);
+  ASSERT_EQ(DiffuseErrors({100, 0, 255}, test::PackedGray(gray.data(), 2),
+                          {destination.data(), 2, 2, 4, 1}),
+            1);
   EXPECT_EQ(destination, (Bytes{0b01000000, 0, 0, 0, 0, 0, 0, 0}));
   const Bytes lighter = {80, 80, 70, 68};
-  ASSERT_EQ(DiffuseErrors({100, 0, 255}, test::PackedGray(lighter.data(), 2), 2, 2,
-                          destination.data(), 4),
+  ASSERT_EQ(DiffuseErrors({100, 0, 255}, test::PackedGray(lighter.data(), 2),
+                          {destination.data(), 2, 2, 4, 1}),
             1);
   EXPECT_EQ(destination, (Bytes{0b01000000, 0, 0, 0, 0b01000000, 0, 0, 0}));
 }
@@ -388,25 +378,25 @@ TEST(DiffuseErrors, KeepsValuesBetweenLowAndHigh) {
   // High below the threshold: nothing can become white, whatever the gray.
   const Bytes gray = {255, 255};
   Bytes destination(4, 0xA5);
-  ASSERT_EQ(
-      DiffuseErrors({100, 0, 99}, test::PackedGray(gray.data(), 2), 2, 1, destination.data(), 4),
-      1);
+  ASSERT_EQ(DiffuseErrors({100, 0, 99}, test::PackedGray(gray.data(), 2),
+                          {destination.data(), 2, 1, 4, 1}),
+            1);
   EXPECT_EQ(destination, Bytes(4, 0));
   // Low at the threshold: everything is.
   const Bytes dark = {0, 0};
-  ASSERT_EQ(
-      DiffuseErrors({100, 100, 255}, test::PackedGray(dark.data(), 2), 2, 1, destination.data(), 4),
-      1);
+  ASSERT_EQ(DiffuseErrors({100, 100, 255}, test::PackedGray(dark.data(), 2),
+                          {destination.data(), 2, 1, 4, 1}),
+            1);
   EXPECT_EQ(destination, (Bytes{0b11000000, 0, 0, 0}));
 }
 
 TEST(DiffuseErrors, ChecksItsArguments) {
   const Bytes gray(64);
   Bytes destination(8, 0xA5);
-  EXPECT_EQ(DiffuseErrors({1, 0, 255}, test::PackedGray(gray.data(), 8), 8, 1, nullptr, 4), 0);
-  EXPECT_EQ(
-      DiffuseErrors({1, 0, 255}, test::PackedGray(gray.data(), 33), 33, 1, destination.data(), 4),
-      0);
+  EXPECT_EQ(DiffuseErrors({1, 0, 255}, test::PackedGray(gray.data(), 8), {nullptr, 8, 1, 4, 1}), 0);
+  EXPECT_EQ(DiffuseErrors({1, 0, 255}, test::PackedGray(gray.data(), 33),
+                          {destination.data(), 33, 1, 4, 1}),
+            0);
   EXPECT_EQ(destination, Bytes(8, 0xA5));
 }
 

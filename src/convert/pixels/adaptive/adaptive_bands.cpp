@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "base/memory.h"
-#include "convert/pixels/adaptive/adaptive.h"
+#include "convert/pixels/adaptive/adaptive_cells.h"
 #include "convert/pixels/adaptive/adaptive_windows.h"
 #include "convert/pixels/adaptive/gray_bands.h"
 
@@ -14,7 +14,7 @@ namespace {
 /// Rows of cell values that are kept: those around the current one, rounded up to a power of two.
 constexpr std::uint32_t kKeptValueRows = 16;
 
-/// Entries before and behind the sums of a row, which stay 0. Five would do.
+/// Entries before and after the sums of a row, which stay 0. Five would do.
 constexpr std::uint32_t kMargin = kCellsPerGroup;
 
 /// How many of the eleven cells around position `i` exist in a line of `count` cells, and the sum
@@ -123,25 +123,27 @@ class BandConverter {
 }  // namespace
 
 bool BinarizeCellsInBands(const AdaptiveKernels& kernels, const GrayReader& gray,
-                          std::uint32_t width, std::uint32_t height, std::uint8_t global_threshold,
-                          std::uint8_t* destination, std::uint32_t destination_stride) {
-  const GrayCells image(width, height);
+                          std::uint8_t global_threshold, const MutableImageView& destination) {
+  const std::uint32_t width = destination.width;
+  const GrayCells image(width, destination.height);
   if (image.rows == 0) return true;  // there is nothing to have memory for
-  GrayBands bands(gray, width, height);
+  GrayBands bands(gray, width, destination.height);
   BandConverter converter(kernels, image, bands, global_threshold);
   if (!bands.has_memory() || !converter.has_memory()) return false;
+
+  const auto bits_stride = static_cast<std::size_t>(destination.stride);
   for (std::uint32_t row = 0; row < image.rows; ++row) {
-    std::uint8_t* bits = destination + std::size_t{row} * kCellSize * destination_stride;
+    std::uint8_t* bits = destination.Row(row * kCellSize);
     std::uint8_t strip_threshold = kThresholdWithoutCells;
     bands.LoadThrough(row);
     if (image.columns != 0) {
       const std::uint8_t* thresholds = converter.NextThresholds();
       kernels.binarize_cells(bands.Cell(row, 0), bands.stride(), thresholds, image.columns, bits,
-                             destination_stride);
+                             bits_stride);
       strip_threshold = thresholds[image.columns - 1];
     }
     BinarizeStrip(bands.Cell(row, image.columns), bands.stride(), width, strip_threshold,
-                  bits + std::size_t{image.columns} * 2, destination_stride);
+                  bits + std::size_t{image.columns} * 2, bits_stride);
   }
   return true;
 }

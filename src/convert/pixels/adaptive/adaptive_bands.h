@@ -7,13 +7,13 @@
 
 #include "convert/pixels/adaptive/adaptive_kernels.h"
 #include "convert/pixels/gray/gray_reader.h"
+#include "format/image_view.h"
 
 namespace pixtola {
 
 /// Does what BinarizeCells does, with `kernels`. Each row is read once, from the first one on.
 bool BinarizeCellsInBands(const AdaptiveKernels& kernels, const GrayReader& gray,
-                          std::uint32_t width, std::uint32_t height, std::uint8_t global_threshold,
-                          std::uint8_t* destination, std::uint32_t destination_stride);
+                          std::uint8_t global_threshold, const MutableImageView& destination);
 
 }  // namespace pixtola
 

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "convert/pixels/adaptive/adaptive_cells.h"
+
 namespace pixtola {
 
 namespace {
@@ -118,6 +120,7 @@ std::uint8_t PullTowardGlobal(std::uint8_t local, std::uint8_t global) {
 
 constexpr AdaptiveKernels kPlainAdaptiveKernels{
     .target = "plain",
+    .binarize = BinarizeCellsAtOnce,
     .measure_cells = MeasureCells,
     .cell_values = CellValues,
     .sum_columns = SumColumns,

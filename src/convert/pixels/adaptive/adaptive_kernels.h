@@ -1,11 +1,15 @@
 // The inner steps of the adaptive bilevel conversion, each for one row of cells: the levels of the
-// cells, the cells' values, the weighted average of the values around, and the bits.
+// cells, the cells' values, the weighted average of the values around, and the bits; and which way
+// through the image is the fastest with them.
 #ifndef PIXTOLA_CONVERT_PIXELS_ADAPTIVE_ADAPTIVE_KERNELS_H_
 #define PIXTOLA_CONVERT_PIXELS_ADAPTIVE_ADAPTIVE_KERNELS_H_
 
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+
+#include "convert/pixels/gray/gray_reader.h"
+#include "format/image_view.h"
 
 namespace pixtola {
 
@@ -52,6 +56,10 @@ std::uint8_t PullTowardGlobal(std::uint8_t local, std::uint8_t global);
 
 struct AdaptiveKernels {
   const char* target;  ///< the instruction set; "plain" for the definition
+
+  /// Does what BinarizeCells does for gray rows, in the way that suits these kernels.
+  bool (*binarize)(const AdaptiveKernels& kernels, const GrayReader& gray,
+                   std::uint8_t global_threshold, const MutableImageView& destination);
 
   /// Measures `cells` blocks side by side, 16 pixels wide and `rows` (1 to 128) high.
   void (*measure_cells)(const std::uint8_t* gray, std::size_t stride, std::uint32_t rows,

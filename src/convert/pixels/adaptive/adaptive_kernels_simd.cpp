@@ -6,6 +6,7 @@
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
+#include "convert/pixels/adaptive/adaptive_bands.h"
 #include "convert/pixels/adaptive/adaptive_kernels.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -387,6 +388,7 @@ void BinarizeCells(const std::uint8_t* gray, std::size_t stride, const std::uint
 const AdaptiveKernels& Kernels() {
   static const AdaptiveKernels kernels{
       .target = hwy::TargetName(HWY_TARGET),
+      .binarize = BinarizeCellsInBands,
       .measure_cells = MeasureCells,
       .cell_values = CellValues,
       .sum_columns = SumColumns,

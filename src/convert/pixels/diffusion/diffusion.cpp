@@ -5,7 +5,6 @@
 #include "convert/pixels/conversion_arguments.h"
 #include "convert/pixels/gray/gray_rows.h"
 #include "convert/pixels/otsu/otsu.h"
-#include "format/pixel_format.h"
 
 namespace pixtola {
 
@@ -16,32 +15,24 @@ DiffusionLevels FindDiffusionLevels(const Histogram& histogram) {
   return levels;
 }
 
-int DiffuseErrors(const DiffusionLevels& levels, const GrayReader& gray, std::uint32_t width,
-                  std::uint32_t height, std::uint8_t* destination,
-                  std::uint32_t destination_stride) {
-  if (destination == nullptr || !IsValidStride(width, 1, destination_stride)) return 0;
-  return BestDiffusionKernels().diffuse(levels, gray, width, height, destination,
-                                        destination_stride);
+int DiffuseErrors(const DiffusionLevels& levels, const GrayReader& gray,
+                  const MutableImageView& destination) {
+  if (destination.first_row == nullptr || !HasValidStride(destination)) return 0;
+  return BestDiffusionKernels().diffuse(levels, gray, destination);
 }
 
-int BinarizeDiffusion(const std::uint8_t* source, std::uint32_t width, std::uint32_t height,
-                      std::uint32_t source_stride, std::uint32_t source_bits_per_pixel,
-                      std::uint8_t* destination, std::uint32_t destination_stride,
-                      const Gdiplus::ColorPalette* palette) {
-  if (!AreConversionArgumentsValid(source, width, height, source_stride, source_bits_per_pixel,
-                                   destination, destination_stride, 1)) {
-    return 0;
-  }
-  if (source_bits_per_pixel == 1) {
-    CopyBilevelRows(source, height, source_stride, destination, destination_stride);
+int BinarizeDiffusion(const ImageView& source, const GrayLookup* lookup,
+                      const MutableImageView& destination) {
+  if (!AreConversionArgumentsValid(source, destination)) return 0;
+  if (source.bits_per_pixel == 1) {
+    CopyBilevelRows(source, destination);
     return 1;
   }
-  const GrayRows rows(source, width, height, source_stride, source_bits_per_pixel, palette);
+  const GrayRows rows(source, lookup);
   if (!rows.IsValid()) return 0;
   const std::optional<Histogram> levels = rows.CountLevels();
   if (!levels) return 0;
-  return DiffuseErrors(FindDiffusionLevels(*levels), rows, width, height, destination,
-                       destination_stride);
+  return DiffuseErrors(FindDiffusionLevels(*levels), rows, destination);
 }
 
 }  // namespace pixtola

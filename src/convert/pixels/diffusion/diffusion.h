@@ -7,24 +7,23 @@
 #include "convert/pixels/diffusion/diffusion_kernels.h"
 #include "convert/pixels/gray/gray_kernels.h"
 #include "convert/pixels/gray/gray_reader.h"
-#include "platform.h"
+#include "format/histogram.h"
+#include "format/image_view.h"
 
 namespace pixtola {
 
 DiffusionLevels FindDiffusionLevels(const Histogram& histogram);
 
-/// Diffuses gray rows into 1-bit rows; all `height * destination_stride` bytes are written. Returns
-/// 1, or 0 for a null destination, too small a stride or lack of memory: the destination is then
+/// Diffuses gray rows into rows of 1 bit per pixel, of which all bytes are written. Returns 1, or 0
+/// for a null destination, too small a stride or when out of memory: the destination is then
 /// untouched.
-int DiffuseErrors(const DiffusionLevels& levels, const GrayReader& gray, std::uint32_t width,
-                  std::uint32_t height, std::uint8_t* destination,
-                  std::uint32_t destination_stride);
+int DiffuseErrors(const DiffusionLevels& levels, const GrayReader& gray,
+                  const MutableImageView& destination);
 
-/// The method MethodBilevelDiffusion.
-int BinarizeDiffusion(const std::uint8_t* source, std::uint32_t width, std::uint32_t height,
-                      std::uint32_t source_stride, std::uint32_t source_bits_per_pixel,
-                      std::uint8_t* destination, std::uint32_t destination_stride,
-                      const Gdiplus::ColorPalette* palette);
+/// The method MethodBilevelDiffusion. `lookup` holds the grays of an 8-bit source's values; null
+/// for other depths. Returns 1 or 0.
+int BinarizeDiffusion(const ImageView& source, const GrayLookup* lookup,
+                      const MutableImageView& destination);
 
 }  // namespace pixtola
 

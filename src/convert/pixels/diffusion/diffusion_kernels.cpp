@@ -34,8 +34,9 @@ void DiffuseRow(const DiffusionLevels& levels, const std::uint8_t* gray, std::ui
   }
 }
 
-int Diffuse(const DiffusionLevels& levels, const GrayReader& gray, std::uint32_t width,
-            std::uint32_t height, std::uint8_t* destination, std::uint32_t destination_stride) {
+int Diffuse(const DiffusionLevels& levels, const GrayReader& gray,
+            const MutableImageView& destination) {
+  const std::uint32_t width = destination.width;
   const std::uint64_t row_cells = std::uint64_t{width} + 2 * kGuardCells;
   const auto row = Allocate<std::uint8_t>(width);
   const auto first = AllocateZeroed<std::int16_t>(row_cells);
@@ -44,11 +45,10 @@ int Diffuse(const DiffusionLevels& levels, const GrayReader& gray, std::uint32_t
 
   std::int16_t* current = first.get() + kGuardCells;
   std::int16_t* previous = second.get() + kGuardCells;
-  for (std::uint32_t y = 0; y < height; ++y) {
-    std::uint8_t* destination_row = destination + std::size_t{y} * destination_stride;
+  for (std::uint32_t y = 0; y < destination.height; ++y) {
     gray.Read(y, 1, row.get(), width);
-    std::memset(destination_row, 0, destination_stride);
-    DiffuseRow(levels, row.get(), width, current, previous, destination_row);
+    std::memset(destination.Row(y), 0, static_cast<std::size_t>(destination.stride));
+    DiffuseRow(levels, row.get(), width, current, previous, destination.Row(y));
     std::swap(current, previous);
   }
   return 1;

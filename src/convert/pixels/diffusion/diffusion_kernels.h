@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "convert/pixels/gray/gray_reader.h"
+#include "format/image_view.h"
 
 namespace pixtola {
 
@@ -18,11 +19,11 @@ struct DiffusionLevels {
 struct DiffusionKernels {
   const char* target;  ///< the instruction set; "plain" for the definition
 
-  /// Writes all `height * destination_stride` bytes; the stride holds at least `width` bits. Reads
-  /// each row once, from the first to the last. Returns 1, or 0 when there is no memory to work
-  /// with: the destination is then untouched.
-  int (*diffuse)(const DiffusionLevels& levels, const GrayReader& gray, std::uint32_t width,
-                 std::uint32_t height, std::uint8_t* destination, std::uint32_t destination_stride);
+  /// Writes all bytes of the destination's rows, which have 1 bit per pixel. Reads each gray row
+  /// once, from the first to the last. Returns 1, or 0 when out of memory: the destination is then
+  /// untouched.
+  int (*diffuse)(const DiffusionLevels& levels, const GrayReader& gray,
+                 const MutableImageView& destination);
 };
 
 /// The definition.

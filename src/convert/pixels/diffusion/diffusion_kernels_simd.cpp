@@ -434,13 +434,14 @@ void RunBands(const DiffusionLevels& levels, DiffusionWavefront& wavefront) {
   }
 }
 
-int Diffuse(const DiffusionLevels& levels, const GrayReader& gray, std::uint32_t width,
-            std::uint32_t height, std::uint8_t* destination, std::uint32_t destination_stride) {
+int Diffuse(const DiffusionLevels& levels, const GrayReader& gray,
+            const MutableImageView& destination) {
+  const std::uint32_t width = destination.width;
+  const std::uint32_t height = destination.height;
   if (width < kFewestColumns || height < kFewestRows) {
-    return kPlainDiffusionKernels.diffuse(levels, gray, width, height, destination,
-                                          destination_stride);
+    return kPlainDiffusionKernels.diffuse(levels, gray, destination);
   }
-  if (DiffuseWithoutErrors(levels, width, height, destination, destination_stride)) return 1;
+  if (DiffuseWithoutErrors(levels, destination)) return 1;
   const std::uint32_t rows_of_piece = HWY_MIN(height, kPieceRows);
   const auto pixels = Allocate<std::uint8_t>(std::uint64_t{rows_of_piece} * width);
   DiffusionWavefront wavefront(width, kLanes);
@@ -449,10 +450,7 @@ int Diffuse(const DiffusionLevels& levels, const GrayReader& gray, std::uint32_t
   for (std::uint32_t y = 0; y < height;) {
     const std::uint32_t rows = HWY_MIN(height - y, kPieceRows);
     gray.Read(y, rows, pixels.get(), width);
-    wavefront.EnterPiece({.gray = pixels.get(),
-                          .height = rows,
-                          .destination = destination + std::size_t{y} * destination_stride,
-                          .destination_stride = destination_stride});
+    wavefront.EnterPiece(pixels.get(), destination.Rows(y, rows));
     RunBands(levels, wavefront);
     y += rows;
   }

@@ -17,7 +17,7 @@ constexpr std::uint64_t RoundUpToBlock(std::uint64_t value) {
   return (value + kBlock - 1) / kBlock * kBlock;
 }
 
-void FillRow(bool white, std::uint32_t width, std::uint8_t* row, std::uint32_t stride) {
+void FillRow(bool white, std::uint32_t width, std::uint8_t* row, std::size_t stride) {
   std::memset(row, 0, stride);
   if (!white) return;
   std::memset(row, 0xFF, width / 8);
@@ -26,16 +26,15 @@ void FillRow(bool white, std::uint32_t width, std::uint8_t* row, std::uint32_t s
 
 }  // namespace
 
-bool DiffuseWithoutErrors(const DiffusionLevels& levels, std::uint32_t width, std::uint32_t height,
-                          std::uint8_t* destination, std::uint32_t destination_stride) {
+bool DiffuseWithoutErrors(const DiffusionLevels& levels, const MutableImageView& destination) {
   // The upper limit comes last, so with low > high every value is `high`.
   const std::uint8_t lowest = std::min(levels.low, levels.high);
   const bool all_white = lowest >= levels.threshold;
   const bool all_black = levels.high < levels.threshold;
-  if (!all_white && !all_black && width != 0 && height != 0) return false;
-  for (std::uint32_t y = 0; y < height; ++y) {
-    FillRow(all_white, width, destination + std::size_t{y} * destination_stride,
-            destination_stride);
+  if (!all_white && !all_black && destination.width != 0 && destination.height != 0) return false;
+  for (std::uint32_t y = 0; y < destination.height; ++y) {
+    FillRow(all_white, destination.width, destination.Row(y),
+            static_cast<std::size_t>(destination.stride));
   }
   return true;
 }
@@ -59,14 +58,15 @@ DiffusionWavefront::DiffusionWavefront(std::uint32_t width, std::uint32_t lanes)
   staging_ = inactive_ + kLag * inactive_bytes_;
 }
 
-void DiffusionWavefront::EnterPiece(const DiffusionPiece& piece) {
-  piece_ = piece;
-  bands_ = (std::uint64_t{piece.height} + lanes_ - 1) / lanes_;
+void DiffusionWavefront::EnterPiece(const std::uint8_t* gray, const MutableImageView& destination) {
+  gray_ = gray;
+  destination_ = destination;
+  bands_ = (std::uint64_t{destination.height} + lanes_ - 1) / lanes_;
 }
 
 std::uint64_t DiffusionWavefront::StepsOfBand(std::uint64_t band) const {
   if (band < bands_) return period_;
-  const std::uint64_t last_rows = piece_.height - (bands_ - 1) * lanes_;
+  const std::uint64_t last_rows = destination_.height - (bands_ - 1) * lanes_;
   return RoundUpToBlock(last_rows * kLag);
 }
 
@@ -82,9 +82,9 @@ void DiffusionWavefront::EnterBand(std::uint64_t band) {
   // place in the image is the last one, still has a whole block before the end of the image.
   steady_begin_ = steady_end_ = 0;
   const std::uint64_t band_end = (band + 1) * lanes_;
-  if (width_ < kBlock || band_end > piece_.height) return;
+  if (width_ < kBlock || band_end > destination_.height) return;
   steady_begin_ = std::uint64_t{kLag} * lanes_ + kBlock;
-  const std::uint64_t left = std::uint64_t{width_} * (piece_.height - band_end + 1);
+  const std::uint64_t left = std::uint64_t{width_} * (destination_.height - band_end + 1);
   steady_end_ = left + std::uint64_t{kLag} * (lanes_ - 1) - kBlock + 1;
 }
 
@@ -110,7 +110,7 @@ void DiffusionWavefront::PointLanes(std::uint64_t step, const std::uint8_t** lan
   const auto top = static_cast<std::int64_t>(band_ * lanes_);
   const auto column = static_cast<std::int64_t>(step);
   const auto rows_from = [this](std::int64_t row) {
-    return std::clamp<std::int64_t>(std::int64_t{piece_.height} - row, 0, lanes_);
+    return std::clamp<std::int64_t>(std::int64_t{destination_.height} - row, 0, lanes_);
   };
   // The lanes of the rows from `entered` on are in the band before or have only its guard columns
   // left in this block.
@@ -128,12 +128,12 @@ void DiffusionWavefront::PointRun(std::int64_t first, std::int64_t end, std::int
                                   const std::uint8_t** lanes) {
   if (first >= end) return;
   const auto pitch = static_cast<std::int64_t>(width_) - std::int64_t{kLag};
-  const auto size = static_cast<std::int64_t>(std::uint64_t{width_} * piece_.height);
+  const auto size = static_cast<std::int64_t>(std::uint64_t{width_} * destination_.height);
   const std::int64_t last = size - std::int64_t{kBlock};
   const auto is_inside = [last](std::int64_t offset) { return offset >= 0 && offset <= last; };
   if (is_inside(origin + first * pitch) && is_inside(origin + (end - 1) * pitch)) {
     for (std::int64_t k = first; k < end; ++k) {
-      lanes[lanes_ - 1 - k] = piece_.gray + (origin + k * pitch);
+      lanes[lanes_ - 1 - k] = gray_ + (origin + k * pitch);
     }
     return;
   }
@@ -141,7 +141,7 @@ void DiffusionWavefront::PointRun(std::int64_t first, std::int64_t end, std::int
     const std::int64_t offset = origin + k * pitch;
     const std::int64_t lane = lanes_ - 1 - k;
     if (is_inside(offset)) {
-      lanes[lane] = piece_.gray + offset;
+      lanes[lane] = gray_ + offset;
       continue;
     }
     std::uint8_t* const staged = staging_ + lane * kBlock;
@@ -149,8 +149,7 @@ void DiffusionWavefront::PointRun(std::int64_t first, std::int64_t end, std::int
     const std::int64_t begin = std::max<std::int64_t>(offset, 0);
     const std::int64_t stop = std::min(offset + std::int64_t{kBlock}, size);
     if (begin < stop) {
-      std::memcpy(staged + (begin - offset), piece_.gray + begin,
-                  static_cast<std::size_t>(stop - begin));
+      std::memcpy(staged + (begin - offset), gray_ + begin, static_cast<std::size_t>(stop - begin));
     }
   }
 }
@@ -159,9 +158,9 @@ void DiffusionWavefront::StoreBytes(std::uint64_t first_byte, std::uint32_t coun
                                     const std::uint8_t* lane_bytes) {
   const std::uint64_t top = band_ * lanes_;
   if (count == kBlock && first_byte >= lanes_ / 2 && first_byte + count < row_bytes_ &&
-      top + lanes_ <= piece_.height) {
-    std::uint8_t* row = piece_.destination + top * piece_.destination_stride + first_byte;
-    for (std::uint32_t k = 0; k < lanes_; ++k, row += piece_.destination_stride) {
+      top + lanes_ <= destination_.height) {
+    std::uint8_t* row = destination_.Row(static_cast<std::uint32_t>(top)) + first_byte;
+    for (std::uint32_t k = 0; k < lanes_; ++k, row += destination_.stride) {
       std::memcpy(row - (k + 1) / 2, lane_bytes + std::size_t{lanes_ - 1 - k} * kBlock, kBlock);
     }
     return;
@@ -177,11 +176,11 @@ void DiffusionWavefront::StoreBytes(std::uint64_t first_byte, std::uint32_t coun
   }
 }
 
-/// Stores those of the bytes that are inside the row, and with its last one the zeros behind it.
+/// Stores those of the bytes that are inside the row, and with its last one the zeros after it.
 void DiffusionWavefront::StoreRun(std::uint64_t row, std::int64_t first_byte, std::uint32_t count,
                                   const std::uint8_t* bytes) {
-  if (row >= piece_.height) return;
-  std::uint8_t* const destination = piece_.destination + row * piece_.destination_stride;
+  if (row >= destination_.height) return;
+  std::uint8_t* const destination = destination_.Row(static_cast<std::uint32_t>(row));
   const auto row_bytes = static_cast<std::int64_t>(row_bytes_);
   const std::int64_t end_byte = first_byte + std::int64_t{count};
   if (first_byte >= 0 && end_byte < row_bytes && count == kBlock) {
@@ -194,7 +193,8 @@ void DiffusionWavefront::StoreRun(std::uint64_t row, std::int64_t first_byte, st
   std::memcpy(destination + begin, bytes + (begin - first_byte),
               static_cast<std::size_t>(end - begin));
   if (end == row_bytes) {
-    std::memset(destination + row_bytes_, 0, piece_.destination_stride - row_bytes_);
+    std::memset(destination + row_bytes_, 0,
+                static_cast<std::uint64_t>(destination_.stride) - row_bytes_);
   }
 }
 

@@ -12,27 +12,20 @@
 
 #include "base/memory.h"
 #include "convert/pixels/diffusion/diffusion_kernels.h"
+#include "format/image_view.h"
 
 namespace pixtola {
 
-/// A piece of a packed gray image, from some row down, and the 1-bit rows that it becomes.
-struct DiffusionPiece {
-  const std::uint8_t* gray;
-  std::uint32_t height;
-  std::uint8_t* destination;
-  std::uint32_t destination_stride;
-};
-
 /// True when levels like these make all pixels of any image white, or all of them black. The image
 /// is then written. Else the levels are in the order low < threshold <= high.
-bool DiffuseWithoutErrors(const DiffusionLevels& levels, std::uint32_t width, std::uint32_t height,
-                          std::uint8_t* destination, std::uint32_t destination_stride);
+bool DiffuseWithoutErrors(const DiffusionLevels& levels, const MutableImageView& destination);
 
-/// `lanes` lanes go through a piece in bands of as many rows. The highest lane has the top row of
-/// a band, and in every step each lane is `kLag` columns behind the lane above it. Behind its last
-/// column a lane passes some columns of no error and goes on with its row of the next band, while
-/// the lower lanes are still in their rows of the band before. A band takes `period()` steps, in
-/// blocks of `kBlock`; the band behind the last one, in which no row begins, takes fewer.
+/// A piece is some rows of the image. `lanes` lanes go through it in bands of as many rows. The
+/// highest lane has the top row of a band, and in every step each lane is `kLag` columns behind the
+/// lane above it. After its last column a lane passes some columns of no error and goes on with its
+/// row of the next band, while the lower lanes are still in their rows of the band before. A band
+/// takes `period()` steps, in blocks of `kBlock`; the band after the last one, in which no row
+/// begins, takes fewer.
 ///
 /// The next piece goes on with what the last row of the one before, a whole number of bands, passes
 /// on.
@@ -49,8 +42,9 @@ class DiffusionWavefront {
   /// False when there is no memory; nothing else may be called then.
   bool IsReady() const { return memory_ != nullptr; }
 
-  /// Goes to the first piece or to the next.
-  void EnterPiece(const DiffusionPiece& piece);
+  /// Goes to the first piece or to the next: its packed gray rows, and the rows of 1 bit per pixel
+  /// that they become.
+  void EnterPiece(const std::uint8_t* gray, const MutableImageView& destination);
 
   std::uint64_t bands() const { return bands_; }
   std::uint64_t period() const { return period_; }
@@ -105,7 +99,8 @@ class DiffusionWavefront {
   void StoreRun(std::uint64_t row, std::int64_t first_byte, std::uint32_t count,
                 const std::uint8_t* bytes);
 
-  DiffusionPiece piece_{};
+  const std::uint8_t* gray_ = nullptr;
+  MutableImageView destination_{};
   std::uint32_t width_;
   std::uint32_t lanes_;
   std::uint64_t period_;

@@ -1,6 +1,7 @@
 #include "convert/pixels/gray/gray.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 
 #include "convert/pixels/conversion_arguments.h"
@@ -10,38 +11,33 @@ namespace pixtola {
 
 namespace {
 
-/// How many pixels of a source row become gray in a destination row of `destination_stride` bytes.
-std::uint32_t ConvertedPixelsPerRow(std::uint32_t width, std::uint32_t source_stride,
-                                    std::uint32_t source_bits_per_pixel,
-                                    std::uint32_t destination_stride) {
+/// How many pixels of a source row become gray in a destination row.
+std::uint32_t ConvertedPixelsPerRow(const ImageView& source, const MutableImageView& destination) {
+  const auto source_stride = static_cast<std::uint32_t>(source.stride);
+  const auto destination_stride = static_cast<std::uint32_t>(destination.stride);
   // Kept on purpose: 1- and 8-bit rows are converted padding and all, as far as both rows reach.
-  if (source_bits_per_pixel == 1) {
+  if (source.bits_per_pixel == 1) {
     const std::uint64_t source_bits = std::uint64_t{source_stride} * 8;
     return static_cast<std::uint32_t>(std::min<std::uint64_t>(source_bits, destination_stride));
   }
-  if (source_bits_per_pixel == 8) return std::min(source_stride, destination_stride);
-  return width;
+  if (source.bits_per_pixel == 8) return std::min(source_stride, destination_stride);
+  return source.width;
 }
 
 }  // namespace
 
-int ConvertToGray(const std::uint8_t* source, std::uint32_t width, std::uint32_t height,
-                  std::uint32_t source_stride, std::uint32_t source_bits_per_pixel,
-                  std::uint8_t* destination, std::uint32_t destination_stride,
-                  const Gdiplus::ColorPalette* palette) {
-  if (!AreConversionArgumentsValid(source, width, height, source_stride, source_bits_per_pixel,
-                                   destination, destination_stride, 8)) {
-    return 0;
-  }
-  const GrayRows rows(source, width, height, source_stride, source_bits_per_pixel, palette);
+int ConvertToGray(const ImageView& source, const GrayLookup* lookup,
+                  const MutableImageView& destination) {
+  if (!AreConversionArgumentsValid(source, destination)) return 0;
+  const GrayRows rows(source, lookup);
   if (!rows.IsValid()) return 0;
 
-  const std::uint32_t count =
-      ConvertedPixelsPerRow(width, source_stride, source_bits_per_pixel, destination_stride);
-  for (std::uint32_t y = 0; y < height; ++y) {
-    std::uint8_t* destination_row = destination + std::size_t{y} * destination_stride;
-    rows.ConvertRow(y, count, destination_row);
-    std::memset(destination_row + count, 0, destination_stride - count);
+  const std::uint32_t count = ConvertedPixelsPerRow(source, destination);
+  const std::size_t rest = static_cast<std::size_t>(destination.stride) - count;
+  for (std::uint32_t y = 0; y < destination.height; ++y) {
+    std::uint8_t* row = destination.Row(y);
+    rows.ConvertRow(y, count, row);
+    std::memset(row + count, 0, rest);
   }
   return 1;
 }

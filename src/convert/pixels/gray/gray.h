@@ -2,20 +2,18 @@
 #ifndef PIXTOLA_CONVERT_PIXELS_GRAY_GRAY_H_
 #define PIXTOLA_CONVERT_PIXELS_GRAY_GRAY_H_
 
-#include <cstdint>
-
-#include "platform.h"
+#include "convert/pixels/gray/gray_kernels.h"
+#include "format/image_view.h"
 
 namespace pixtola {
 
-/// The method MethodGray8. Returns 1, or 0 for arguments that cannot be (a null palette with an
-/// 8-bit source among them). All `destination_stride` bytes of each row are written: where the
-/// source row has no more pixels they are 0. Rows of 1- and 8-bit sources are converted beyond
-/// `width` as far as both strides reach.
-int ConvertToGray(const std::uint8_t* source, std::uint32_t width, std::uint32_t height,
-                  std::uint32_t source_stride, std::uint32_t source_bits_per_pixel,
-                  std::uint8_t* destination, std::uint32_t destination_stride,
-                  const Gdiplus::ColorPalette* palette);
+/// The method MethodGray8: 1, 8, 24 or 32 bits per pixel to 8. `lookup` holds the grays of an 8-bit
+/// source's values. Returns 1, or 0 for arguments that cannot be (no `lookup` for an 8-bit source
+/// among them). All bytes of each destination row are written: where the source row has no more
+/// pixels they are 0. Rows of 1- and 8-bit sources are converted beyond their width as far as both
+/// strides reach.
+int ConvertToGray(const ImageView& source, const GrayLookup* lookup,
+                  const MutableImageView& destination);
 
 }  // namespace pixtola
 

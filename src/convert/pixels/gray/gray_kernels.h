@@ -5,10 +5,9 @@
 #include <array>
 #include <cstdint>
 
-namespace pixtola {
+#include "format/histogram.h"
 
-/// Pixel counts per gray level.
-using Histogram = std::array<std::uint32_t, 256>;
+namespace pixtola {
 
 /// Gray of each value of an 8-bit pixel.
 using GrayLookup = std::array<std::uint8_t, 256>;

@@ -9,30 +9,23 @@
 #include "convert/pixels/gray/gray_kernels.h"
 #include "convert/pixels/gray/gray_reader.h"
 #include "convert/pixels/gray/level_counter.h"
-#include "platform.h"
+#include "format/histogram.h"
+#include "format/image_view.h"
 
 namespace pixtola {
 
-/// The gray of each palette entry, alpha ignored; values at or above the palette's Count give 0.
-GrayLookup MakeGrayLookup(const Gdiplus::ColorPalette& palette);
-
-/// A source of 1, 8, 24 or 32 bits a pixel, seen as gray rows.
+/// A source of 1, 8, 24 or 32 bits per pixel, seen as gray rows.
 class GrayRows final : public GrayReader {
  public:
-  /// The palette is that of an 8-bit source; null for other depths.
-  GrayRows(const std::uint8_t* source, std::uint32_t width, std::uint32_t height,
-           std::uint32_t source_stride, std::uint32_t source_bits_per_pixel,
-           const Gdiplus::ColorPalette* palette);
+  /// `lookup` is that of an 8-bit source; null for other depths. It is copied.
+  GrayRows(const ImageView& source, const GrayLookup* lookup);
 
-  /// Whether there is such a depth, and the palette that it needs. Otherwise nothing else may be
+  /// Whether there is such a depth, and the lookup that it needs. Otherwise nothing else may be
   /// called.
   bool IsValid() const { return is_valid_; }
 
-  std::uint32_t width() const { return width_; }
-  std::uint32_t height() const { return height_; }
-  const std::uint8_t* SourceRow(std::uint32_t y) const {
-    return source_ + std::size_t{y} * stride_;
-  }
+  std::uint32_t width() const { return source_.width; }
+  std::uint32_t height() const { return source_.height; }
 
   /// The gray of the first `count` pixels of row `y`, which may be more than the row's width where
   /// the source has bytes of padding for them.
@@ -45,20 +38,16 @@ class GrayRows final : public GrayReader {
   /// it are so as well and all below it darker: what a palette in the order of its grays has.
   std::optional<std::uint8_t> FirstValueFrom(std::uint8_t level) const;
 
-  /// The levels of the whole source. Nothing when memory lacks.
+  /// The levels of the whole source; nothing when out of memory.
   std::optional<Histogram> CountLevels() const;
 
  private:
-  std::uint64_t size() const { return std::uint64_t{width_} * height_; }
+  std::uint64_t size() const { return std::uint64_t{width()} * height(); }
   Histogram CountIndexedLevels() const;
   /// Converts a row and counts its levels. Meanwhile the memory has time to bring the next row.
   void ConvertToGrayWithHistogram(std::uint32_t y, std::uint8_t* gray, LevelCounter& counter) const;
 
-  const std::uint8_t* source_;
-  std::uint32_t width_;
-  std::uint32_t height_;
-  std::uint32_t stride_;
-  std::uint32_t bits_per_pixel_;
+  ImageView source_;
   bool is_valid_;
   GrayLookup lookup_{};
   const GrayKernels& kernels_;

@@ -6,6 +6,7 @@
 
 #include "base/memory.h"
 #include "convert/pixels/gray/gray_kernels.h"
+#include "format/histogram.h"
 
 namespace pixtola {
 
@@ -24,7 +25,7 @@ class LevelCounter {
  private:
   const GrayKernels& kernels_;
   Histogram levels_{};
-  Block<std::uint32_t> pairs_;  ///< null when not worth it, or when memory lacks
+  Block<std::uint32_t> pairs_;  ///< null when not worth it, or when out of memory
 };
 
 }  // namespace pixtola

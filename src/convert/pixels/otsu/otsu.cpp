@@ -8,7 +8,6 @@
 #include "convert/pixels/conversion_arguments.h"
 #include "convert/pixels/gray/gray_rows.h"
 #include "convert/pixels/otsu/pack_kernels.h"
-#include "format/pixel_format.h"
 
 namespace pixtola {
 
@@ -65,59 +64,50 @@ std::uint8_t OtsuThreshold(const Histogram* histogram) {
   return BestSeparation(*histogram, total, weighted);
 }
 
-int PackByThreshold(std::uint8_t threshold, const std::uint8_t* gray, std::uint32_t width,
-                    std::uint32_t height, std::uint8_t* destination,
-                    std::uint32_t destination_stride) {
-  if (gray == nullptr || destination == nullptr || !IsValidStride(width, 1, destination_stride)) {
+int PackByThreshold(std::uint8_t threshold, const ImageView& gray,
+                    const MutableImageView& destination) {
+  if (gray.first_row == nullptr || destination.first_row == nullptr ||
+      !HasValidStride(destination)) {
     return 0;
   }
   const PackKernels& kernels = BestPackKernels();
-  for (std::uint32_t y = 0; y < height; ++y) {
-    kernels.row(threshold, gray + std::size_t{y} * width, width,
-                destination + std::size_t{y} * destination_stride);
+  for (std::uint32_t y = 0; y < destination.height; ++y) {
+    kernels.row(threshold, gray.Row(y), destination.width, destination.Row(y));
   }
   return 1;
 }
 
-void CopyBilevelRows(const std::uint8_t* source, std::uint32_t height, std::uint32_t source_stride,
-                     std::uint8_t* destination, std::uint32_t destination_stride) {
-  const std::uint32_t copied = std::min(source_stride, destination_stride);
-  for (std::uint32_t y = 0; y < height; ++y) {
-    std::uint8_t* row = destination + std::size_t{y} * destination_stride;
-    std::memcpy(row, source + std::size_t{y} * source_stride, copied);
-    std::memset(row + copied, 0, destination_stride - copied);
+void CopyBilevelRows(const ImageView& source, const MutableImageView& destination) {
+  const auto stride = static_cast<std::size_t>(destination.stride);
+  const std::size_t copied = std::min(static_cast<std::size_t>(source.stride), stride);
+  for (std::uint32_t y = 0; y < destination.height; ++y) {
+    std::uint8_t* row = destination.Row(y);
+    std::memcpy(row, source.Row(y), copied);
+    std::memset(row + copied, 0, stride - copied);
   }
 }
 
-int BinarizeOtsu(const std::uint8_t* source, std::uint32_t width, std::uint32_t height,
-                 std::uint32_t source_stride, std::uint32_t source_bits_per_pixel,
-                 std::uint8_t* destination, std::uint32_t destination_stride,
-                 const Gdiplus::ColorPalette* palette) {
-  if (!AreConversionArgumentsValid(source, width, height, source_stride, source_bits_per_pixel,
-                                   destination, destination_stride, 1)) {
-    return 0;
-  }
-  if (source_bits_per_pixel == 1) {
-    CopyBilevelRows(source, height, source_stride, destination, destination_stride);
+int BinarizeOtsu(const ImageView& source, const GrayLookup* lookup,
+                 const MutableImageView& destination) {
+  if (!AreConversionArgumentsValid(source, destination)) return 0;
+  if (source.bits_per_pixel == 1) {
+    CopyBilevelRows(source, destination);
     return 1;
   }
-  const GrayRows rows(source, width, height, source_stride, source_bits_per_pixel, palette);
+  const GrayRows rows(source, lookup);
   if (!rows.IsValid()) return 0;
-  const Block<std::uint8_t> gray = Allocate<std::uint8_t>(width);
+  const Block<std::uint8_t> gray = Allocate<std::uint8_t>(source.width);
   const std::optional<Histogram> levels = rows.CountLevels();
   if (gray == nullptr || !levels) return 0;
   const std::uint8_t threshold = OtsuThreshold(&*levels);
   // As a rule one value divides the black pixels of an 8-bit source from the white ones, and its
   // rows can be packed as they are.
   const std::optional<std::uint8_t> first_white_value = rows.FirstValueFrom(threshold);
-  for (std::uint32_t y = 0; y < height; ++y) {
-    const std::uint8_t* values = rows.SourceRow(y);
-    if (!first_white_value) {
-      rows.ConvertRow(y, width, gray.get());
-      values = gray.get();
-    }
-    PackByThreshold(first_white_value.value_or(threshold), values, width, 1,
-                    destination + std::size_t{y} * destination_stride, destination_stride);
+  if (first_white_value) return PackByThreshold(*first_white_value, source, destination);
+  const PackKernels& kernels = BestPackKernels();
+  for (std::uint32_t y = 0; y < source.height; ++y) {
+    rows.ConvertRow(y, source.width, gray.get());
+    kernels.row(threshold, gray.get(), source.width, destination.Row(y));
   }
   return 1;
 }

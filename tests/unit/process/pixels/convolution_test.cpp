@@ -35,14 +35,17 @@ Bytes ThreeByThree(std::uint8_t around, std::uint8_t centre) {
 /// What the centre of 3 by 3 gray pixels becomes.
 int CentreAfter(const Bytes& source, const Convolution& convolution) {
   Bytes destination(12, kUntouched);
-  EXPECT_EQ(ConvolvePixels(source.data(), destination.data(), 3, 3, 4, 8, convolution), 1);
+  EXPECT_EQ(
+      ConvolvePixels({source.data(), 3, 3, 4, 8}, {destination.data(), 3, 3, 4, 8}, convolution),
+      1);
   return destination[5];
 }
 
 /// Sharpens 8-bit images without padding.
 Bytes Sharpened(const Bytes& source, std::uint32_t width, std::uint32_t height) {
   Bytes destination(source.size(), kUntouched);
-  EXPECT_EQ(ConvolvePixels(source.data(), destination.data(), width, height, width, 8, kSharpening),
+  EXPECT_EQ(ConvolvePixels({source.data(), width, height, width, 8},
+                           {destination.data(), width, height, width, 8}, kSharpening),
             1);
   return destination;
 }
@@ -79,7 +82,9 @@ TEST(ConvolvePixels, ChannelsOf24BitsDoNotMix) {
   Bytes expected = image;
   expected[2 * kStride + 2 * 3 + 1] = 180;
   Bytes destination(image.size(), 0);
-  ASSERT_EQ(ConvolvePixels(image.data(), destination.data(), 6, 5, kStride, 24, kSharpening), 1);
+  ASSERT_EQ(ConvolvePixels({image.data(), 6, 5, kStride, 24},
+                           {destination.data(), 6, 5, kStride, 24}, kSharpening),
+            1);
   EXPECT_EQ(destination, expected);
 }
 
@@ -96,8 +101,8 @@ TEST(ConvolvePixels, CoefficientsGoRowByRowFromTheTopLeft) {
         Convolution only_one{{}, 1, 0};
         only_one.coefficients[k] = 3;
         Bytes destination(image.size(), kUntouched);
-        ASSERT_EQ(ConvolvePixels(image.data(), destination.data(), 3, 3, stride,
-                                 bytes_per_pixel * 8, only_one),
+        ASSERT_EQ(ConvolvePixels({image.data(), 3, 3, stride, bytes_per_pixel * 8},
+                                 {destination.data(), 3, 3, stride, bytes_per_pixel * 8}, only_one),
                   1);
         for (std::uint32_t byte = 0; byte < bytes_per_pixel; ++byte) {
           EXPECT_EQ(destination[stride + bytes_per_pixel + byte], k == i ? 3 * (50 + byte) : 0)
@@ -148,9 +153,13 @@ TEST(ConvolvePixels, TheOffsetDoesNotWrap) {
 TEST(ConvolvePixels, ADivisorOfZeroIsRefusedBeforeAnythingIsWritten) {
   const Bytes image = ThreeByThree(1, 2);
   Bytes destination(12, kUntouched);
-  EXPECT_EQ(ConvolvePixels(image.data(), destination.data(), 3, 3, 4, 8, OnlyCentre(1, 0, 0)), 0);
+  EXPECT_EQ(ConvolvePixels({image.data(), 3, 3, 4, 8}, {destination.data(), 3, 3, 4, 8},
+                           OnlyCentre(1, 0, 0)),
+            0);
   // Even where nothing would be divided.
-  EXPECT_EQ(ConvolvePixels(image.data(), destination.data(), 2, 2, 4, 8, OnlyCentre(1, 0, 0)), 0);
+  EXPECT_EQ(ConvolvePixels({image.data(), 2, 2, 4, 8}, {destination.data(), 2, 2, 4, 8},
+                           OnlyCentre(1, 0, 0)),
+            0);
   EXPECT_EQ(destination, Bytes(12, kUntouched));
 }
 
@@ -159,13 +168,15 @@ TEST(ConvolvePixels, WrongArgumentsAreRefusedBeforeAnythingIsWritten) {
   Bytes written(image.size(), kUntouched);
   const std::uint8_t* source = image.data();
   std::uint8_t* destination = written.data();
-  EXPECT_EQ(ConvolvePixels(nullptr, destination, 3, 3, 4, 8, kSharpening), 0);
-  EXPECT_EQ(ConvolvePixels(source, nullptr, 3, 3, 4, 8, kSharpening), 0);
-  EXPECT_EQ(ConvolvePixels(source, destination, 5, 3, 4, 8, kSharpening), 0);
-  EXPECT_EQ(ConvolvePixels(source, destination, 3, 3, 5, 8, kSharpening), 0);
-  EXPECT_EQ(ConvolvePixels(source, destination, 3, 3, 8, 24, kSharpening), 0);
+  EXPECT_EQ(ConvolvePixels({nullptr, 3, 3, 4, 8}, {destination, 3, 3, 4, 8}, kSharpening), 0);
+  EXPECT_EQ(ConvolvePixels({source, 3, 3, 4, 8}, {nullptr, 3, 3, 4, 8}, kSharpening), 0);
+  EXPECT_EQ(ConvolvePixels({source, 5, 3, 4, 8}, {destination, 5, 3, 4, 8}, kSharpening), 0);
+  EXPECT_EQ(ConvolvePixels({source, 3, 3, 5, 8}, {destination, 3, 3, 5, 8}, kSharpening), 0);
+  EXPECT_EQ(ConvolvePixels({source, 3, 3, 8, 24}, {destination, 3, 3, 8, 24}, kSharpening), 0);
   for (const std::uint32_t depth : {0U, 1U, 4U, 16U, 32U, 48U, 64U}) {
-    EXPECT_EQ(ConvolvePixels(source, destination, 3, 3, 64, depth, kSharpening), 0) << depth;
+    EXPECT_EQ(
+        ConvolvePixels({source, 3, 3, 64, depth}, {destination, 3, 3, 64, depth}, kSharpening), 0)
+        << depth;
   }
   EXPECT_EQ(written, Bytes(image.size(), kUntouched));
 }
@@ -174,9 +185,9 @@ TEST(ConvolvePixels, RowsOf4GiBAreRefusedThoughTheirStrideCheckWraps) {
   const Bytes image(12, 1);
   Bytes destination(12, kUntouched);
   // 3 * 0x55555556 is 2 in 32 bits.
-  EXPECT_EQ(
-      ConvolvePixels(image.data(), destination.data(), 0x55555556, 3, 4, 24, kSharpeningDoubled),
-      0);
+  EXPECT_EQ(ConvolvePixels({image.data(), 0x55555556, 3, 4, 24},
+                           {destination.data(), 0x55555556, 3, 4, 24}, kSharpeningDoubled),
+            0);
   EXPECT_EQ(destination, Bytes(12, kUntouched));
 }
 
@@ -203,8 +214,9 @@ void CheckSmallImages(std::uint32_t bytes_per_pixel, const Convolution& convolut
         }
       }
       Bytes destination(source.size(), kUntouched);
-      ASSERT_EQ(ConvolvePixels(source.data(), destination.data(), width, height, stride,
-                               bytes_per_pixel * 8, convolution),
+      ASSERT_EQ(ConvolvePixels({source.data(), width, height, stride, bytes_per_pixel * 8},
+                               {destination.data(), width, height, stride, bytes_per_pixel * 8},
+                               convolution),
                 1);
       ASSERT_EQ(destination, expected) << width << " by " << height;
     }

@@ -26,9 +26,9 @@ constexpr std::uint32_t kBlack = 0x000000;
 /// One row, blue first.
 Bytes Recolored(Bytes pixels, std::uint32_t find, std::uint32_t replacement,
                 std::uint8_t tolerance) {
-  RecolorRows(MakeRecoloring(find, replacement, tolerance), pixels.data(),
-              static_cast<std::uint32_t>(pixels.size() / 4), 1,
-              static_cast<std::ptrdiff_t>(pixels.size()));
+  RecolorRows(MakeRecoloring(find, replacement, tolerance),
+              {pixels.data(), static_cast<std::uint32_t>(pixels.size() / 4), 1,
+               static_cast<std::ptrdiff_t>(pixels.size()), 32});
   return pixels;
 }
 
@@ -114,7 +114,7 @@ TEST(Recolor, RowsMayGoDownwardAndTheirPaddingStays) {
     std::copy(red.begin(), red.end(), pixels.begin() + static_cast<std::ptrdiff_t>(y * 12));
   }
   // The last two rows, from the last one on.
-  RecolorRows(MakeRecoloring(kRed, kBlue, 0), pixels.data() + 24, 2, 2, -12);
+  RecolorRows(MakeRecoloring(kRed, kBlue, 0), {pixels.data() + 24, 2, 2, -12, 32});
   EXPECT_EQ(pixels, (Bytes{0,   0, 255, 255, /**/ 0,   0, 255, 255, /**/ 0xA5, 0xA5, 0xA5, 0xA5,
                            255, 0, 0,   255, /**/ 255, 0, 0,   255, /**/ 0xA5, 0xA5, 0xA5, 0xA5,
                            255, 0, 0,   255, /**/ 255, 0, 0,   255, /**/ 0xA5, 0xA5, 0xA5, 0xA5}));
@@ -122,8 +122,8 @@ TEST(Recolor, RowsMayGoDownwardAndTheirPaddingStays) {
 
 TEST(Recolor, EmptyImagesAreLeft) {
   std::uint8_t untouched[4] = {0, 0, 255, 255};
-  RecolorRows(MakeRecoloring(kRed, kBlue, 0), untouched, 0, 1, 4);
-  RecolorRows(MakeRecoloring(kRed, kBlue, 0), untouched, 1, 0, 4);
+  RecolorRows(MakeRecoloring(kRed, kBlue, 0), {untouched, 0, 1, 4, 32});
+  RecolorRows(MakeRecoloring(kRed, kBlue, 0), {untouched, 1, 0, 4, 32});
   EXPECT_EQ(untouched[2], 255);
 }
 
@@ -164,8 +164,8 @@ TEST(Recolor, RandomImagesFollowTheRuleForOnePixel) {
         RecolorPixel(find, replacement, tolerance, &expected[y * kStride + x * 4]);
       }
     }
-    RecolorRows(MakeRecoloring(find, replacement, tolerance), pixels.data(), kWidth, kHeight,
-                kStride);
+    RecolorRows(MakeRecoloring(find, replacement, tolerance),
+                {pixels.data(), kWidth, kHeight, kStride, 32});
     ASSERT_EQ(pixels, expected) << "seed " << seed;
   }
 }

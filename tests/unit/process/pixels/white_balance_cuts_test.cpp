@@ -23,7 +23,7 @@ namespace {
 using Counts = std::vector<std::pair<std::uint32_t, std::uint32_t>>;  // level and pixels
 
 LevelCuts CutsOf(const Counts& given, std::uint32_t clip_count) {
-  LevelCounts counts{};
+  Histogram counts{};
   for (const auto& [level, pixels] : given) counts[level] = pixels;
   return FindCuts(counts, clip_count);
 }
@@ -94,8 +94,8 @@ TEST(FindCuts, WrapsDistancesAt32Bits) {
 TEST(AddLevels, CountsEveryChannelOnTopOfWhatThereIs) {
   for (const std::uint32_t channels : {1U, 3U, 4U}) {
     for (std::uint32_t pixel_count = 0; pixel_count < 20; ++pixel_count) {
-      ChannelLevelCounts counts{};
-      ChannelLevelCounts expected{};
+      ChannelHistograms counts{};
+      ChannelHistograms expected{};
       counts[0][3] = expected[0][3] = 1000;
       std::vector<std::uint8_t> pixels;
       for (std::uint32_t i = 0; i < pixel_count * channels; ++i) {

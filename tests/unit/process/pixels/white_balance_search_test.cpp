@@ -18,7 +18,7 @@ std::uint32_t Below(std::uint32_t end, std::mt19937& random) {
 
 // ---------------------------------------------------------------------------------------- Decide
 
-EndSums SumsOf(const LevelCounts& counts, bool is_bright_end) {
+EndSums SumsOf(const Histogram& counts, bool is_bright_end) {
   EndSums sums{};
   sums.last = is_bright_end ? 254 : 255;
   std::int64_t sum = 0;
@@ -35,8 +35,8 @@ int CutOf(const Decision& decision, bool is_bright_end) {
 }
 
 /// Few levels and small counts, so that ties, gaps and clip counts that are met exactly are common.
-LevelCounts RandomCounts(std::mt19937& random) {
-  LevelCounts counts{};
+Histogram RandomCounts(std::mt19937& random) {
+  Histogram counts{};
   const std::uint32_t levels = Below(40, random);
   for (std::uint32_t i = 0; i < levels; ++i) {
     const std::uint32_t level = Below(3, random) == 0 ? Below(256, random) : 100 + Below(8, random);
@@ -51,7 +51,7 @@ LevelCounts RandomCounts(std::mt19937& random) {
 TEST(Decide, AgreesWithTheRuleWhenAllSumsAreKnown) {
   std::mt19937 random(1);
   for (int round = 0; round < 20000; ++round) {
-    const LevelCounts counts = RandomCounts(random);
+    const Histogram counts = RandomCounts(random);
     const std::uint32_t clip_count = Below(3, random) == 0 ? 0 : Below(40, random);
     const LevelCuts cuts = FindCuts(counts, clip_count);
     for (const bool is_bright_end : {false, true}) {
@@ -65,7 +65,7 @@ TEST(Decide, AgreesWithTheRuleWhenAllSumsAreKnown) {
 TEST(Decide, AgreesWithTheRuleOrNamesUnknownSumsThatLeadToIt) {
   std::mt19937 random(2);
   for (int round = 0; round < 20000; ++round) {
-    const LevelCounts counts = RandomCounts(random);
+    const Histogram counts = RandomCounts(random);
     const std::uint32_t clip_count = Below(3, random) == 0 ? 0 : Below(40, random);
     const LevelCuts cuts = FindCuts(counts, clip_count);
     for (const bool is_bright_end : {false, true}) {
@@ -91,7 +91,7 @@ TEST(Decide, AgreesWithTheRuleOrNamesUnknownSumsThatLeadToIt) {
 }
 
 TEST(Decide, HoldsUpToTheLargestSums) {
-  LevelCounts counts{};
+  Histogram counts{};
   counts[10] = 0x7FFFFFFE;
   counts[20] = 1;
   for (const std::uint32_t clip_count : {0U, 0x3FFFFFFFU, 0x40000000U, 0x7FFFFFFEU, 0x7FFFFFFFU}) {
@@ -101,14 +101,13 @@ TEST(Decide, HoldsUpToTheLargestSums) {
   }
 }
 
-// ------------------------------------------------------------------------------- FindChannelCuts
+// ------------------------------------------------------------------------------- FindCutsBySearch
 
 int g_passes = 0;
 
-/// The plain kernels as if they were fast, with their passes counted.
+/// The plain kernels with their passes counted.
 WhiteBalanceKernels CountedKernels() {
   WhiteBalanceKernels kernels = kPlainWhiteBalanceKernels;
-  kernels.counts_windows_fast = true;
   kernels.count_windows = [](const std::uint8_t* pixels, std::uint64_t pixel_count,
                              std::uint32_t channels, const ChannelWindowStarts& starts,
                              ChannelWindowCounts& counts) {
@@ -163,13 +162,13 @@ std::vector<std::uint8_t> Fill(const Content& content, std::uint32_t size) {
 void ExpectRuleCuts(const WhiteBalanceKernels& kernels, const Content& content,
                     std::uint32_t channels, std::uint32_t pixel_count) {
   const std::vector<std::uint8_t> bytes = Fill(content, pixel_count * channels);
-  ChannelLevelCounts counts{};
+  ChannelHistograms counts{};
   AddLevels(bytes.data(), pixel_count, channels, counts);
   for (const float fraction : {0.0F, 0.00001F, 0.001F, 0.01F, 0.25F, 0.5F, 0.9F, 1.0F}) {
     const std::uint32_t clip_count = ClipCount(pixel_count, fraction);
     g_passes = 0;
     const ChannelCuts cuts =
-        FindChannelCuts(kernels, bytes.data(), pixel_count, channels, clip_count);
+        FindCutsBySearch(kernels, bytes.data(), pixel_count, channels, clip_count);
     for (std::uint32_t c = 0; c < channels; ++c) {
       const LevelCuts expected = FindCuts(counts[c], clip_count);
       ASSERT_EQ(int{cuts[c].low}, int{expected.low}) << content.name << " clipped by " << fraction;
@@ -183,11 +182,11 @@ void ExpectRuleCuts(const WhiteBalanceKernels& kernels, const Content& content,
   }
 }
 
-TEST(FindChannelCuts, FindsTheCutsOfTheRuleInOnePassWhereTheSampleTells) {
+TEST(FindCutsBySearch, FindsTheCutsOfTheRuleInOnePassWhereTheSampleTells) {
   for (const Content& content : kContents) ExpectRuleCuts(CountedKernels(), content, 1, 300000);
 }
 
-TEST(FindChannelCuts, FindsTheCutsOfAllChannels) {
+TEST(FindCutsBySearch, FindsTheCutsOfAllChannels) {
   for (const Content& content : kContents) {
     const Content any_passes{content.name, content.value, 0};
     for (const std::uint32_t channels : {3U, 4U}) {
@@ -196,21 +195,21 @@ TEST(FindChannelCuts, FindsTheCutsOfAllChannels) {
   }
 }
 
-TEST(FindChannelCuts, CountsAllLevelsOfFewPixels) {
+TEST(FindCutsBySearch, CountsAllLevelsOfFewPixels) {
   const std::vector<std::uint8_t> bytes = {50, 50, 200, 200};
   g_passes = 0;
-  const ChannelCuts cuts = FindChannelCuts(CountedKernels(), bytes.data(), 4, 1, 0);
+  const ChannelCuts cuts = FindCutsBySearch(CountedKernels(), bytes.data(), 4, 1, 0);
   EXPECT_EQ(int{cuts[0].low}, 50);
   EXPECT_EQ(int{cuts[0].high}, 200);
   EXPECT_EQ(g_passes, 0);
 }
 
-TEST(FindChannelCuts, CountsAllLevelsWhereTheWindowsDoNotFindTheCut) {
+TEST(FindCutsBySearch, CountsAllLevelsWhereTheWindowsDoNotFindTheCut) {
   // One dark pixel far from all others, which the sample misses.
   std::vector<std::uint8_t> bytes(300000, 200);
   bytes[150001] = 90;
   g_passes = 0;
-  const ChannelCuts cuts = FindChannelCuts(CountedKernels(), bytes.data(), 300000, 1, 0);
+  const ChannelCuts cuts = FindCutsBySearch(CountedKernels(), bytes.data(), 300000, 1, 0);
   EXPECT_EQ(int{cuts[0].low}, 90);
   EXPECT_EQ(int{cuts[0].high}, 200);
   EXPECT_EQ(g_passes, 3);
