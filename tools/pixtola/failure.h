@@ -1,4 +1,4 @@
-// A failure that ends the run: one sentence for the user, exit status 1.
+// What ends a run before its work is done: one sentence for the user.
 #ifndef PIXTOLA_TOOL_FAILURE_H_
 #define PIXTOLA_TOOL_FAILURE_H_
 
@@ -6,7 +6,14 @@
 
 namespace pixtola::tool {
 
+/// The work failed: exit status 1.
 class Failure : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+/// Something was asked wrongly, which the parser could not tell: exit status 2.
+class WrongUsage : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };

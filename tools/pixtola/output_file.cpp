@@ -6,8 +6,6 @@
 
 #include <array>
 #include <cerrno>
-#include <climits>
-#include <csignal>
 #include <cstring>
 #include <filesystem>
 #include <optional>
@@ -20,51 +18,6 @@
 namespace pixtola::tool {
 
 namespace {
-
-/// The signals by which users, terminals, timers, limits and readers that go away end a process.
-constexpr int kEndingSignals[] = {SIGHUP,  SIGINT,  SIGQUIT, SIGTERM, SIGXCPU,
-                                  SIGPIPE, SIGALRM, SIGUSR1, SIGUSR2};
-
-/// The temporary file that a signal must remove; empty when there is none. A signal handler can
-/// read no std::string.
-std::array<char, PATH_MAX> path_to_remove{};
-
-void RemoveTemporaryAndDie(int signal) {
-  if (path_to_remove[0] != '\0') ::unlink(path_to_remove.data());
-  // The handler was installed for one signal: the second one ends the process as it always does.
-  (void)::raise(signal);
-}
-
-/// Holds the ending signals back while it lives.
-class SignalsHeldBack {
- public:
-  SignalsHeldBack() {
-    sigset_t signals;
-    ::sigemptyset(&signals);
-    for (const int signal : kEndingSignals) ::sigaddset(&signals, signal);
-    ::sigprocmask(SIG_BLOCK, &signals, &before_);
-  }
-  SignalsHeldBack(const SignalsHeldBack&) = delete;
-  SignalsHeldBack& operator=(const SignalsHeldBack&) = delete;
-  ~SignalsHeldBack() { ::sigprocmask(SIG_SETMASK, &before_, nullptr); }
-
- private:
-  sigset_t before_{};
-};
-
-void RemoveOnSignals(const std::string& path) {
-  if (path.size() >= path_to_remove.size()) return;
-  std::memcpy(path_to_remove.data(), path.c_str(), path.size() + 1);
-  for (const int signal : kEndingSignals) {
-    struct sigaction action {};
-    // Signals that whoever started the tool has it ignore (nohup does) stay ignored.
-    if (::sigaction(signal, nullptr, &action) != 0 || action.sa_handler == SIG_IGN) continue;
-    action = {};
-    action.sa_handler = RemoveTemporaryAndDie;
-    action.sa_flags = static_cast<int>(SA_RESETHAND);
-    ::sigaction(signal, &action, nullptr);
-  }
-}
 
 [[noreturn]] void FailToWrite(const std::string& path, int error) {
   throw Failure("Cannot write " + Quoted(path) + ": " + std::strerror(error) + ".");
@@ -84,12 +37,6 @@ std::string FollowLinks(const std::string& path) {
   return followed.string();
 }
 
-mode_t PermissionsOfNewFiles() {
-  const mode_t mask = ::umask(0);
-  ::umask(mask);
-  return 0666 & ~mask;
-}
-
 }  // namespace
 
 OutputFile::OutputFile(const std::string& path) : path_(path), target_path_(FollowLinks(path)) {
@@ -99,24 +46,28 @@ OutputFile::OutputFile(const std::string& path) : path_(path), target_path_(Foll
     throw Failure("Cannot write " + Quoted(path) + ": it is not a regular file.");
   }
   if (exists && ::access(target_path_.c_str(), W_OK) != 0) FailToWrite(path, errno);
-  CreateTemporary();
+  CreateTemporary(exists);
 }
 
-void OutputFile::CreateTemporary() {
+void OutputFile::CreateTemporary(bool replaces_file) {
   const std::filesystem::path folder = std::filesystem::path(target_path_).parent_path();
+  // The system takes off what its user's new files lack. What replaces a file is nobody else's
+  // until it has that file's permissions.
+  const mode_t permissions = replaces_file ? 0600 : 0666;
   std::random_device random;
   const SignalsHeldBack held_back;  // until a signal would find the file
   for (int attempt = 0; attempt < 100; ++attempt) {
     const std::string path = (folder / (".pixtola-" + std::to_string(random()) + ".tmp")).string();
     const std::optional<std::wstring> wide = WideFromUtf8(path);
     if (!wide.has_value()) throw Failure("The name " + Quoted(path_) + " is not valid UTF-8.");
-    const int descriptor = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    const int descriptor =
+        ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, permissions);
     if (descriptor < 0 && errno == EEXIST) continue;
     if (descriptor < 0) FailToWrite(path_, errno);
     descriptor_ = descriptor;
     temporary_path_ = path;
     wide_temporary_path_ = *wide;
-    RemoveOnSignals(path);
+    removal_.Begin(temporary_path_.c_str());
     return;
   }
   FailToWrite(path_, EEXIST);
@@ -124,7 +75,7 @@ void OutputFile::CreateTemporary() {
 
 OutputFile::~OutputFile() {
   if (!temporary_path_.empty()) ::unlink(temporary_path_.c_str());
-  path_to_remove[0] = '\0';
+  removal_.End();
   if (descriptor_ >= 0) ::close(descriptor_);
 }
 
@@ -148,10 +99,9 @@ void OutputFile::Commit() {
         permissions &= ~mode_t{070};
     }
     (void)!::fchmod(descriptor_, permissions);
-  } else {
-    (void)!::fchmod(descriptor_, PermissionsOfNewFiles());
   }
   if (::rename(temporary_path_.c_str(), target_path_.c_str()) != 0) FailToWrite(path_, errno);
+  removal_.End();
   temporary_path_.clear();
 }
 

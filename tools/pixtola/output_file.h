@@ -5,6 +5,8 @@
 
 #include <string>
 
+#include "removal_on_signal.h"
+
 namespace pixtola::tool {
 
 class OutputFile {
@@ -27,11 +29,12 @@ class OutputFile {
   std::string ExplainWriteFailure() const;
 
  private:
-  void CreateTemporary();
+  void CreateTemporary(bool replaces_file);
 
   std::string path_;         ///< as the user gave it, for messages
   std::string target_path_;  ///< symbolic links followed
   std::string temporary_path_;
+  RemovalOnSignal removal_;
   std::wstring wide_temporary_path_;
   int descriptor_ = -1;  ///< of the temporary file, whatever its name leads to meanwhile
 };
