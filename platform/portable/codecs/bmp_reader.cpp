@@ -9,7 +9,7 @@
 
 #include "codecs/codec.h"
 #include "codecs/resolution.h"
-#include "decode_limit.h"
+#include "shared/decode_limit.h"
 
 namespace pixtola::portable {
 

@@ -9,7 +9,7 @@
 #include <optional>
 
 #include "codecs/codec.h"
-#include "codecs/handles.h"
+#include "codecs/gif_handles.h"
 
 namespace pixtola::portable {
 

@@ -10,7 +10,7 @@
 #include <array>
 
 #include "codecs/codec.h"
-#include "codecs/handles.h"
+#include "codecs/gif_handles.h"
 #include "imaging/argb.h"
 #include "imaging/color_rows.h"
 #include "imaging/indexed_rows.h"

@@ -9,10 +9,10 @@
 #include <cstring>
 
 #include "codecs/codec.h"
-#include "codecs/handles.h"
+#include "codecs/png_handles.h"
 #include "codecs/resolution.h"
-#include "decode_limit.h"
 #include "imaging/color_rows.h"
+#include "shared/decode_limit.h"
 
 namespace pixtola::portable {
 

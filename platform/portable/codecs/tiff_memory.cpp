@@ -11,7 +11,7 @@
 #include <cstring>
 #include <limits>
 
-#include "tiff_files.h"
+#include "shared/tiff_files.h"
 
 namespace pixtola::portable {
 

@@ -5,7 +5,7 @@
 #include <cstdint>
 
 #include "codecs/codec.h"
-#include "codecs/handles.h"
+#include "codecs/tiff_handles.h"
 
 namespace pixtola::portable {
 

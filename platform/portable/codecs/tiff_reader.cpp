@@ -7,8 +7,8 @@
 #include "codecs/resolution.h"
 #include "codecs/tiff_memory.h"
 #include "codecs/tiff_page.h"
-#include "decode_limit.h"
-#include "tiff_files.h"
+#include "shared/decode_limit.h"
+#include "shared/tiff_files.h"
 
 namespace pixtola::portable {
 

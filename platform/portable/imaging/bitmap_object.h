@@ -9,8 +9,8 @@
 #include <memory>
 #include <optional>
 
+#include "base/heap_bytes.h"
 #include "imaging/frames.h"
-#include "imaging/heap_bytes.h"
 #include "imaging/palette.h"
 #include "imaging/pixel_format.h"
 #include "pixtola/portable/gdiplus.h"

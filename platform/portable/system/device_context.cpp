@@ -5,8 +5,8 @@
 #include <memory>
 #include <new>
 
+#include "base/handle_table.h"
 #include "pixtola/portable/gdi.h"
-#include "system/handle_table.h"
 
 namespace pixtola::portable {
 

@@ -8,7 +8,7 @@
 #include <new>
 #include <optional>
 
-#include "system/handle_table.h"
+#include "base/handle_table.h"
 
 namespace pixtola::portable {
 

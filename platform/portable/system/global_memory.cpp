@@ -11,6 +11,8 @@
 #include <limits>
 #include <new>
 
+#include "base/owners.h"
+
 namespace pixtola::portable {
 
 namespace {
@@ -42,14 +44,11 @@ HGLOBAL AllocateFixed(std::size_t size) {
 }
 
 HGLOBAL AllocateMovable(std::size_t size) {
-  auto* bytes = size > 0 ? static_cast<BYTE*>(std::malloc(size)) : nullptr;
+  HeapBytes bytes(size > 0 ? static_cast<BYTE*>(std::malloc(size)) : nullptr);
   if (size > 0 && bytes == nullptr) return nullptr;
   void* record = std::malloc(sizeof(Block));
-  if (record == nullptr) {
-    std::free(bytes);
-    return nullptr;
-  }
-  ::new (record) Block{bytes, size, size};
+  if (record == nullptr) return nullptr;
+  ::new (record) Block{bytes.release(), size, size};
   return static_cast<BYTE*>(record) + kMovableMark;
 }
 

@@ -8,8 +8,8 @@
 #include <optional>
 #include <span>
 
-#include "tiff_data.h"
-#include "tiff_files.h"
+#include "shared/tiff_data.h"
+#include "shared/tiff_files.h"
 
 namespace pixtola::platform {
 

@@ -1,11 +1,11 @@
 // The process-wide limit on what a file may make a decoder allocate: a header of a few bytes can
 // claim gigabytes. Bitmaps made from a caller's own buffer are never limited.
-#ifndef PIXTOLA_PLATFORM_DECODE_LIMIT_H_
-#define PIXTOLA_PLATFORM_DECODE_LIMIT_H_
+#ifndef PIXTOLA_PLATFORM_SHARED_DECODE_LIMIT_H_
+#define PIXTOLA_PLATFORM_SHARED_DECODE_LIMIT_H_
 
 #include <cstdint>
 
-#include "export.h"
+#include "shared/export.h"
 
 namespace pixtola::platform {
 
@@ -43,4 +43,4 @@ class DecodeWithoutLimit {
 
 }  // namespace pixtola::platform
 
-#endif  // PIXTOLA_PLATFORM_DECODE_LIMIT_H_
+#endif  // PIXTOLA_PLATFORM_SHARED_DECODE_LIMIT_H_

@@ -1,7 +1,7 @@
 // The bytes of a TIFF file below libtiff: directories and coded data, looked at before libtiff
 // reads or decodes them.
-#ifndef PIXTOLA_PLATFORM_TIFF_DATA_H_
-#define PIXTOLA_PLATFORM_TIFF_DATA_H_
+#ifndef PIXTOLA_PLATFORM_SHARED_TIFF_DATA_H_
+#define PIXTOLA_PLATFORM_SHARED_TIFF_DATA_H_
 
 #include <tiffio.h>
 
@@ -45,4 +45,4 @@ JpegKind WorstJpegKind(TIFF* tiff, std::uint32_t chunks);
 
 }  // namespace pixtola::platform
 
-#endif  // PIXTOLA_PLATFORM_TIFF_DATA_H_
+#endif  // PIXTOLA_PLATFORM_SHARED_TIFF_DATA_H_

@@ -1,11 +1,11 @@
 // Memory for whole images: the system hands it out in pages, and to get thousands of small ones
 // costs more than to fill them.
-#ifndef PIXTOLA_PLATFORM_LARGE_PAGES_H_
-#define PIXTOLA_PLATFORM_LARGE_PAGES_H_
+#ifndef PIXTOLA_PLATFORM_SHARED_LARGE_PAGES_H_
+#define PIXTOLA_PLATFORM_SHARED_LARGE_PAGES_H_
 
 #include <cstdint>
 
-#include "export.h"
+#include "shared/export.h"
 
 namespace pixtola::platform {
 
@@ -16,4 +16,4 @@ PIXTOLA_PLATFORM_SHARED void PreferLargePages(void* memory, std::uint64_t size);
 
 }  // namespace pixtola::platform
 
-#endif  // PIXTOLA_PLATFORM_LARGE_PAGES_H_
+#endif  // PIXTOLA_PLATFORM_SHARED_LARGE_PAGES_H_

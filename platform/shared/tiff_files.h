@@ -1,12 +1,12 @@
 // How TIFF files are opened, and what libtiff is allowed when it reads: which compressions, which
 // pages, and how much memory at once.
-#ifndef PIXTOLA_PLATFORM_TIFF_FILES_H_
-#define PIXTOLA_PLATFORM_TIFF_FILES_H_
+#ifndef PIXTOLA_PLATFORM_SHARED_TIFF_FILES_H_
+#define PIXTOLA_PLATFORM_SHARED_TIFF_FILES_H_
 
 #include <cstdint>
 #include <memory>
 
-#include "export.h"
+#include "shared/export.h"
 
 struct tiff;  // libtiff's TIFF
 struct TIFFOpenOptions;
@@ -46,4 +46,4 @@ PIXTOLA_PLATFORM_SHARED tiff* OpenTiffFile(const wchar_t* path, const char* mode
 
 }  // namespace pixtola::platform
 
-#endif  // PIXTOLA_PLATFORM_TIFF_FILES_H_
+#endif  // PIXTOLA_PLATFORM_SHARED_TIFF_FILES_H_

@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <limits>
 
-#include "decode_limit.h"
-#include "tiff_files.h"
+#include "shared/decode_limit.h"
+#include "shared/tiff_files.h"
 
 namespace pixtola::platform {
 

@@ -1,4 +1,4 @@
-#include "tiff_data.h"
+#include "shared/tiff_data.h"
 
 #include <algorithm>
 #include <array>

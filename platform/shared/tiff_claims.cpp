@@ -6,9 +6,9 @@
 #include <cmath>
 #include <limits>
 
-#include "decode_limit.h"
-#include "tiff_data.h"
-#include "tiff_files.h"
+#include "shared/decode_limit.h"
+#include "shared/tiff_data.h"
+#include "shared/tiff_files.h"
 
 namespace pixtola::platform {
 

@@ -1,4 +1,4 @@
-#include "decode_limit.h"
+#include "shared/decode_limit.h"
 
 #include <atomic>
 
