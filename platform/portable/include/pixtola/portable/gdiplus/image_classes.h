@@ -1,20 +1,13 @@
-// GDI+'s wrapper classes, inline over the flat API as in the real headers: an object holds a native
-// handle and the status of its last failed call.
-#ifndef PIXTOLA_PORTABLE_GDIPLUS_CLASSES_H_
-#define PIXTOLA_PORTABLE_GDIPLUS_CLASSES_H_
+// The wrapper classes of images, inline over the flat API as in the real headers: an object holds a
+// native handle and the status of its last failed call.
+#ifndef PIXTOLA_PORTABLE_GDIPLUS_IMAGE_CLASSES_H_
+#define PIXTOLA_PORTABLE_GDIPLUS_IMAGE_CLASSES_H_
 
-#include "pixtola/portable/gdiplus_flat.h"
+#include "pixtola/portable/gdiplus/base_class.h"
+#include "pixtola/portable/gdiplus/flat_image.h"
+#include "pixtola/portable/gdiplus/flat_palette.h"
 
 namespace Gdiplus {
-
-/// Objects come from GdipAlloc and return to GdipFree, whoever deletes them.
-class GdiplusBase {
- public:
-  static void* operator new(std::size_t size) noexcept { return DllExports::GdipAlloc(size); }
-  static void* operator new[](std::size_t size) noexcept { return DllExports::GdipAlloc(size); }
-  static void operator delete(void* memory) { DllExports::GdipFree(memory); }
-  static void operator delete[](void* memory) { DllExports::GdipFree(memory); }
-};
 
 class Image : public GdiplusBase {
  public:
@@ -162,4 +155,4 @@ class Bitmap : public Image {
 
 }  // namespace Gdiplus
 
-#endif  // PIXTOLA_PORTABLE_GDIPLUS_CLASSES_H_
+#endif  // PIXTOLA_PORTABLE_GDIPLUS_IMAGE_CLASSES_H_
