@@ -3,36 +3,26 @@
 #include <tiffio.h>
 
 #include <algorithm>
-#include <cmath>
 #include <limits>
 
 #include "shared/decode_limit.h"
 #include "shared/tiff_data.h"
 #include "shared/tiff_files.h"
+#include "shared/tiff_page.h"
 
 namespace pixtola::platform {
 
 namespace {
 
-/// What the tags of a page claim.
-struct Claim {
-  std::uint32_t width = 0;
-  std::uint32_t height = 0;
-  std::uint32_t chunk_width = 0;  ///< of a strip or tile
-  std::uint32_t chunk_height = 0;
-  std::uint32_t chunks = 0;
-  bool is_tiled = false;
-  std::uint16_t bits = 1;  ///< of a sample
-  std::uint16_t samples = 1;
-  std::uint16_t compression = COMPRESSION_NONE;
-  std::uint16_t photometric = PHOTOMETRIC_MINISBLACK;
-  std::uint16_t fill_order = FILLORDER_MSB2LSB;
+/// What the tags of a page claim. The products can be larger than any integer.
+struct Claim : TiffPage {
+  explicit Claim(TIFF* tiff)
+      : TiffPage(ReadTiffPage(tiff)),
+        chunks(is_tiled ? TIFFNumberOfTiles(tiff) : TIFFNumberOfStrips(tiff)) {}
 
-  // Tiles reach beyond the page, by as much as the file says, and are decoded whole. The products
-  // can be larger than any integer.
-  double decoded_width() const { return RoundedUp(width, chunk_width); }
-  double decoded_height() const { return is_tiled ? RoundedUp(height, chunk_height) : height; }
-  double area() const { return decoded_width() * decoded_height(); }
+  double area() const {
+    return static_cast<double>(decoded_width()) * static_cast<double>(decoded_height());
+  }
   double pixels() const { return area() * std::max(1, (samples + 3) / 4); }
   /// The bytes that all samples take uncompressed, at least: the colours of YCbCr may be stored for
   /// some pixels only.
@@ -40,34 +30,8 @@ struct Claim {
     return area() * (photometric == PHOTOMETRIC_YCBCR ? 1 : samples) * bits / 8;
   }
 
- private:
-  static double RoundedUp(std::uint32_t size, std::uint32_t unit) {
-    return unit == 0 ? size : std::ceil(static_cast<double>(size) / unit) * unit;
-  }
+  std::uint32_t chunks;  ///< strips or tiles
 };
-
-Claim ReadClaim(TIFF* tiff) {
-  Claim claim;
-  TIFFGetField(tiff, TIFFTAG_IMAGEWIDTH, &claim.width);
-  TIFFGetField(tiff, TIFFTAG_IMAGELENGTH, &claim.height);
-  TIFFGetField(tiff, TIFFTAG_BITSPERSAMPLE, &claim.bits);
-  TIFFGetField(tiff, TIFFTAG_SAMPLESPERPIXEL, &claim.samples);
-  TIFFGetField(tiff, TIFFTAG_COMPRESSION, &claim.compression);
-  TIFFGetField(tiff, TIFFTAG_PHOTOMETRIC, &claim.photometric);
-  TIFFGetFieldDefaulted(tiff, TIFFTAG_FILLORDER, &claim.fill_order);
-  claim.is_tiled = TIFFIsTiled(tiff) != 0;
-  claim.chunk_width = claim.width;
-  if (claim.is_tiled) {
-    TIFFGetField(tiff, TIFFTAG_TILEWIDTH, &claim.chunk_width);
-    TIFFGetField(tiff, TIFFTAG_TILELENGTH, &claim.chunk_height);
-    claim.chunks = TIFFNumberOfTiles(tiff);
-  } else {
-    TIFFGetFieldDefaulted(tiff, TIFFTAG_ROWSPERSTRIP, &claim.chunk_height);
-    claim.chunk_height = std::min(claim.chunk_height, claim.height);
-    claim.chunks = TIFFNumberOfStrips(tiff);
-  }
-  return claim;
-}
 
 /// A size that may be beyond what can be counted.
 std::uint64_t Counted(double size) { return static_cast<std::uint64_t>(std::min(size, 1e18)); }
@@ -208,7 +172,7 @@ bool IsHarmless(TIFF* tiff, const Claim& claim, std::uint64_t data_size, std::ui
 }  // namespace
 
 bool IsTiffPageAllowed(TIFF* tiff) {
-  const Claim claim = ReadClaim(tiff);
+  const Claim claim(tiff);
   // Tiles are decoded whole. At the right and lower edge of a page that keeps to the limit they may
   // go beyond it, but they are no second page.
   if (!IsDecodeAllowed(claim.width, claim.height, 0) ||

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "codecs/tiff_page.h"
+#include "codecs/tiff_pages.h"
 #include "imaging/argb.h"
 #include "imaging/indexed_rows.h"
 #include "imaging/red_blue_swap.h"

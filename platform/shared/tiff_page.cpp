@@ -1,8 +1,8 @@
-#include "codecs/tiff_page.h"
+#include "shared/tiff_page.h"
 
 #include <algorithm>
 
-namespace pixtola::portable {
+namespace pixtola::platform {
 
 namespace {
 
@@ -31,13 +31,15 @@ std::uint16_t LikelyPhotometric(const TiffPage& page) {
 
 }  // namespace
 
-bool ReadTiffPage(TIFF* tiff, TiffPage& page) {
+TiffPage ReadTiffPage(TIFF* tiff) {
+  TiffPage page;
   TIFFGetField(tiff, TIFFTAG_IMAGEWIDTH, &page.width);
   TIFFGetField(tiff, TIFFTAG_IMAGELENGTH, &page.height);
   TIFFGetFieldDefaulted(tiff, TIFFTAG_BITSPERSAMPLE, &page.bits);
   TIFFGetFieldDefaulted(tiff, TIFFTAG_SAMPLESPERPIXEL, &page.samples);
   TIFFGetFieldDefaulted(tiff, TIFFTAG_COMPRESSION, &page.compression);
   TIFFGetFieldDefaulted(tiff, TIFFTAG_SAMPLEFORMAT, &page.sample_format);
+  TIFFGetFieldDefaulted(tiff, TIFFTAG_FILLORDER, &page.fill_order);
   if (TIFFGetField(tiff, TIFFTAG_PHOTOMETRIC, &page.photometric) == 0) {
     page.photometric = LikelyPhotometric(page);
   }
@@ -55,12 +57,7 @@ bool ReadTiffPage(TIFF* tiff, TiffPage& page) {
     TIFFGetFieldDefaulted(tiff, TIFFTAG_ROWSPERSTRIP, &page.chunk_height);
     page.chunk_height = std::min(page.chunk_height, page.height);
   }
-  return page.width != 0 && page.height != 0 && page.chunk_width != 0 && page.chunk_height != 0;
+  return page;
 }
 
-BYTE StraightTiffColor(std::uint32_t color, std::uint32_t alpha) {
-  if (alpha == 0) return static_cast<BYTE>(color);
-  return static_cast<BYTE>(std::min((color * 255 + alpha / 2) / alpha, std::uint32_t{255}));
-}
-
-}  // namespace pixtola::portable
+}  // namespace pixtola::platform
