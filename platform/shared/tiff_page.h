@@ -6,6 +6,8 @@
 
 #include <cstdint>
 
+#include "shared/export.h"
+
 namespace pixtola::platform {
 
 enum class TiffAlpha { kNone, kAssociated, kUnassociated };
@@ -44,7 +46,7 @@ struct TiffPage {
 };
 
 /// The current page of `tiff`. What its tags do not say has its default, as libtiff guesses it.
-TiffPage ReadTiffPage(TIFF* tiff);
+PIXTOLA_PLATFORM_SHARED TiffPage ReadTiffPage(TIFF* tiff);
 
 }  // namespace pixtola::platform
 
