@@ -45,7 +45,7 @@ double LargestExpansion(std::uint16_t compression) {
     case COMPRESSION_DEFLATE:
       return 1032;  // 258 bytes by two codes of one bit
     case COMPRESSION_PIXARLOG:
-      return 1032 * 2;  // Deflate of 16 bits a sample, which may become floats
+      return 1032 * 2;  // Deflate of 16 bits per sample, which may become floats
     case COMPRESSION_PACKBITS:
       return 64;  // 128 by two
     case COMPRESSION_SGILOG:

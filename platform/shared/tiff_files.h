@@ -15,7 +15,7 @@ namespace pixtola::platform {
 
 /// Whether pages with this value of the Compression tag are read: those that libtiff can decode,
 /// except where a small file can make the codec's own library do harm. JBIG's ends the process
-/// without memory, LERC's crashes, LZMA's allocates whatever its data asks for.
+/// when out of memory, LERC's crashes, LZMA's allocates whatever its data asks for.
 PIXTOLA_PLATFORM_SHARED bool IsTiffCompressionRead(std::uint16_t compression);
 
 /// Whether each directory up to that of `last_page` has no more values than the file and 16 MiB,
@@ -26,8 +26,8 @@ PIXTOLA_PLATFORM_SHARED bool AreTiffDirectoriesAllowed(tiff* tiff, std::uint32_t
 
 /// Whether the current page, of a compression that is read, may be decoded: its size and its tiles'
 /// keep to the decode limit, its data can hold what the tags claim (see IsClaimPlausible), and no
-/// harm can come of the data. Samples beyond four a pixel count as further pixels. A refusal counts
-/// as a failed allocation.
+/// harm can come of the data. Samples beyond four per pixel count as further pixels. A refusal
+/// counts as a failed allocation.
 PIXTOLA_PLATFORM_SHARED bool IsTiffPageAllowed(tiff* tiff);
 
 struct FreeTiffOptions {
@@ -36,7 +36,7 @@ struct FreeTiffOptions {
 using TiffOptions = std::unique_ptr<TIFFOpenOptions, FreeTiffOptions>;
 
 /// Options for opening a TIFF: when it is opened for reading, no single allocation of libtiff
-/// exceeds the decode limit's bytes. Null without memory.
+/// exceeds the decode limit's bytes. Null when out of memory.
 PIXTOLA_PLATFORM_SHARED TiffOptions MakeTiffOptions(bool is_reading);
 
 /// Opens a TIFF file with libtiff's `mode` ("r..." or "w..."), within MakeTiffOptions' limits. Null

@@ -45,7 +45,8 @@ struct TiffPage {
   }
 };
 
-/// The current page of `tiff`. What its tags do not say has its default, as libtiff guesses it.
+/// The current page of `tiff`. Absent tags have their defaults; what the samples mean is guessed as
+/// libtiff does it.
 PIXTOLA_PLATFORM_SHARED TiffPage ReadTiffPage(TIFF* tiff);
 
 }  // namespace pixtola::platform

@@ -23,7 +23,7 @@ struct FileBytes {
 };
 
 /// Reads a regular file. InvalidParameter when it cannot be opened or read, OutOfMemory when it is
-/// beyond the decode limit or what memory there is.
+/// larger than the decode limit's bytes, or when out of memory.
 Gdiplus::Status ReadFile(const char* utf8_path, FileBytes& file);
 
 }  // namespace pixtola::portable

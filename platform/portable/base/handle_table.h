@@ -1,5 +1,5 @@
-// Objects behind opaque handles. A handle is a number that is given out once: one that was closed,
-// or never was one, is recognised and refused.
+// Objects and their opaque handles. A handle is a number that is given out once: one that was
+// closed, or never was one, is recognised and refused.
 #ifndef PIXTOLA_PORTABLE_HANDLE_TABLE_H_
 #define PIXTOLA_PORTABLE_HANDLE_TABLE_H_
 
@@ -29,7 +29,7 @@ class HandleTable {
     return *table;
   }
 
-  /// Null when `object` is null or memory lacks.
+  /// Null when `object` is null or when out of memory.
   Handle Open(std::unique_ptr<Object> object) try {
     if (object == nullptr) return nullptr;
     const std::uintptr_t number = last_handle_number += 4;  // as Windows, whose handles are even

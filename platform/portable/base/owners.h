@@ -21,7 +21,7 @@ struct FreeHeap {
 };
 using HeapBytes = std::unique_ptr<std::uint8_t[], FreeHeap>;
 
-/// A file of the C library. Who must know whether everything was written closes it himself.
+/// A file of the C library. What closing it returns is lost here: who needs that closes it himself.
 struct CloseFile {
   void operator()(std::FILE* file) const { std::fclose(file); }
 };
@@ -62,12 +62,12 @@ class Descriptor {
   int value_;
 };
 
-/// A reference to an object that counts its own by AddRef and Release, as COM's do.
+/// A counted reference to an object that has AddRef and Release, as those of COM have.
 template <typename Object>
 class ComPointer {
  public:
   ComPointer() = default;
-  /// Takes over a reference, which a new object has to itself. `object` may be null.
+  /// Takes over a reference of the caller's; a new object comes with one. `object` may be null.
   static ComPointer Adopt(Object* object) {
     ComPointer pointer;
     pointer.object_ = object;

@@ -6,7 +6,7 @@
 
 namespace pixtola::portable {
 
-/// The name of a file, made without the heap: a file can be deleted when memory lacks, too.
+/// The name of a file, made without the heap: a file can be deleted when out of memory, too.
 class Utf8Path {
  public:
   /// Not valid for null, for units that are no Unicode characters, and when the system would find

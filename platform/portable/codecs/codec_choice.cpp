@@ -54,8 +54,9 @@ const Codec* FindDecoder(EncodedBytes bytes) {
 }  // namespace
 
 Status DecodeImage(EncodedBytes bytes, std::unique_ptr<BitmapObject>& bitmap) {
+  bitmap = nullptr;
   const Codec* codec = FindDecoder(bytes);
-  if (codec == nullptr) return Gdiplus::OutOfMemory;  // the platform's answer to unknown data
+  if (codec == nullptr) return Gdiplus::OutOfMemory;
   const Status status = codec->decode(bytes, bitmap);
   if (status != Gdiplus::Ok || codec->frames == nullptr) return status;
   if (KeepFrames(*codec->frames, bytes, *bitmap)) return Gdiplus::Ok;

@@ -8,9 +8,9 @@
 
 namespace pixtola::portable {
 
-/// Decodes an image of whichever codec recognises its first bytes; one of several frames becomes
-/// the first of them and keeps a copy of `bytes` for the others. OutOfMemory also for unknown data,
-/// as the platform answers. On any status but Ok `bitmap` is null.
+/// Decodes an image with the codec that recognises its first bytes. If it has several frames, the
+/// bitmap shows the first and keeps a copy of `bytes` for the others. Unknown data gives
+/// OutOfMemory, as the real API answers. On any status but Ok `bitmap` is null.
 Gdiplus::Status DecodeImage(EncodedBytes bytes, std::unique_ptr<BitmapObject>& bitmap);
 
 /// Null when there is no encoder of that identifier, and for bitmaps of 16-bit gray: their pixels

@@ -42,7 +42,7 @@ Palette PaletteOf(const DibSection& section) {
   return palette;
 }
 
-/// Null when memory lacks.
+/// Null when out of memory.
 std::unique_ptr<BitmapObject> CopyOf(const DibSection& section) {
   auto bitmap = BitmapObject::Create(section.width, section.height, FormatOf(section));
   if (bitmap == nullptr) return nullptr;

@@ -1,4 +1,4 @@
-// Global memory: blocks behind handles that are addresses (fixed) or not (movable).
+// Global memory: blocks whose handles are addresses (fixed) or not (movable).
 //
 // A fixed block follows its record, a movable one stands alone and its handle is the record's
 // address with a mark, so that each kind is known by its handle.
@@ -29,7 +29,7 @@ constexpr std::size_t kLargestSize = std::numeric_limits<std::ptrdiff_t>::max() 
 
 std::uintptr_t Address(HGLOBAL memory) { return reinterpret_cast<std::uintptr_t>(memory); }
 
-/// The record behind a handle that is not null.
+/// The record of a handle that is not null.
 Block& BlockOf(HGLOBAL memory) {
   auto* address = static_cast<BYTE*>(memory);
   return *reinterpret_cast<Block*>(IsMovable(memory) ? address - kMovableMark

@@ -17,7 +17,7 @@ namespace pixtola::portable {
 /// looked at where they are; others are read.
 class StreamBytes {
  public:
-  /// OutOfMemory when there are more bytes than the decode limit has, or when out of memory,
+  /// OutOfMemory when there are more bytes than the decode limit has, or when out of memory;
   /// Win32Error when the stream fails.
   Gdiplus::Status Read(IStream& stream);
 

@@ -69,7 +69,7 @@ Descriptor OpenOrCreate(const char* utf8_path, int flags, bool& is_new) {
   return Descriptor(::open(utf8_path, flags, kAccess));
 }
 
-/// Null with errno set; a file that was not there is not left behind then.
+/// Null with errno set; a file that was not there is removed again then.
 FileHandle OpenShared(const char* utf8_path, const OpenMode& mode, int sharing) {
   // Not blocking: a pipe without a writer would otherwise hold the call until one comes.
   bool is_new = false;

@@ -119,7 +119,7 @@ class Bitmap : public Image {
   Bitmap(INT width, INT height, PixelFormat format = PixelFormat32bppARGB)
       : Bitmap(width, height, 0, format, nullptr) {}
 
-  /// Never null unless memory lacks: ask GetLastStatus whether there is an image. The caller
+  /// Never null unless out of memory: ask GetLastStatus whether there is an image. The caller
   /// deletes it.
   static Bitmap* FromFile(const WCHAR* path, BOOL use_profile = FALSE) {
     return new Bitmap(path, use_profile);

@@ -1,4 +1,4 @@
-// Images behind native handles, and what is told about their pixels and frames.
+// Images as native handles refer to them, and what is told about their pixels and frames.
 #ifndef PIXTOLA_PORTABLE_GDIPLUS_IMAGE_TYPES_H_
 #define PIXTOLA_PORTABLE_GDIPLUS_IMAGE_TYPES_H_
 

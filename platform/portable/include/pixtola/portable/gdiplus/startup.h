@@ -26,7 +26,7 @@ struct GdiplusStartupOutput {
   void* NotificationUnhook;
 };
 
-// Nothing has to be started here; callers can be written once.
+// Nothing has to be started here: both calls exist so that callers can be written once.
 
 /// InvalidParameter for null, UnsupportedGdiplusVersion for versions other than 1 and 2.
 PIXTOLA_PLATFORM_API Status GdiplusStartup(ULONG_PTR* token, const GdiplusStartupInput* input,
