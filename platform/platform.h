@@ -5,10 +5,10 @@
 #define PIXTOLA_PLATFORM_PLATFORM_H_
 
 #include "Pixtola.h"
-#include "decode_limit.h"
-#include "image_access.h"
-#include "large_pages.h"
-#include "runtime.h"
-#include "tiff_files.h"
+#include "door/image_access.h"
+#include "door/runtime.h"
+#include "shared/decode_limit.h"
+#include "shared/large_pages.h"
+#include "shared/tiff_files.h"
 
 #endif  // PIXTOLA_PLATFORM_PLATFORM_H_

@@ -1,4 +1,4 @@
-#include "large_pages.h"
+#include "shared/large_pages.h"
 
 namespace pixtola::platform {
 

@@ -2,7 +2,7 @@
 
 #include <tiffio.h>
 
-#include "tiff_files.h"
+#include "shared/tiff_files.h"
 
 namespace pixtola::platform {
 

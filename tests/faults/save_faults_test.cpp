@@ -10,11 +10,11 @@
 #include "faults/encoder_parameters.h"
 #include "faults/fault_images.h"
 #include "faults/fault_makers.h"
+#include "shared/tiff_files.h"
 #include "support/fault_injection.h"
 #include "support/platform_calls.h"
 #include "support/temporary_folder.h"
 #include "support/tiff_file.h"
-#include "tiff_files.h"
 
 namespace {
 
@@ -225,13 +225,13 @@ TEST_F(SavingUnderFaults, WritesFaxAndRunLengthsOrTellsOfFailureWithoutMemory) {
     for (const PxtFileType type : kFaxTypes) {
       for (const Span span : kSpans) {
         SCOPED_TRACE(testing::Message() << "format " << format << ", type " << type);
-        const int failures = SaveUnderEveryFault(
-            Fault::kAllocation, span, *bitmap, type,
-            [](const FaultPlan&, std::uint32_t, const Outcome& outcome,
-               const Picture& undisturbed) {
-              EXPECT_TRUE(outcome.result == 0 ||
-                          AsTiffKeeps(outcome.picture) == AsTiffKeeps(undisturbed));
-            });
+        const int failures =
+            SaveUnderEveryFault(Fault::kAllocation, span, *bitmap, type,
+                                [](const FaultPlan&, std::uint32_t, const Outcome& outcome,
+                                   const Picture& undisturbed) {
+                                  EXPECT_TRUE(outcome.result == 0 || AsTiffKeeps(outcome.picture) ==
+                                                                         AsTiffKeeps(undisturbed));
+                                });
         EXPECT_GE(failures, 1);
       }
     }

@@ -1,12 +1,12 @@
-"""Checks the layers by their folders: files include only their own layer or lower ones, and of the platform its door only."""
+"""Checks the layers by their folders: files include only their own layer or lower ones. Of the platform, src includes its door only."""
 
 import re
 import sys
 import unittest
 from pathlib import Path
 
-# Lowest first; folders in one set may include one another. A folder of the name "pixels" has a rank
-# of its own, wherever it stands.
+# The layers of src and of the platform's stand-in, lowest first; folders in one set may include one
+# another. A folder of the name "pixels" has a rank of its own, wherever it stands.
 LAYERS = [
     {"base", "format"},
     {"pixels"},
@@ -15,16 +15,25 @@ LAYERS = [
     {"io"},
     {"library.cpp"},
 ]
+PORTABLE_LAYERS = [
+    {"pixtola"},  # the public headers
+    {"shared"},  # with the Windows build
+    {"base"},
+    {"imaging"},
+    {"codecs"},
+    {"system"},
+    {"door"},  # the stand-in's part of platform.h
+]
 PLATFORM_DOORS = {"platform.h", "Pixtola.h"}
 LIBRARIES = {"hwy/cache_control.h", "hwy/foreach_target.h", "hwy/highway.h", "tiffio.h"}
 
 SOURCE = None  # the folder src, set from the command line
 
 
-def layer_of(name):
+def layer_of(name, layers=LAYERS):
     folders = name.split("/")
     key = "pixels" if "pixels" in folders[:-1] else folders[0]
-    for rank, layer in enumerate(LAYERS):
+    for rank, layer in enumerate(layers):
         if key in layer:
             return rank
     raise AssertionError(f"{name} belongs to no layer")
@@ -50,21 +59,42 @@ def everything_included_by(path):
     return found
 
 
+def files_in(folders):
+    return sorted(path for folder in folders for path in folder.rglob("*")
+                  if path.suffix in {".h", ".cpp"})
+
+
+def name_in(bases, path):
+    """The path by which others include the file."""
+    return next(path.relative_to(base).as_posix() for base in bases if path.is_relative_to(base))
+
+
 class LayersTest(unittest.TestCase):
     def files(self):
-        found = sorted(path for path in SOURCE.rglob("*") if path.suffix in {".h", ".cpp"})
+        found = files_in([SOURCE])
         self.assertGreater(len(found), 20)
         return found
 
-    def test_files_include_only_their_own_layer_or_lower(self):
-        for path in self.files():
-            name = path.relative_to(SOURCE).as_posix()
+    def check_layers(self, files, bases, layers, doors=frozenset()):
+        for path in files:
+            name = name_in(bases, path)
             for quote, included in includes_of(path):
-                if quote == "<" or included in PLATFORM_DOORS:
+                if quote == "<" or included in doors:
                     continue
-                self.assertTrue((SOURCE / included).is_file(), f"{name} includes {included}")
-                self.assertLessEqual(layer_of(included), layer_of(name),
+                self.assertTrue(any((base / included).is_file() for base in bases),
+                                f"{name} includes {included}")
+                self.assertLessEqual(layer_of(included, layers), layer_of(name, layers),
                                      f"{name} includes {included} from a higher layer")
+
+    def test_files_include_only_their_own_layer_or_lower(self):
+        self.check_layers(self.files(), [SOURCE], LAYERS, PLATFORM_DOORS)
+
+    def test_the_stand_in_includes_only_its_own_layer_or_lower(self):
+        platform = SOURCE.parent / "platform"
+        portable = platform / "portable"
+        files = files_in([platform / "shared", portable])
+        self.assertGreater(len(files), 20)
+        self.check_layers(files, [portable / "include", portable, platform], PORTABLE_LAYERS)
 
     def test_files_name_nothing_of_a_platform_but_its_door(self):
         for path in self.files():

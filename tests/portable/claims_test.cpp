@@ -3,7 +3,7 @@
 #include "codecs/tiff_memory.h"
 #include "portable/gif_files.h"
 #include "portable/tiff_pages.h"
-#include "tiff_files.h"
+#include "shared/tiff_files.h"
 
 namespace pixtola::portable {
 namespace {

@@ -13,9 +13,10 @@
 #include <vector>
 
 #include "codecs/codec.h"
-#include "codecs/handles.h"
-#include "decode_limit.h"
+#include "codecs/jpeg_handles.h"
+#include "codecs/png_handles.h"
 #include "imaging/color_rows.h"
+#include "shared/decode_limit.h"
 #include "support/decode_limit_guard.h"
 #include "support/memory_sink.h"
 

@@ -3,6 +3,7 @@
 #ifndef PIXTOLA_TESTS_PORTABLE_TIFF_PAGES_H_
 #define PIXTOLA_TESTS_PORTABLE_TIFF_PAGES_H_
 
+#include "codecs/tiff_memory.h"
 #include "portable/codec_files.h"
 
 namespace pixtola::portable {

@@ -2,7 +2,7 @@
 #ifndef PIXTOLA_TESTS_SUPPORT_DECODE_LIMIT_GUARD_H_
 #define PIXTOLA_TESTS_SUPPORT_DECODE_LIMIT_GUARD_H_
 
-#include "decode_limit.h"
+#include "shared/decode_limit.h"
 
 namespace test_support {
 

@@ -9,7 +9,7 @@
 #include <limits>
 #include <vector>
 
-#include "codecs/codec.h"
+#include "base/byte_sink.h"
 
 namespace test_support {
 

@@ -2,9 +2,9 @@
 
 #include <cmath>
 
+#include "shared/tiff_files.h"
 #include "support/platform_expectations.h"
 #include "support/tiff_bytes.h"
-#include "tiff_files.h"
 
 namespace test_support {
 namespace {

@@ -9,21 +9,10 @@
 #include <memory>
 #include <span>
 
+#include "base/byte_sink.h"
 #include "imaging/bitmap_object.h"
 
 namespace pixtola::portable {
-
-/// Where writers send their bytes: a position that can be moved back to patch what was written.
-class ByteSink {
- public:
-  virtual ~ByteSink() = default;
-  /// False when not everything could be written.
-  virtual bool Write(const void* bytes, std::size_t size) = 0;
-  /// Moves to `position` bytes from the start.
-  virtual bool Seek(std::uint64_t position) = 0;
-  /// Bytes from the start to where the next write goes.
-  virtual std::uint64_t Position() const = 0;
-};
 
 using EncodedBytes = std::span<const std::uint8_t>;
 

@@ -1,6 +1,6 @@
 // The list of codecs with what GDI+ tells about each: identifiers, names, extensions, signatures.
 //
-// Who looks a codec up, and by what, is left to the flat API.
+// How one is chosen for an image stands in codec_choice.cpp.
 #include <array>
 
 #include "codecs/codec.h"

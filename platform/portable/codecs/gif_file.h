@@ -9,7 +9,7 @@
 #include <optional>
 
 #include "codecs/codec.h"
-#include "codecs/handles.h"
+#include "codecs/gif_handles.h"
 
 namespace pixtola::portable {
 
@@ -23,9 +23,9 @@ class GifSource {
 
   /// From here to EndCode come the blocks of an image's code: each has its length before it, and an
   /// empty one ends them. A block that the end of the file cuts is given as a shorter one with the
-  /// end behind it, since what is there of it can be decoded.
+  /// end after it, since what is there of it can be decoded.
   void BeginCode();
-  /// Moves behind the blocks, however many were read. False when the end of the file cut them.
+  /// Moves past the blocks, however many were read. False when the end of the file cut them.
   bool EndCode();
 
  private:

@@ -11,8 +11,8 @@
 #include <cstring>
 
 #include "codecs/gif_file.h"
-#include "decode_limit.h"
 #include "imaging/words.h"
+#include "shared/decode_limit.h"
 
 namespace pixtola::portable {
 

@@ -10,7 +10,7 @@
 #include <array>
 
 #include "codecs/codec.h"
-#include "codecs/handles.h"
+#include "codecs/gif_handles.h"
 #include "imaging/argb.h"
 #include "imaging/color_rows.h"
 #include "imaging/indexed_rows.h"
@@ -37,7 +37,7 @@ int WriteBytes(GifFileType* gif, const GifByteType* bytes, int size) {
   return destination->failed ? 0 : size;
 }
 
-// The halftone palette: clear entries from 16 on, the cube of six levels a channel from 40 on.
+// The halftone palette: clear entries from 16 on, the cube of six levels per channel from 40 on.
 constexpr unsigned kHalftoneClear = 16;
 constexpr unsigned kHalftoneCube = 40;
 constexpr unsigned kLevelStep = 0x33;

@@ -7,7 +7,7 @@
 
 #include <csetjmp>
 
-#include "codecs/handles.h"
+#include "codecs/jpeg_handles.h"
 
 namespace pixtola::portable {
 

@@ -6,10 +6,10 @@
 #include <algorithm>
 
 #include "codecs/codec.h"
-#include "codecs/handles.h"
 #include "codecs/jpeg_errors.h"
+#include "codecs/jpeg_handles.h"
 #include "codecs/resolution.h"
-#include "decode_limit.h"
+#include "shared/decode_limit.h"
 
 namespace pixtola::portable {
 

@@ -9,8 +9,8 @@
 #include <cstring>
 
 #include "codecs/codec.h"
-#include "codecs/handles.h"
 #include "codecs/jpeg_errors.h"
+#include "codecs/jpeg_handles.h"
 #include "imaging/row_conversion.h"
 
 #include <jerror.h>

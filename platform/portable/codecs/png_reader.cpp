@@ -9,10 +9,10 @@
 #include <cstring>
 
 #include "codecs/codec.h"
-#include "codecs/handles.h"
+#include "codecs/png_handles.h"
 #include "codecs/resolution.h"
-#include "decode_limit.h"
 #include "imaging/color_rows.h"
+#include "shared/decode_limit.h"
 
 namespace pixtola::portable {
 
@@ -93,7 +93,7 @@ bool ReadRows(png_structp png, png_infop info, BitmapObject& bitmap) {
   }
   const int passes = png_set_interlace_handling(png);
   png_read_update_info(png, info);
-  // libpng writes as many bytes a row as it says here.
+  // libpng writes as many bytes per row as it says here.
   if (png_get_rowbytes(png, info) != bitmap.row_bytes()) return false;
   for (int pass = 0; pass < passes; ++pass) {
     for (std::uint32_t y = 0; y < bitmap.height(); ++y) png_read_row(png, bitmap.Row(y), nullptr);

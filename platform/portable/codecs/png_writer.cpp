@@ -8,7 +8,7 @@
 #include <csetjmp>
 
 #include "codecs/codec.h"
-#include "codecs/handles.h"
+#include "codecs/png_handles.h"
 #include "codecs/resolution.h"
 #include "imaging/color_rows.h"
 

@@ -11,7 +11,7 @@
 #include <cstring>
 #include <limits>
 
-#include "tiff_files.h"
+#include "shared/tiff_files.h"
 
 namespace pixtola::portable {
 
@@ -87,7 +87,7 @@ std::uint64_t SeekDestination(thandle_t handle, std::uint64_t offset, int origin
     destination->failed = true;
     return kSeekFailed;
   }
-  // libtiff leaves room for a directory and writes the values behind it first. The room is filled,
+  // libtiff leaves room for a directory and writes the values after it first. The room is filled,
   // so that a sink need not know gaps.
   std::array<std::uint8_t, 256> zeros{};
   for (std::uint64_t gap = target - inside; gap > 0;) {

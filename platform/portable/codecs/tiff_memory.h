@@ -6,7 +6,7 @@
 #define PIXTOLA_PORTABLE_TIFF_MEMORY_H_
 
 #include "codecs/codec.h"
-#include "codecs/handles.h"
+#include "codecs/tiff_handles.h"
 
 namespace pixtola::portable {
 

@@ -6,9 +6,9 @@
 #include "codecs/codec.h"
 #include "codecs/resolution.h"
 #include "codecs/tiff_memory.h"
-#include "codecs/tiff_page.h"
-#include "decode_limit.h"
-#include "tiff_files.h"
+#include "codecs/tiff_pages.h"
+#include "shared/decode_limit.h"
+#include "shared/tiff_files.h"
 
 namespace pixtola::portable {
 
@@ -30,8 +30,8 @@ float DotsPerInch(TIFF* tiff, std::uint32_t tag) {
 /// Whether what libtiff has to decode for the page, as RGBA, keeps to the decode limit. Tiles reach
 /// beyond the page, by as much as the file says.
 bool IsAllowed(const TiffPage& page) {
-  const std::uint64_t width = page.DecodedWidth();
-  const std::uint64_t height = page.DecodedHeight();
+  const std::uint64_t width = page.decoded_width();
+  const std::uint64_t height = page.decoded_height();
   constexpr std::uint64_t kMaxPixels = std::uint64_t{1} << 60;
   return width <= kMaxPixels / height &&
          platform::IsDecodeAllowed(width, height, width * height * sizeof(std::uint32_t));
@@ -39,8 +39,8 @@ bool IsAllowed(const TiffPage& page) {
 
 /// The current page of `tiff`.
 Status DecodePage(TIFF* tiff, std::unique_ptr<BitmapObject>& bitmap) {
-  TiffPage page;
-  if (!ReadTiffPage(tiff, page) || !platform::IsTiffCompressionRead(page.compression)) {
+  const TiffPage page = platform::ReadTiffPage(tiff);
+  if (!page.has_size() || !platform::IsTiffCompressionRead(page.compression)) {
     return Gdiplus::GenericError;
   }
   if (!IsAllowed(page) || !platform::IsTiffPageAllowed(tiff)) return Gdiplus::OutOfMemory;

@@ -2,7 +2,7 @@
 #include <algorithm>
 #include <limits>
 
-#include "codecs/tiff_page.h"
+#include "codecs/tiff_pages.h"
 
 namespace pixtola::portable {
 
@@ -56,7 +56,7 @@ class RgbaImage {
     image_.req_orientation = ORIENTATION_TOPLEFT;
     // Up to the right end of the last tile, so that whole tiles can be had.
     image_.width = static_cast<std::uint32_t>(
-        std::min<std::uint64_t>(page.DecodedWidth(), std::numeric_limits<std::uint32_t>::max()));
+        std::min<std::uint64_t>(page.decoded_width(), std::numeric_limits<std::uint32_t>::max()));
   }
   RgbaImage(const RgbaImage&) = delete;
   RgbaImage& operator=(const RgbaImage&) = delete;

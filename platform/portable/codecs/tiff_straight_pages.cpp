@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "codecs/tiff_page.h"
+#include "codecs/tiff_pages.h"
 #include "imaging/argb.h"
 #include "imaging/indexed_rows.h"
 #include "imaging/red_blue_swap.h"
@@ -38,7 +38,7 @@ bool IsColorPage(const TiffPage& page) {
          page.samples == (has_alpha ? 4 : 3);
 }
 
-/// The bitmap has no 2 bits a pixel; such pages get 4, and a palette of four colours.
+/// Bitmaps cannot have 2 bits per pixel; such pages get 4, and a palette of four colours.
 Gdiplus::PixelFormat FormatOf(const TiffPage& page) {
   if (page.samples == 4) return PixelFormat32bppARGB;
   if (page.samples == 3) return PixelFormat24bppRGB;
@@ -81,7 +81,7 @@ unsigned ReadTwoBits(const BYTE* samples, std::uint32_t x) {
 }
 
 /// Rows of 2-bit samples to rows of 4-bit indexes, from right to left: the widened row may begin
-/// where the samples do, or behind.
+/// where the samples do, or after that.
 void Widen2To4(const BYTE* samples, BYTE* row, std::uint32_t width) {
   for (std::uint32_t pair = (width + 1) / 2; pair-- > 0;) {
     const std::uint32_t x = pair * 2;
@@ -127,7 +127,7 @@ class StraightPageReader {
         page_.is_tiled
             ? TIFFReadEncodedTile(tiff_, TIFFComputeTile(tiff_, x, y, 0, plane), bytes, signed_size)
             : TIFFReadEncodedStrip(tiff_, TIFFComputeStrip(tiff_, y, plane), bytes, signed_size);
-    // An error amid a chunk leaves what came before it.
+    // An error within a chunk leaves what came before it.
     is_anything_read_ = is_anything_read_ || read >= 0 ||
                         std::any_of(bytes, bytes + size, [](BYTE byte) { return byte != 0; });
   }
@@ -158,7 +158,7 @@ class StraightPageReader {
     if (page_.samples == 4) SwapRedBlue32(row, row, page_.width);
   }
 
-  /// False without memory.
+  /// False when out of memory.
   bool ReadThroughBuffer() {
     const std::uint64_t size = chunk_row_bytes_ * page_.chunk_height;
     const HeapBytes buffer = AllocateBytes(size);

@@ -1,9 +1,9 @@
 // Writes a TIFF of one page through libtiff, in strips of about 64 KiB: LZW or no compression, and
-// the fax codes for 1 bit a pixel.
+// the fax codes for 1 bit per pixel.
 //
-// Indexed bitmaps keep their depth, those of 16, 24 and 48 bits become RGB and those of 32
-// and 64 bits RGBA with unassociated alpha, 8 bits a sample. The format has no alpha in palettes;
-// theirs is lost.
+// Indexed bitmaps keep their depth, those of 16, 24 and 48 bits become RGB and those of 32 and 64
+// bits RGBA with unassociated alpha, 8 bits per sample. The format has no alpha in palettes; theirs
+// is lost.
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -24,7 +24,7 @@ using Gdiplus::Status;
 constexpr std::uint64_t kStripBytes = 65536;
 
 /// LZW without a parameter; false when one of the parameters is not what this writer takes for
-/// `bits` a pixel.
+/// `bits` per pixel.
 bool ReadParameters(const Gdiplus::EncoderParameters* parameters, unsigned bits,
                     std::uint16_t& compression) {
   compression = COMPRESSION_LZW;

@@ -2,29 +2,16 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
-#include <cstring>
+#include <cstddef>
 
 #include "imaging/bitmap_object.h"
 #include "imaging/indexed_rows.h"
 
-namespace Gdiplus {
+namespace Gdiplus::DllExports {
 
 using pixtola::portable::BitmapObject;
 using pixtola::portable::IsBitmapFormat;
 using pixtola::portable::Palette;
-
-Status GdiplusStartup(ULONG_PTR* token, const GdiplusStartupInput* input,
-                      GdiplusStartupOutput* /*output*/) {
-  if (token == nullptr || input == nullptr) return InvalidParameter;
-  if (input->GdiplusVersion < 1 || input->GdiplusVersion > 2) return UnsupportedGdiplusVersion;
-  *token = 1;
-  return Ok;
-}
-
-void GdiplusShutdown(ULONG_PTR /*token*/) {}
-
-namespace DllExports {
 
 namespace {
 
@@ -36,10 +23,6 @@ INT PaletteBytes(const Palette& palette) {
 
 }  // namespace
 
-void* GdipAlloc(std::size_t size) { return std::malloc(size == 0 ? 1 : size); }
-
-void GdipFree(void* memory) { std::free(memory); }
-
 GpStatus GdipCreateBitmapFromScan0(INT width, INT height, INT stride, PixelFormat format,
                                    BYTE* scan0, GpBitmap** bitmap) {
   if (bitmap == nullptr) return InvalidParameter;
@@ -48,10 +31,10 @@ GpStatus GdipCreateBitmapFromScan0(INT width, INT height, INT stride, PixelForma
   if (scan0 != nullptr && (stride == 0 || stride % 4 != 0)) return InvalidParameter;
   const auto unsigned_width = static_cast<std::uint32_t>(width);
   const auto unsigned_height = static_cast<std::uint32_t>(height);
-  *bitmap = scan0 != nullptr
-                ? BitmapObject::CreateOver(unsigned_width, unsigned_height, stride, format, scan0)
-                      .release()
-                : BitmapObject::Create(unsigned_width, unsigned_height, format).release();
+  auto made = scan0 != nullptr
+                  ? BitmapObject::CreateOver(unsigned_width, unsigned_height, stride, format, scan0)
+                  : BitmapObject::Create(unsigned_width, unsigned_height, format);
+  *bitmap = made.release();
   return *bitmap != nullptr ? Ok : OutOfMemory;
 }
 
@@ -147,5 +130,4 @@ GpStatus GdipSetImagePalette(GpImage* image, const ColorPalette* palette) {
   return Ok;
 }
 
-}  // namespace DllExports
-}  // namespace Gdiplus
+}  // namespace Gdiplus::DllExports

@@ -5,8 +5,8 @@
 #include <new>
 #include <utility>
 
-#include "decode_limit.h"
 #include "imaging/indexed_rows.h"
+#include "shared/decode_limit.h"
 
 namespace pixtola::portable {
 

@@ -9,8 +9,8 @@
 #include <memory>
 #include <optional>
 
+#include "base/heap_bytes.h"
 #include "imaging/frames.h"
-#include "imaging/heap_bytes.h"
 #include "imaging/palette.h"
 #include "imaging/pixel_format.h"
 #include "pixtola/portable/gdiplus.h"
@@ -37,7 +37,7 @@ struct BitmapLock {
 
 class BitmapObject final : public Gdiplus::GpBitmap {
  public:
-  /// A bitmap with zeroed rows of its own; null when memory lacks or a size does not fit.
+  /// A bitmap with zeroed rows of its own; null when out of memory or when a size does not fit.
   /// `width` and `height` are 1 to 2^31 - 1, `format` is one that IsBitmapFormat accepts.
   static std::unique_ptr<BitmapObject> Create(std::uint32_t width, std::uint32_t height,
                                               Gdiplus::PixelFormat format);

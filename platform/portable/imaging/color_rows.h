@@ -22,8 +22,8 @@ void RowToArgb(const BYTE* row, std::uint32_t x, std::uint32_t width, Gdiplus::P
 void ArgbToRow(const Gdiplus::ARGB* argb, std::uint32_t width, Gdiplus::PixelFormat format,
                BYTE* row, std::uint32_t x);
 
-/// The reverse, for 1, 4 and 8 bits a pixel: the nearest palette entry's index. Bits of `row` that
-/// belong to other pixels stay as they are.
+/// The reverse, for 1, 4 and 8 bits per pixel: the nearest palette entry's index. Bits of `row`
+/// that belong to other pixels stay as they are.
 void ArgbToIndexes(const Gdiplus::ARGB* argb, std::uint32_t width, unsigned bits,
                    NearestColor& nearest, BYTE* row, std::uint32_t x);
 

@@ -8,7 +8,7 @@
 
 namespace pixtola::portable {
 
-/// Index of pixel `x` in a row of 1, 4 or 8 bits a pixel, leftmost in the highest bits.
+/// Index of pixel `x` in a row of 1, 4 or 8 bits per pixel, leftmost in the highest bits.
 inline unsigned ReadIndex(const BYTE* row, std::uint32_t x, unsigned bits) {
   if (bits == 8) return row[x];
   if (bits == 4) return row[x / 2] >> (x % 2 == 0 ? 4 : 0) & 0xF;

@@ -87,7 +87,7 @@ void NearestColor::FillCell(const Channels& color, Cell& cell) {
   cell.count = candidates_size_ - cell.start;
 }
 
-/// Makes room for `count` more candidates; false when memory lacks.
+/// Makes room for `count` more candidates; false when out of memory.
 bool NearestColor::Reserve(std::uint32_t count) {
   if (candidates_size_ + count <= candidates_capacity_) return true;
   const std::uint32_t capacity = 2 * candidates_capacity_ + 4096;  // at most some 2^21 are needed

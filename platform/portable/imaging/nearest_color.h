@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <span>
 
-#include "imaging/heap_bytes.h"
+#include "base/heap_bytes.h"
 #include "imaging/palette.h"
 
 namespace pixtola::portable {

@@ -1,12 +1,12 @@
-// Device contexts: the screen's, and memory ones to measure text on. There is no device behind
-// them; all that they have is a resolution, 96 dots an inch.
+// Device contexts: the screen's, and memory ones to measure text on. They have no device; all that
+// they have is a resolution, 96 dots per inch.
 
 #include <cstdint>
 #include <memory>
 #include <new>
 
+#include "base/handle_table.h"
 #include "pixtola/portable/gdi.h"
-#include "system/handle_table.h"
 
 namespace pixtola::portable {
 

@@ -8,7 +8,7 @@
 #include <new>
 #include <optional>
 
-#include "system/handle_table.h"
+#include "base/handle_table.h"
 
 namespace pixtola::portable {
 
@@ -22,7 +22,7 @@ constexpr Masks kMasks555 = {0x7C00, 0x03E0, 0x001F};
 constexpr Masks kMasks565 = {0xF800, 0x07E0, 0x001F};
 constexpr Masks kMasksBgr = {0x00FF0000, 0x0000FF00, 0x000000FF};
 
-/// The masks behind a header, which are part of it in its longer versions.
+/// The masks after a header, which are part of it in its longer versions.
 Masks ReadMasks(const BITMAPINFO& info) {
   Masks masks{};
   std::memcpy(masks.data(), reinterpret_cast<const BYTE*>(&info) + sizeof(BITMAPINFOHEADER),
@@ -56,7 +56,7 @@ std::optional<DibLayout> LayoutOf(const BITMAPINFO& info) {
   }
 }
 
-/// The colour table stands behind the header. Entries that the header does not count are black.
+/// The colour table follows the header. Entries that the header does not count are black.
 void ReadColors(const BITMAPINFO& info, DibSection& section) {
   const std::uint32_t most = 1U << section.bits_per_pixel;
   const std::uint32_t used = info.bmiHeader.biClrUsed;
@@ -66,7 +66,7 @@ void ReadColors(const BITMAPINFO& info, DibSection& section) {
               given * sizeof(RGBQUAD));
 }
 
-/// Null for headers that describe nothing that is supplied, and when memory lacks.
+/// Null for headers that describe nothing that is supplied, and when out of memory.
 std::unique_ptr<DibSection> MakeSection(const BITMAPINFO& info) {
   const BITMAPINFOHEADER& header = info.bmiHeader;
   constexpr LONG kLowest = std::numeric_limits<LONG>::min();

@@ -5,7 +5,7 @@
 #include <array>
 #include <cstdint>
 
-#include "imaging/heap_bytes.h"
+#include "base/heap_bytes.h"
 #include "pixtola/portable/gdi.h"
 
 namespace pixtola::portable {

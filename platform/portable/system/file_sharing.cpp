@@ -1,5 +1,5 @@
 // The four facts about each user of a file, that it reads, writes, denies reading, denies writing,
-// are shared locks on four bytes far behind any file's end. Who comes says its own first and then
+// are shared locks on four bytes far beyond any file's end. Who comes says its own first and then
 // looks whether somebody else has said the contrary.
 
 #include "system/file_sharing.h"

@@ -1,4 +1,4 @@
-// Global memory: blocks behind handles that are addresses (fixed) or not (movable).
+// Global memory: blocks whose handles are addresses (fixed) or not (movable).
 //
 // A fixed block follows its record, a movable one stands alone and its handle is the record's
 // address with a mark, so that each kind is known by its handle.
@@ -10,6 +10,8 @@
 #include <cstring>
 #include <limits>
 #include <new>
+
+#include "base/owners.h"
 
 namespace pixtola::portable {
 
@@ -27,7 +29,7 @@ constexpr std::size_t kLargestSize = std::numeric_limits<std::ptrdiff_t>::max() 
 
 std::uintptr_t Address(HGLOBAL memory) { return reinterpret_cast<std::uintptr_t>(memory); }
 
-/// The record behind a handle that is not null.
+/// The record of a handle that is not null.
 Block& BlockOf(HGLOBAL memory) {
   auto* address = static_cast<BYTE*>(memory);
   return *reinterpret_cast<Block*>(IsMovable(memory) ? address - kMovableMark
@@ -42,14 +44,11 @@ HGLOBAL AllocateFixed(std::size_t size) {
 }
 
 HGLOBAL AllocateMovable(std::size_t size) {
-  auto* bytes = size > 0 ? static_cast<BYTE*>(std::malloc(size)) : nullptr;
+  HeapBytes bytes(size > 0 ? static_cast<BYTE*>(std::malloc(size)) : nullptr);
   if (size > 0 && bytes == nullptr) return nullptr;
   void* record = std::malloc(sizeof(Block));
-  if (record == nullptr) {
-    std::free(bytes);
-    return nullptr;
-  }
-  ::new (record) Block{bytes, size, size};
+  if (record == nullptr) return nullptr;
+  ::new (record) Block{bytes.release(), size, size};
   return static_cast<BYTE*>(record) + kMovableMark;
 }
 

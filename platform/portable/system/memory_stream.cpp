@@ -5,7 +5,9 @@
 #include <cstring>
 #include <limits>
 #include <new>
+#include <utility>
 
+#include "base/owners.h"
 #include "pixtola/portable/kernel.h"
 #include "pixtola/portable/stream.h"
 #include "system/global_memory.h"
@@ -17,16 +19,17 @@ namespace {
 /// The block that a stream and its clones share.
 class SharedBlock {
  public:
-  SharedBlock(HGLOBAL memory, bool frees) : memory_(memory), frees_(frees) {}
+  explicit SharedBlock(HGLOBAL memory) : memory_(memory) {}
   SharedBlock(const SharedBlock&) = delete;
   SharedBlock& operator=(const SharedBlock&) = delete;
 
   void AddRef() { ++references_; }
-  /// The last Release frees the record alone.
-  void Disown() { frees_ = false; }
   void Release() {
     if (--references_ == 0) delete this;
   }
+
+  /// From now on the last Release frees the block, too.
+  void Own() { own_.reset(memory_); }
 
   HGLOBAL memory() const { return memory_; }
   std::uint64_t size() const { return GlobalSize(memory_); }
@@ -57,19 +60,17 @@ class SharedBlock {
   }
 
  private:
-  ~SharedBlock() {
-    if (frees_) GlobalFree(memory_);
-  }
+  ~SharedBlock() = default;
 
   HGLOBAL memory_;
-  bool frees_;
+  GlobalHandle own_;
   std::atomic<ULONG> references_{1};
 };
 
 class MemoryStream final : public IStream {
  public:
-  /// Takes over one reference to `block`.
-  MemoryStream(SharedBlock* block, std::uint64_t position) : block_(block), position_(position) {}
+  MemoryStream(ComPointer<SharedBlock> block, std::uint64_t position)
+      : block_(std::move(block)), position_(position) {}
   MemoryStream(const MemoryStream&) = delete;
   MemoryStream& operator=(const MemoryStream&) = delete;
 
@@ -201,28 +202,23 @@ class MemoryStream final : public IStream {
   HRESULT STDMETHODCALLTYPE Clone(IStream** stream) override {
     if (stream == nullptr) return STG_E_INVALIDPOINTER;
     *stream = new (std::nothrow) MemoryStream(block_, position_);
-    if (*stream == nullptr) return E_OUTOFMEMORY;
-    block_->AddRef();
-    return S_OK;
+    return *stream != nullptr ? S_OK : E_OUTOFMEMORY;
   }
 
  private:
-  ~MemoryStream() { block_->Release(); }
+  ~MemoryStream() = default;
 
-  SharedBlock* block_;
+  ComPointer<SharedBlock> block_;
   std::uint64_t position_;
   std::atomic<ULONG> references_{1};
 };
 
-/// A stream over `memory`; null, with the block left alone, when memory lacks.
-IStream* MakeStream(HGLOBAL memory, bool frees) {
-  auto* block = new (std::nothrow) SharedBlock(memory, frees);
-  if (block == nullptr) return nullptr;
-  IStream* stream = new (std::nothrow) MemoryStream(block, 0);
-  if (stream == nullptr) {
-    block->Disown();
-    block->Release();
-  }
+/// A stream over `memory`; null, with the block left alone, when out of memory.
+ComPointer<IStream> MakeStream(HGLOBAL memory, bool frees) {
+  const auto block = ComPointer<SharedBlock>::Adopt(new (std::nothrow) SharedBlock(memory));
+  if (block == nullptr) return {};
+  auto stream = ComPointer<IStream>::Adopt(new (std::nothrow) MemoryStream(block, 0));
+  if (stream != nullptr && frees) block->Own();
   return stream;
 }
 
@@ -235,17 +231,18 @@ extern "C" {
 HRESULT WINAPI CreateStreamOnHGlobal(HGLOBAL memory, BOOL delete_on_release, IStream** stream) {
   if (stream == nullptr) return E_INVALIDARG;
   *stream = nullptr;
-  const bool is_new = memory == nullptr;
-  if (is_new) {
-    memory = GlobalAlloc(GMEM_MOVEABLE, 0);
-    if (memory == nullptr) return E_OUTOFMEMORY;
+  pixtola::portable::GlobalHandle made;
+  if (memory == nullptr) {
+    made.reset(GlobalAlloc(GMEM_MOVEABLE, 0));
+    if (made == nullptr) return E_OUTOFMEMORY;
+    memory = made.get();
   } else if (!pixtola::portable::IsMovable(memory)) {
     return E_INVALIDARG;
   }
-  *stream = pixtola::portable::MakeStream(memory, delete_on_release != FALSE);
-  if (*stream != nullptr) return S_OK;
-  if (is_new) GlobalFree(memory);
-  return E_OUTOFMEMORY;
+  *stream = pixtola::portable::MakeStream(memory, delete_on_release != FALSE).Detach();
+  if (*stream == nullptr) return E_OUTOFMEMORY;
+  made.release();  // now the stream's, or the caller's by way of it
+  return S_OK;
 }
 
 HRESULT WINAPI GetHGlobalFromStream(IStream* stream, HGLOBAL* memory) {

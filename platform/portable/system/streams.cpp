@@ -3,8 +3,9 @@
 #include <algorithm>
 #include <limits>
 
-#include "decode_limit.h"
+#include "base/heap_bytes.h"
 #include "pixtola/portable/kernel.h"
+#include "shared/decode_limit.h"
 
 namespace pixtola::portable {
 
@@ -37,16 +38,12 @@ bool SizeOf(IStream& stream, std::uint64_t& size) {
 
 }  // namespace
 
-StreamBytes::~StreamBytes() {
-  if (locked_ != nullptr) GlobalUnlock(locked_);
-}
-
 Status StreamBytes::Read(IStream& stream) {
   HGLOBAL memory = nullptr;
   if (FAILED(GetHGlobalFromStream(&stream, &memory))) return ReadThrough(stream);
   const void* bytes = GlobalLock(memory);
   if (bytes == nullptr) return Gdiplus::Ok;  // an empty block has no address
-  locked_ = memory;
+  locked_.reset(memory);
   bytes_ = {static_cast<const std::uint8_t*>(bytes), GlobalSize(memory)};
   return Gdiplus::Ok;
 }

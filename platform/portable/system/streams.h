@@ -2,10 +2,13 @@
 #ifndef PIXTOLA_PORTABLE_STREAMS_H_
 #define PIXTOLA_PORTABLE_STREAMS_H_
 
+#include <cstddef>
+#include <cstdint>
 #include <span>
 
-#include "codecs/codec.h"
-#include "imaging/heap_bytes.h"
+#include "base/byte_sink.h"
+#include "base/owners.h"
+#include "pixtola/portable/gdiplus.h"
 #include "pixtola/portable/stream.h"
 
 namespace pixtola::portable {
@@ -14,13 +17,8 @@ namespace pixtola::portable {
 /// looked at where they are; others are read.
 class StreamBytes {
  public:
-  StreamBytes() = default;
-  StreamBytes(const StreamBytes&) = delete;
-  StreamBytes& operator=(const StreamBytes&) = delete;
-  ~StreamBytes();
-
-  /// OutOfMemory when there are more bytes than the decode limit has or memory lacks, Win32Error
-  /// when the stream fails.
+  /// OutOfMemory when there are more bytes than the decode limit has, or when out of memory;
+  /// Win32Error when the stream fails.
   Gdiplus::Status Read(IStream& stream);
 
   /// Valid as long as this object and the stream, unless that is written to.
@@ -30,7 +28,7 @@ class StreamBytes {
   Gdiplus::Status ReadThrough(IStream& stream);
 
   std::span<const std::uint8_t> bytes_;
-  HGLOBAL locked_ = nullptr;
+  GlobalLockHandle locked_;
   HeapBytes own_;
 };
 

@@ -1,14 +1,13 @@
 // How the library opens TIFF files on this platform: by UTF-8 name, regular files only.
 
-#include "tiff_files.h"
+#include "shared/tiff_files.h"
 
 #include <sys/stat.h>
 #include <tiffio.h>
 #include <unistd.h>
 
-#include "system/descriptor.h"
-#include "system/files.h"
-#include "system/utf8.h"
+#include "base/files.h"
+#include "base/utf8.h"
 
 namespace pixtola::platform {
 
@@ -66,9 +65,9 @@ TIFF* OpenTiffFile(const wchar_t* path, const char* mode) {
   const bool is_reading = mode[0] == 'r';
   const TiffOptions options = MakeTiffOptions(is_reading);
   if (options == nullptr) return nullptr;
-  portable::Descriptor descriptor(is_reading ? portable::OpenRegularFile(utf8_path.c_str())
-                                             : portable::ReplaceRegularFile(utf8_path.c_str()));
-  if (descriptor.value() < 0) return nullptr;
+  portable::Descriptor descriptor = is_reading ? portable::OpenRegularFile(utf8_path.c_str())
+                                               : portable::ReplaceRegularFile(utf8_path.c_str());
+  if (!descriptor.is_open()) return nullptr;
   const auto client = reinterpret_cast<thandle_t>(intptr_t{descriptor.value()});
   TIFF* tiff = TIFFClientOpenExt(utf8_path.c_str(), mode, client, ReadDescriptor, WriteDescriptor,
                                  SeekDescriptor, CloseDescriptor, SizeOfDescriptor, MapDescriptor,

@@ -7,11 +7,11 @@
 #include <cstdio>
 #include <optional>
 
+#include "base/owners.h"
+#include "base/utf8.h"
 #include "pixtola/portable/kernel.h"
 #include "pixtola/portable/runtime.h"
-#include "system/descriptor.h"
 #include "system/file_sharing.h"
-#include "system/utf8.h"
 
 namespace pixtola::portable {
 
@@ -55,32 +55,33 @@ FileUse DenialOf(int sharing) {
           sharing == _SH_DENYRW || sharing == _SH_DENYWR};
 }
 
-/// Opens a file; `is_new` tells whether it was not there before. -1 with errno set.
-int OpenOrCreate(const char* utf8_path, int flags, bool& is_new) {
+/// Opens a file; `is_new` tells whether it was not there before. Not open, with errno set, when
+/// that fails.
+Descriptor OpenOrCreate(const char* utf8_path, int flags, bool& is_new) {
   constexpr mode_t kAccess = 0666;
   is_new = false;
-  int descriptor = ::open(utf8_path, flags & ~O_CREAT);
-  if (descriptor >= 0 || errno != ENOENT || (flags & O_CREAT) == 0) return descriptor;
-  descriptor = ::open(utf8_path, flags | O_EXCL, kAccess);
-  is_new = descriptor >= 0;
-  if (descriptor >= 0 || errno != EEXIST) return descriptor;
+  Descriptor existing(::open(utf8_path, flags & ~O_CREAT));
+  if (existing.is_open() || errno != ENOENT || (flags & O_CREAT) == 0) return existing;
+  Descriptor made(::open(utf8_path, flags | O_EXCL, kAccess));
+  is_new = made.is_open();
+  if (is_new || errno != EEXIST) return made;
   // A link to a file that is not there, or somebody was quicker.
-  return ::open(utf8_path, flags, kAccess);
+  return Descriptor(::open(utf8_path, flags, kAccess));
 }
 
-/// Null with errno set; a file that was not there is not left behind then.
-std::FILE* OpenShared(const char* utf8_path, const OpenMode& mode, int sharing) {
+/// Null with errno set; a file that was not there is removed again then.
+FileHandle OpenShared(const char* utf8_path, const OpenMode& mode, int sharing) {
   // Not blocking: a pipe without a writer would otherwise hold the call until one comes.
   bool is_new = false;
-  Descriptor descriptor(OpenOrCreate(utf8_path, mode.flags | O_CLOEXEC | O_NONBLOCK, is_new));
-  if (descriptor.value() < 0) return nullptr;
+  Descriptor descriptor = OpenOrCreate(utf8_path, mode.flags | O_CLOEXEC | O_NONBLOCK, is_new);
+  if (!descriptor.is_open()) return nullptr;
   const bool is_ours = descriptor.IsRegularFile() &&
                        ShareFile(descriptor.value(), {mode.reads, mode.writes}, DenialOf(sharing));
-  std::FILE* file = nullptr;
+  FileHandle file;
   if (!is_ours) {
     errno = EACCES;
   } else if (!mode.empties || ::ftruncate(descriptor.value(), 0) == 0) {
-    file = ::fdopen(descriptor.value(), mode.stdio_mode);
+    file.reset(::fdopen(descriptor.value(), mode.stdio_mode));
   }
   if (file != nullptr) {
     descriptor.Release();
@@ -107,7 +108,7 @@ std::FILE* _wfsopen(const wchar_t* path, const wchar_t* mode, int sharing) {
     errno = EINVAL;
     return nullptr;
   }
-  return pixtola::portable::OpenShared(utf8_path.c_str(), *open_mode, sharing);
+  return pixtola::portable::OpenShared(utf8_path.c_str(), *open_mode, sharing).release();
 }
 
 BOOL WINAPI DeleteFileW(LPCWSTR path) {

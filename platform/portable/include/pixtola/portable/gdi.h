@@ -1,5 +1,5 @@
-// GDI's calls: device-independent bitmaps behind handles, and the device contexts that measuring
-// asks for.
+// GDI's calls: handles of device-independent bitmaps, and the device contexts that measuring asks
+// for.
 #ifndef PIXTOLA_PORTABLE_GDI_H_
 #define PIXTOLA_PORTABLE_GDI_H_
 
@@ -65,7 +65,7 @@ struct DIBSECTION {
 
 extern "C" {
 
-/// A bitmap of 1, 4, 8, 16, 24 or 32 bits a pixel whose rows the caller may write at `bits`, all
+/// A bitmap of 1, 4, 8, 16, 24 or 32 bits per pixel whose rows the caller may write at `bits`, all
 /// zero at first. `usage` is DIB_RGB_COLORS and `section` null: colours by index into a device's
 /// palette and rows in mapped files are not supplied. With BI_BITFIELDS 16-bit pixels may be 555 or
 /// 565, 32-bit ones blue, green, red. Null, with `bits` null, for anything else. The caller frees
@@ -82,8 +82,8 @@ PIXTOLA_PLATFORM_API BOOL WINAPI DeleteObject(HGDIOBJ object);
 PIXTOLA_PLATFORM_API HDC WINAPI GetDC(HWND window);
 /// 1, or 0 for what is no device context of GetDC.
 PIXTOLA_PLATFORM_API int WINAPI ReleaseDC(HWND window, HDC device);
-/// A device context to measure text on, 96 dots an inch. `device` may be null. Null when memory
-/// lacks or `device` is no device context. The caller frees it with DeleteDC.
+/// A device context to measure text on, 96 dots per inch. `device` may be null. Null when out of
+/// memory or when `device` is no device context. The caller frees it with DeleteDC.
 PIXTOLA_PLATFORM_API HDC WINAPI CreateCompatibleDC(HDC device);
 /// FALSE for what is no device context of CreateCompatibleDC, or is none any more.
 PIXTOLA_PLATFORM_API BOOL WINAPI DeleteDC(HDC device);
