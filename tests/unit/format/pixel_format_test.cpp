@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace pixtola {
+namespace pixtola::test {
 namespace {
 
 TEST(PxtCalcStride, RoundsRowsUpToMultiplesOfFour) {
@@ -88,4 +88,4 @@ TEST(PackedRowBytes, NeverWraps) {
 }
 
 }  // namespace
-}  // namespace pixtola
+}  // namespace pixtola::test
