@@ -7,13 +7,10 @@
 #include "support/platform_expectations.h"
 #include "support/test_bitmap.h"
 
+namespace pixtola::test {
 namespace {
 
 namespace Flat = Gdiplus::DllExports;
-using test_support::BitmapPointer;
-using test_support::Bytes;
-using test_support::MakeBitmap;
-using test_support::PixelsOf;
 
 // The dimensions by their identifiers: not all headers name them.
 constexpr GUID kPage = {
@@ -54,9 +51,8 @@ TEST(MemoryBitmapFrames, LetTheFirstBeSelected) {
 TEST(MemoryBitmapFrames, HaveNoSecond) {
   const Bytes pixels = {1, 2, 3, 4, 5, 6};
   const BitmapPointer bitmap = MakeBitmap(2, 1, PixelFormat24bppRGB, pixels);
-  const Gdiplus::Status refused = expectations::kMissingFramesAreInvalidParameters
-                                      ? Gdiplus::InvalidParameter
-                                      : Gdiplus::Win32Error;
+  const Gdiplus::Status refused =
+      kMissingFramesAreInvalidParameters ? Gdiplus::InvalidParameter : Gdiplus::Win32Error;
   for (const UINT frame : {1U, 2U, 0xFFFFFFFFU}) {
     EXPECT_EQ(Flat::GdipImageSelectActiveFrame(NativeOf(*bitmap), &kPage, frame), refused) << frame;
   }
@@ -71,3 +67,4 @@ TEST(MemoryBitmapFrames, AskForTheBitmapAndADimension) {
 }
 
 }  // namespace
+}  // namespace pixtola::test

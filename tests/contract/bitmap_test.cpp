@@ -10,16 +10,10 @@
 #include "support/platform_expectations.h"
 #include "support/test_bitmap.h"
 
+namespace pixtola::test {
 namespace {
 
 namespace Flat = Gdiplus::DllExports;
-using test_support::BitmapPointer;
-using test_support::Bytes;
-using test_support::MakeBitmap;
-using test_support::PackedBytes;
-using test_support::PaletteBlock;
-using test_support::PaletteOf;
-using test_support::PixelsOf;
 
 TEST(BitmapCreation, ZeroesPixelsOfItsOwn) {
   const BitmapPointer bitmap(new Gdiplus::Bitmap(5, 4, PixelFormat32bppARGB));
@@ -45,7 +39,7 @@ TEST(BitmapCreation, AsksForStridesThatAreMultiplesOfFourWithTheCallersRows) {
         Flat::GdipCreateBitmapFromScan0(1, 1, stride, PixelFormat24bppRGB, rows.data(), &bitmap),
         Gdiplus::InvalidParameter)
         << stride;
-    if (stride == 0 && expectations::kNoStrideLeavesTheOldHandle) continue;
+    if (stride == 0 && kNoStrideLeavesTheOldHandle) continue;
     EXPECT_EQ(bitmap, nullptr) << stride;
   }
 }
@@ -98,7 +92,7 @@ TEST(BitmapCreation, AcceptsRowsThatRunUpwards) {
 }
 
 TEST(BitmapResolution, IsKeptAndRefusesZeroAndLess) {
-  if (expectations::kAnyResolutionIsTaken) GTEST_SKIP() << "Wine takes any";
+  if (kAnyResolutionIsTaken) GTEST_SKIP() << "Wine takes any";
   const BitmapPointer bitmap(new Gdiplus::Bitmap(1, 1, PixelFormat24bppRGB));
   EXPECT_EQ(bitmap->SetResolution(300, 150), Gdiplus::Ok);
   for (const auto& [x, y] : {std::pair{0.0F, 96.0F}, {96.0F, 0.0F}, {-1.0F, 96.0F}}) {
@@ -193,7 +187,7 @@ TEST(BitmapPalette, TellsItsSize) {
 }
 
 TEST(BitmapPalette, RefusesTooSmallABlock) {
-  if (expectations::kPalettesAreCheckedDifferently) GTEST_SKIP() << "Wine answers otherwise";
+  if (kPalettesAreCheckedDifferently) GTEST_SKIP() << "Wine answers otherwise";
   const BitmapPointer bitmap(new Gdiplus::Bitmap(1, 1, PixelFormat1bppIndexed));
   std::uint32_t block[4] = {};
   EXPECT_EQ(bitmap->GetPalette(reinterpret_cast<Gdiplus::ColorPalette*>(block), 15),
@@ -201,7 +195,7 @@ TEST(BitmapPalette, RefusesTooSmallABlock) {
 }
 
 TEST(BitmapPalette, KeepsFewerEntriesAndRefusesNoneAndTooMany) {
-  if (expectations::kPalettesAreCheckedDifferently) GTEST_SKIP() << "Wine takes empty palettes";
+  if (kPalettesAreCheckedDifferently) GTEST_SKIP() << "Wine takes empty palettes";
   const BitmapPointer bitmap(new Gdiplus::Bitmap(1, 1, PixelFormat8bppIndexed));
   const std::vector<Gdiplus::ARGB> colors = {0xFF010203, 0x80040506};
   EXPECT_EQ(bitmap->SetPalette(PaletteBlock(5, colors).get()), Gdiplus::Ok);
@@ -235,9 +229,10 @@ TEST(BitmapClone, OwnsItsPixels) {
     rows.assign(8, 99);
   }
   EXPECT_EQ(PixelsOf(*clone), (Bytes{1, 2, 3, 4, 5, 6}));
-  if (expectations::kClonesForgetTheResolution) GTEST_SKIP() << "Wine forgets the resolution";
+  if (kClonesForgetTheResolution) GTEST_SKIP() << "Wine forgets the resolution";
   EXPECT_FLOAT_EQ(clone->GetHorizontalResolution(), 300);
   EXPECT_FLOAT_EQ(clone->GetVerticalResolution(), 150);
 }
 
 }  // namespace
+}  // namespace pixtola::test

@@ -17,20 +17,11 @@
 #include "support/temporary_folder.h"
 #include "support/test_bitmap.h"
 
+namespace pixtola::test {
 namespace {
 
 namespace Flat = Gdiplus::DllExports;
 using Gdiplus::PixelFormat;
-using test_support::BitmapPointer;
-using test_support::BitsOf;
-using test_support::Bytes;
-using test_support::MakeBitmap;
-using test_support::PackedBytes;
-using test_support::PaletteBlock;
-using test_support::PixelsOf;
-using test_support::ReadWholeFile;
-using test_support::TemporaryFolder;
-using test_support::WriteWholeFile;
 
 enum Format { kBmp, kJpeg, kGif, kTiff, kPng };
 constexpr Format kFormats[] = {kBmp, kJpeg, kGif, kTiff, kPng};
@@ -94,7 +85,7 @@ void ExpectTheFiveFormats(const CodecList& codecs) {
     const Gdiplus::ImageCodecInfo* codec = codecs.Find(format);
     ASSERT_NE(codec, codecs.end()) << format;
     EXPECT_EQ(std::wstring(codec->MimeType), FactsOf(format).mime_type);
-    const bool is_turned = expectations::kTiffExtensionsAreTurned && format == kTiff;
+    const bool is_turned = kTiffExtensionsAreTurned && format == kTiff;
     EXPECT_EQ(std::wstring(codec->FilenameExtension),
               is_turned ? L"*.TIFF;*.TIF" : FactsOf(format).extensions);
     EXPECT_TRUE(previous == nullptr || previous < codec) << format;
@@ -216,7 +207,7 @@ bool KeepsPixels(Format format, PixelFormat source) {
 bool IsReloadedDifferently(Format format, PixelFormat source) {
   const bool is_deep = BitsOf(source) == 16 || BitsOf(source) == 32;
   const bool is_alike = format == kJpeg || format == kGif || (format == kPng && source != k32);
-  return expectations::kDeepBitmapsAreSavedDifferently && is_deep && !is_alike;
+  return kDeepBitmapsAreSavedDifferently && is_deep && !is_alike;
 }
 
 class SavedImage : public testing::Test {
@@ -235,8 +226,7 @@ TEST_F(SavedImage, ComesBackInAFormatThatTheFileDecides) {
   for (const Reload& reload : kReloads) {
     for (const Format format : kFormats) {
       SCOPED_TRACE(testing::Message() << std::hex << reload.source << " as " << format);
-      if (expectations::kGifEncoderKnows8BitsOnly && format == kGif && reload.source != k8)
-        continue;
+      if (kGifEncoderKnows8BitsOnly && format == kGif && reload.source != k8) continue;
       const BitmapPointer source = Noise(reload.source, 13, 5);
       ASSERT_NE(source, nullptr);
       ASSERT_EQ(Save(*source, format), Gdiplus::Ok);
@@ -256,8 +246,7 @@ TEST_F(SavedImage, ComesBackWithItsPixels) {
     for (const Format format : kFormats) {
       if (!KeepsPixels(format, reload.source)) continue;
       SCOPED_TRACE(testing::Message() << std::hex << reload.source << " as " << format);
-      if (expectations::kGifEncoderKnows8BitsOnly && format == kGif && reload.source != k8)
-        continue;
+      if (kGifEncoderKnows8BitsOnly && format == kGif && reload.source != k8) continue;
       const BitmapPointer source = Noise(reload.source, 13, 5);
       ASSERT_NE(source, nullptr);
       const PixelFormat compared = HasAlpha(reload.source) && format != kBmp ? kArgb : k24;
@@ -337,9 +326,8 @@ TEST_F(SavedImage, IsTheSameInAStreamWhateverItsPosition) {
 }
 
 TEST_F(SavedImage, CannotBeLoadedWhenItIsNotThere) {
-  EXPECT_EQ(LoadFile(path_).status, expectations::kMissingFilesAreGenericErrors
-                                        ? Gdiplus::GenericError
-                                        : Gdiplus::InvalidParameter);
+  EXPECT_EQ(LoadFile(path_).status,
+            kMissingFilesAreGenericErrors ? Gdiplus::GenericError : Gdiplus::InvalidParameter);
 }
 
 TEST_F(SavedImage, CannotBeLoadedWhenItIsUnknown) {
@@ -384,7 +372,7 @@ class Parameter {
 };
 
 TEST_F(SavedImage, IsSmallerAsJpegOfLessQuality) {
-  if (expectations::kJpegEncoderIgnoresQuality) GTEST_SKIP() << "the quality is not used";
+  if (kJpegEncoderIgnoresQuality) GTEST_SKIP() << "the quality is not used";
   const BitmapPointer source = Noise(k24, 64, 64);
   std::vector<std::size_t> sizes;
   for (const ULONG quality : {10U, 50U, 95U}) {
@@ -396,7 +384,7 @@ TEST_F(SavedImage, IsSmallerAsJpegOfLessQuality) {
 }
 
 TEST_F(SavedImage, IsCompressedAsTiffAsItIsAsked) {
-  if (expectations::kTiffEncoderIgnoresCompression) GTEST_SKIP() << "the compression is not used";
+  if (kTiffEncoderIgnoresCompression) GTEST_SKIP() << "the compression is not used";
   // All of one colour, so that a compression tells.
   const BitmapPointer source = MakeBitmap(64, 64, k8, Bytes(64 * 64, 7));
   const auto size_with = [&](ULONG compression) {
@@ -412,3 +400,4 @@ TEST_F(SavedImage, IsCompressedAsTiffAsItIsAsked) {
 }
 
 }  // namespace
+}  // namespace pixtola::test

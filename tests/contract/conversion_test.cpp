@@ -15,24 +15,8 @@
 #include "support/platform_expectations.h"
 #include "support/reference_pixels.h"
 
+namespace pixtola::test {
 namespace {
-
-using reference_pixels::IsIndexed;
-using reference_pixels::kFormats;
-using reference_pixels::NameOf;
-using test_support::CheckRead;
-using test_support::CheckWrite;
-using test_support::ExpectedRead;
-using test_support::ExpectedWrite;
-using test_support::KnownReadDifference;
-using test_support::KnownWriteDifference;
-using test_support::PairName;
-using test_support::PixelRows;
-using test_support::RandomPalette;
-using test_support::RowsBitmap;
-using test_support::StartIsKnownToBeIgnored;
-using test_support::StrideOf;
-using test_support::WholeOf;
 
 constexpr INT kWidest = 70;
 constexpr std::array<INT, 4> kStarts = {0, 1, 3, 13};
@@ -62,7 +46,7 @@ TEST_P(ConversionOfPair, ReadsEveryWidthFromEveryStart) {
   std::mt19937 random(1);
   RowsBitmap image(kBitmapWidth, 2, BitmapFormat(), random);
   ASSERT_EQ(image.bitmap.GetLastStatus(), Gdiplus::Ok) << NameOf(BitmapFormat());
-  if (IsIndexed(BitmapFormat())) {
+  if (HasIndexes(BitmapFormat())) {
     ASSERT_EQ(image.SetPalette(RandomPalette(image.palette.size(), random)), Gdiplus::Ok);
   }
   const PixelRows expected = ExpectedRead(image, LockFormat());
@@ -91,13 +75,13 @@ TEST_P(ConversionOfPair, WritesEveryWidthAtEveryStart) {
   std::mt19937 random(3);
   RowsBitmap image(kBitmapWidth, 2, BitmapFormat(), random);
   ASSERT_EQ(image.bitmap.GetLastStatus(), Gdiplus::Ok) << NameOf(BitmapFormat());
-  if (IsIndexed(BitmapFormat())) {
+  if (HasIndexes(BitmapFormat())) {
     ASSERT_EQ(image.SetPalette(RandomPalette(image.palette.size(), random)), Gdiplus::Ok);
   }
   const PixelRows source(kBitmapWidth, 2, LockFormat(), StrideOf(LockFormat(), kBitmapWidth),
                          random);
   const PixelRows converted = ExpectedWrite(image, source);
-  const test_support::Bytes before = image.rows.bytes();
+  const Bytes before = image.rows.bytes();
   for (INT width = 1; width <= kWidest; ++width) {
     for (const INT x : kStarts) {
       if (StartIsKnownToBeIgnored(BitmapFormat(), x)) continue;
@@ -109,9 +93,9 @@ TEST_P(ConversionOfPair, WritesEveryWidthAtEveryStart) {
 
 /// Tries every way to lock a bitmap; the modes with a buffer of the caller get one.
 void ExpectRefusal(RowsBitmap& image, Gdiplus::PixelFormat format) {
-  const test_support::Bytes before = image.rows.bytes();
+  const Bytes before = image.rows.bytes();
   for (const UINT mode : {1U, 2U, 3U, 5U, 6U, 7U}) {
-    test_support::Bytes buffer(4096, 0xA5);
+    Bytes buffer(4096, 0xA5);
     Gdiplus::BitmapData data{};
     data.Width = static_cast<UINT>(image.rows.width());
     data.Height = static_cast<UINT>(image.rows.height());
@@ -120,7 +104,7 @@ void ExpectRefusal(RowsBitmap& image, Gdiplus::PixelFormat format) {
     data.Scan0 = buffer.data();
     EXPECT_EQ(image.bitmap.LockBits(nullptr, mode, format, &data), Gdiplus::InvalidParameter)
         << image.rows.format() << " as " << format << ", mode " << mode;
-    EXPECT_EQ(buffer, test_support::Bytes(4096, 0xA5)) << image.rows.format() << " as " << format;
+    EXPECT_EQ(buffer, Bytes(4096, 0xA5)) << image.rows.format() << " as " << format;
   }
   EXPECT_EQ(image.rows.bytes(), before) << image.rows.format() << " as " << format;
   Gdiplus::BitmapData data{};
@@ -130,7 +114,7 @@ void ExpectRefusal(RowsBitmap& image, Gdiplus::PixelFormat format) {
 }
 
 TEST(Conversion, RefusesGrayOf16BitsBothWays) {
-  if (expectations::kGrayOf16BitsIsNotRefused) GTEST_SKIP() << "Wine answers otherwise";
+  if (kGrayOf16BitsIsNotRefused) GTEST_SKIP() << "Wine answers otherwise";
   std::mt19937 random(4);
   for (const auto format : kFormats) {
     RowsBitmap image(5, 3, format, random);
@@ -157,7 +141,7 @@ constexpr std::array<Gdiplus::PixelFormat, 8> kNoFormats = {
     PixelFormatPAlpha,    PixelFormatExtended, PixelFormatCanonical, 0x200F};
 
 TEST(Conversion, RefusesWhatIsNoFormatOfPixels) {
-  if (expectations::kLocksInNoFormatAreNotImplemented) GTEST_SKIP() << "Wine answers otherwise";
+  if (kLocksInNoFormatAreNotImplemented) GTEST_SKIP() << "Wine answers otherwise";
   std::mt19937 random(6);
   for (const auto format : kFormats) {
     RowsBitmap image(5, 3, format, random);
@@ -167,10 +151,10 @@ TEST(Conversion, RefusesWhatIsNoFormatOfPixels) {
 }
 
 TEST(Conversion, HasNoBitmapsInWhatIsNoFormatOfPixels) {
-  if (expectations::kBitmapsInNoFormatAreMade) GTEST_SKIP() << "Wine makes them";
+  if (kBitmapsInNoFormatAreMade) GTEST_SKIP() << "Wine makes them";
   for (const auto none : kNoFormats) {
     EXPECT_EQ(Gdiplus::Bitmap(5, 3, none).GetLastStatus(), Gdiplus::InvalidParameter) << none;
-    test_support::Bytes rows(20 * 3);
+    Bytes rows(20 * 3);
     EXPECT_EQ(Gdiplus::Bitmap(5, 3, 20, none, rows.data()).GetLastStatus(),
               Gdiplus::InvalidParameter)
         << none;
@@ -178,3 +162,4 @@ TEST(Conversion, HasNoBitmapsInWhatIsNoFormatOfPixels) {
 }
 
 }  // namespace
+}  // namespace pixtola::test

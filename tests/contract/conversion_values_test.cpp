@@ -16,25 +16,8 @@
 #include "support/platform_expectations.h"
 #include "support/reference_pixels.h"
 
+namespace pixtola::test {
 namespace {
-
-using reference_pixels::DefaultPalette;
-using reference_pixels::kFormats;
-using reference_pixels::NameOf;
-using reference_pixels::Palette;
-using reference_pixels::Pixel;
-using test_support::CheckRead;
-using test_support::CheckWrite;
-using test_support::ExpectedRead;
-using test_support::ExpectedWrite;
-using test_support::KnownReadDifference;
-using test_support::KnownWriteDifference;
-using test_support::LockedPixel;
-using test_support::PixelRows;
-using test_support::RandomPalette;
-using test_support::RowsBitmap;
-using test_support::StrideOf;
-using test_support::WholeOf;
 
 constexpr std::array<Gdiplus::PixelFormat, 3> kWordFormats = {
     PixelFormat16bppRGB555, PixelFormat16bppRGB565, PixelFormat16bppARGB1555};
@@ -111,7 +94,7 @@ TEST_P(ConversionOfValues, TakesEveryChannelWithEveryAlpha) {
 }
 
 TEST_P(ConversionOfValues, TakesEveryValueOfLight) {
-  if (expectations::k48BitChannelsHave16Bits) GTEST_SKIP() << "Wine's channels are others";
+  if (k48BitChannelsHave16Bits) GTEST_SKIP() << "Wine's channels are others";
   for (const auto format : kDeepFormats) {
     if (format == GetParam()) continue;
     CheckBothWays(LightChart(format), GetParam());
@@ -119,7 +102,7 @@ TEST_P(ConversionOfValues, TakesEveryValueOfLight) {
 }
 
 TEST(ConversionToLight, KeepsEveryLevelAndItsOrder) {
-  if (expectations::k48BitChannelsHave16Bits) GTEST_SKIP() << "Wine's channels are others";
+  if (k48BitChannelsHave16Bits) GTEST_SKIP() << "Wine's channels are others";
   for (const auto format : kDeepFormats) {
     // Other alphas are lost where there is no place for them, and cost colours where they multiply.
     const bool any_alpha = format == PixelFormat64bppARGB;
@@ -180,7 +163,7 @@ std::vector<Palette> HardPalettes(std::mt19937& random) {
 }
 
 TEST(ConversionToIndexes, FindsTheNearestEntry) {
-  if (expectations::kNearestEntriesAreMissed) GTEST_SKIP() << "Wine measures distances otherwise";
+  if (kNearestEntriesAreMissed) GTEST_SKIP() << "Wine measures distances otherwise";
   std::mt19937 random(1);
   for (const Palette& palette : HardPalettes(random)) {
     const PixelRows colors = ColorsAround(palette, random);
@@ -206,7 +189,7 @@ TEST(ConversionToIndexes, FindsEveryEntryItself) {
 }
 
 TEST(ConversionToIndexes, TakesNoNoticeOfAlpha) {
-  if (expectations::kNearestEntriesAreMissed) GTEST_SKIP() << "Wine measures distances otherwise";
+  if (kNearestEntriesAreMissed) GTEST_SKIP() << "Wine measures distances otherwise";
   std::mt19937 random(3);
   RowsBitmap image(256, 256, PixelFormat8bppIndexed, random);
   ASSERT_EQ(image.SetPalette(RandomPalette(40, random)), Gdiplus::Ok);
@@ -226,7 +209,7 @@ TEST(ConversionFromIndexes, ShowsIndexesWithoutAnEntryInOpaqueBlack) {
       for (const auto format : kFormats) {
         if (!KnownReadDifference(own, format).empty()) continue;
         const bool has_alpha = (format & PixelFormatAlpha) != 0;
-        if (expectations::kIndexesWithoutEntryAreTransparent && has_alpha) continue;
+        if (kIndexesWithoutEntryAreTransparent && has_alpha) continue;
         CheckRead(image, WholeOf(image.rows), ExpectedRead(image, format));
       }
     }
@@ -235,10 +218,11 @@ TEST(ConversionFromIndexes, ShowsIndexesWithoutAnEntryInOpaqueBlack) {
 
 TEST(ConversionFromIndexes, KnowsTheDefaultPalettes) {
   for (const auto format : kIndexedFormats) {
-    const test_support::BitmapPointer bitmap(new Gdiplus::Bitmap(1, 1, format));
-    const auto colors = test_support::PaletteOf(*bitmap);
+    const BitmapPointer bitmap(new Gdiplus::Bitmap(1, 1, format));
+    const auto colors = PaletteOf(*bitmap);
     EXPECT_EQ(Palette(colors.begin(), colors.end()), DefaultPalette(format)) << NameOf(format);
   }
 }
 
 }  // namespace
+}  // namespace pixtola::test

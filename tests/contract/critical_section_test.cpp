@@ -10,6 +10,7 @@
 
 #include "platform.h"
 
+namespace pixtola::test {
 namespace {
 
 /// A section for the length of a test.
@@ -117,3 +118,4 @@ TEST(CriticalSection, IsIndependentOfOthers) {
 }
 
 }  // namespace
+}  // namespace pixtola::test

@@ -11,15 +11,16 @@
 #include "Pixtola.h"
 #include "support/platform_expectations.h"
 #include "support/test_bitmap.h"
+#include "support/test_images.h"
 
+namespace pixtola::test {
 namespace {
 
 using Gdiplus::PixelFormat;
-using test_support::BitmapPointer;
 
 /// `name` is below the folder of test images.
 BitmapPointer Decode(const std::string& name) {
-  const std::filesystem::path path = std::filesystem::path(PIXTOLA_TEST_IMAGES) / name;
+  const std::filesystem::path path = TestImages() / name;
   return BitmapPointer(new Gdiplus::Bitmap(path.wstring().c_str()));
 }
 
@@ -85,7 +86,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(DecodedPalette, OfGrayJpegIsARamp) {
   const BitmapPointer bitmap = Decode("pillow/hopper_gray.jpg");
-  const auto palette = test_support::PaletteOf(*bitmap);
+  const auto palette = PaletteOf(*bitmap);
   ASSERT_EQ(palette.size(), 256U);
   for (std::uint32_t i = 0; i < 256; ++i) EXPECT_EQ(palette[i], 0xFF000000 | i * 0x010101) << i;
 }
@@ -110,17 +111,17 @@ TEST(DecodedResolution, Is96WithoutOneInTheFile) {
 TEST(DecodedFrames, OfAnimationsFollowOneAnotherInTime) {
   const BitmapPointer bitmap = Decode("pillow/dispose_none.gif");
   EXPECT_EQ(bitmap->GetFrameCount(&Gdiplus::FrameDimensionTime), 5U);
-  const test_support::Bytes first = test_support::PixelsOf(*bitmap);
+  const Bytes first = PixelsOf(*bitmap);
   ASSERT_EQ(bitmap->SelectActiveFrame(&Gdiplus::FrameDimensionTime, 4), Gdiplus::Ok);
-  EXPECT_NE(test_support::PixelsOf(*bitmap), first);
+  EXPECT_NE(PixelsOf(*bitmap), first);
   ASSERT_EQ(bitmap->SelectActiveFrame(&Gdiplus::FrameDimensionTime, 0), Gdiplus::Ok);
-  EXPECT_EQ(test_support::PixelsOf(*bitmap), first);
+  EXPECT_EQ(PixelsOf(*bitmap), first);
 }
 
 TEST(DecodedFrames, ThatAreNotThereCannotBeSelected) {
   const BitmapPointer bitmap = Decode("pillow/dispose_none.gif");
   const Gdiplus::Status status = bitmap->SelectActiveFrame(&Gdiplus::FrameDimensionTime, 5);
-  if (expectations::kMissingFramesAreInvalidParameters) {
+  if (kMissingFramesAreInvalidParameters) {
     EXPECT_NE(status, Gdiplus::Ok);
   } else {
     EXPECT_EQ(status, Gdiplus::Win32Error);
@@ -128,8 +129,7 @@ TEST(DecodedFrames, ThatAreNotThereCannotBeSelected) {
 }
 
 TEST(DecodedFrames, OfAnimationsAreNoPages) {
-  if (expectations::kFrameDimensionsAreNotToldApart)
-    GTEST_SKIP() << "Wine does not tell them apart";
+  if (kFrameDimensionsAreNotToldApart) GTEST_SKIP() << "Wine does not tell them apart";
   const BitmapPointer bitmap = Decode("pillow/dispose_none.gif");
   EXPECT_EQ(bitmap->SelectActiveFrame(&Gdiplus::FrameDimensionPage, 0), Gdiplus::Win32Error);
 }
@@ -142,3 +142,4 @@ TEST(DecodedFrames, OfTiffArePages) {
 }
 
 }  // namespace
+}  // namespace pixtola::test

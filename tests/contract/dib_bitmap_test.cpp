@@ -12,15 +12,10 @@
 #include "support/dib_section.h"
 #include "support/test_bitmap.h"
 
+namespace pixtola::test {
 namespace {
 
 namespace Flat = Gdiplus::DllExports;
-using test_support::BitmapPointer;
-using test_support::Bytes;
-using test_support::DibInfo;
-using test_support::DibSection;
-using test_support::PaletteOf;
-using test_support::PixelsOf;
 
 /// The section as a bitmap; null when it cannot be had.
 BitmapPointer BitmapOf(const DibSection& section) {
@@ -211,3 +206,4 @@ TEST(BitmapOfADibSection, NeedsAPlaceForTheBitmap) {
 }
 
 }  // namespace
+}  // namespace pixtola::test

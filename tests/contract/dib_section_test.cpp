@@ -10,10 +10,8 @@
 #include "platform.h"
 #include "support/dib_section.h"
 
+namespace pixtola::test {
 namespace {
-
-using test_support::DibInfo;
-using test_support::DibSection;
 
 /// What GetObjectW tells of a section.
 DIBSECTION Described(HBITMAP bitmap) {
@@ -204,3 +202,4 @@ TEST(DeviceContexts, AreNotDeletedTwice) {
 }
 
 }  // namespace
+}  // namespace pixtola::test

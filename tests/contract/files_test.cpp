@@ -15,11 +15,9 @@
 #include "platform.h"
 #include "support/temporary_folder.h"
 
+namespace pixtola::test {
 namespace {
 
-using test_support::ReadWholeFile;
-using test_support::TemporaryFolder;
-using test_support::WriteWholeFile;
 using FileBytes = std::vector<std::uint8_t>;
 
 struct CloseFile {
@@ -332,3 +330,4 @@ TEST(CompareWithoutCase, FindsTheExtensionOfAPath) {
 }
 
 }  // namespace
+}  // namespace pixtola::test

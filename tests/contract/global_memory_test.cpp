@@ -9,6 +9,7 @@
 
 #include "platform.h"
 
+namespace pixtola::test {
 namespace {
 
 /// More than any system has, but no number that overflows when something is added.
@@ -191,3 +192,4 @@ TEST(NoGlobalMemory, HasNeitherSizeNorAddress) {
 }
 
 }  // namespace
+}  // namespace pixtola::test

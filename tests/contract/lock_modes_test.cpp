@@ -17,31 +17,8 @@
 #include "support/platform_expectations.h"
 #include "support/reference_pixels.h"
 
+namespace pixtola::test {
 namespace {
-
-using reference_pixels::BitsPerPixel;
-using reference_pixels::ConvertPixel;
-using reference_pixels::DefaultPalette;
-using reference_pixels::kFormats;
-using reference_pixels::NameOf;
-using reference_pixels::Pixel;
-using reference_pixels::RowBytes;
-using test_support::Bytes;
-using test_support::Change;
-using test_support::Column;
-using test_support::KnownReadDifference;
-using test_support::KnownWriteDifference;
-using test_support::Line;
-using test_support::LockedPixel;
-using test_support::PairName;
-using test_support::PixelRows;
-using test_support::RandomPixel;
-using test_support::RowOrder;
-using test_support::RowsBitmap;
-using test_support::SetLockedPixel;
-using test_support::Settled;
-using test_support::StartIsKnownToBeIgnored;
-using test_support::StrideOf;
 
 constexpr UINT kRead = Gdiplus::ImageLockModeRead;
 constexpr UINT kWrite = Gdiplus::ImageLockModeWrite;
@@ -71,7 +48,7 @@ std::string Description(const RowsBitmap& image, const Lock& lock) {
 /// Where the rows of a lock without a buffer have to be.
 void CheckPlace(RowsBitmap& image, const Lock& lock, const Gdiplus::BitmapData& data) {
   const std::size_t width = static_cast<std::size_t>(lock.part.Width);
-  const std::size_t bit = Column(lock.part, 0) * BitsPerPixel(image.rows.format());
+  const std::size_t bit = Column(lock.part, 0) * BitsOfPixel(image.rows.format());
   if (lock.format != image.rows.format()) {
     EXPECT_EQ(data.Stride, static_cast<INT>(StrideOf(lock.format, width)));
   } else if (bit % 8 == 0) {
@@ -167,8 +144,8 @@ void CheckLock(RowsBitmap& image, const Lock& lock, std::mt19937& random) {
 }
 
 std::string KnownDifference(Gdiplus::PixelFormat bitmap, Gdiplus::PixelFormat lock, UINT mode) {
-  if (expectations::kUserBufferLocksLosePartialBytes && bitmap == lock && (mode & kUserBuffer) &&
-      BitsPerPixel(bitmap) < 8) {
+  if (kUserBufferLocksLosePartialBytes && bitmap == lock && (mode & kUserBuffer) &&
+      BitsOfPixel(bitmap) < 8) {
     return "Wine loses the last bits";
   }
   const std::string reads = (mode & kRead) != 0 ? KnownReadDifference(bitmap, lock) : "";
@@ -239,11 +216,10 @@ TEST_P(LockMode, FollowsRowsThatRunUpwards) {
 }
 
 TEST(LockBits, ShowsPixelsInsideAByteFromItsHighestBit) {
-  if (expectations::kLocksOfBitRowsIgnoreTheLeftEdge) GTEST_SKIP() << "Wine shows other pixels";
+  if (kLocksOfBitRowsIgnoreTheLeftEdge) GTEST_SKIP() << "Wine shows other pixels";
   for (const auto& [format, x] : {std::pair<Gdiplus::PixelFormat, INT>{PixelFormat1bppIndexed, 4},
                                   {PixelFormat4bppIndexed, 1}}) {
-    const auto bitmap =
-        test_support::MakeBitmap(static_cast<UINT>(x + 8), 1, format, {0x0B, 0xC0, 0, 0, 0});
+    const auto bitmap = MakeBitmap(static_cast<UINT>(x + 8), 1, format, {0x0B, 0xC0, 0, 0, 0});
     const Gdiplus::Rect part(x, 0, 8, 1);
     Gdiplus::BitmapData data{};
     ASSERT_EQ(bitmap->LockBits(&part, kRead, format, &data), Gdiplus::Ok);
@@ -254,7 +230,7 @@ TEST(LockBits, ShowsPixelsInsideAByteFromItsHighestBit) {
 
 TEST(LockBits, WithoutRectangleConvertsTheWholeImage) {
   const auto bitmap =
-      test_support::MakeBitmap(2, 2, PixelFormat24bppRGB, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12});
+      MakeBitmap(2, 2, PixelFormat24bppRGB, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12});
   Bytes buffer(16, 0);
   Gdiplus::BitmapData data{};
   data.Width = 2;
@@ -269,3 +245,4 @@ TEST(LockBits, WithoutRectangleConvertsTheWholeImage) {
 }
 
 }  // namespace
+}  // namespace pixtola::test

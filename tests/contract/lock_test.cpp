@@ -9,13 +9,8 @@
 #include "support/platform_expectations.h"
 #include "support/test_bitmap.h"
 
+namespace pixtola::test {
 namespace {
-
-using test_support::BitmapPointer;
-using test_support::Bytes;
-using test_support::MakeBitmap;
-using test_support::PaletteBlock;
-using test_support::PixelsOf;
 
 constexpr UINT kRead = Gdiplus::ImageLockModeRead;
 constexpr UINT kWrite = Gdiplus::ImageLockModeWrite;
@@ -55,7 +50,7 @@ TEST(LockBits, RefusesRectanglesOutsideTheImage) {
 }
 
 TEST(LockBits, RefusesEmptyRectangles) {
-  if (expectations::kEmptyRectanglesAreLocked) GTEST_SKIP() << "Wine locks them";
+  if (kEmptyRectanglesAreLocked) GTEST_SKIP() << "Wine locks them";
   const BitmapPointer bitmap = Numbered();
   Gdiplus::BitmapData data{};
   for (const Gdiplus::Rect& rect :
@@ -87,7 +82,7 @@ TEST(LockBits, AllowsDisposingALockedBitmap) {
 }
 
 TEST(UnlockBits, RefusesABitmapThatIsNotLocked) {
-  if (expectations::kUnlockWithoutLockIsWrongState) GTEST_SKIP() << "Wine answers otherwise";
+  if (kUnlockWithoutLockIsWrongState) GTEST_SKIP() << "Wine answers otherwise";
   const BitmapPointer bitmap = Numbered();
   Gdiplus::BitmapData data{};
   EXPECT_EQ(bitmap->UnlockBits(&data), Gdiplus::Win32Error);
@@ -178,7 +173,7 @@ TEST(LockBits, ReadsAUserBufferAtUnlock) {
 }
 
 TEST(LockBits, RefusesAMissingUserBuffer) {
-  if (expectations::kNullUserBuffersCrash) GTEST_SKIP() << "Wine crashes";
+  if (kNullUserBuffersCrash) GTEST_SKIP() << "Wine crashes";
   const BitmapPointer bitmap = Numbered();
   Gdiplus::BitmapData data{};
   data.Stride = 12;
@@ -189,7 +184,7 @@ TEST(LockBits, RefusesAMissingUserBuffer) {
 }
 
 TEST(LockBits, RefusesAUserBufferThatIsNeitherReadNorFilled) {
-  if (expectations::kLocksForNothingAreTaken) GTEST_SKIP() << "Wine takes it";
+  if (kLocksForNothingAreTaken) GTEST_SKIP() << "Wine takes it";
   const BitmapPointer bitmap = Numbered();
   Bytes buffer(36, 0xA5);
   Gdiplus::BitmapData data{};
@@ -204,7 +199,7 @@ TEST(LockBits, RefusesAUserBufferThatIsNeitherReadNorFilled) {
 }
 
 TEST(LockBits, RefusesWhatIsNoPixelFormat) {
-  if (expectations::kLocksInNoFormatAreNotImplemented) GTEST_SKIP() << "Wine answers otherwise";
+  if (kLocksInNoFormatAreNotImplemented) GTEST_SKIP() << "Wine answers otherwise";
   const BitmapPointer bitmap = Numbered();
   Gdiplus::BitmapData data{};
   for (const Gdiplus::PixelFormat format : {0, PixelFormatIndexed, PixelFormatGDI}) {
@@ -229,7 +224,7 @@ TEST(LockBits, DropsAlphaToward24Bits) {
 }
 
 TEST(LockBits, Widens16BitColours) {
-  if (expectations::kGreenOf555LacksLowBits) GTEST_SKIP() << "Wine computes green otherwise";
+  if (kGreenOf555LacksLowBits) GTEST_SKIP() << "Wine computes green otherwise";
   const BitmapPointer rgb555 = MakeBitmap(2, 1, PixelFormat16bppRGB555, {0x1F, 0x7C, 0x10, 0x02});
   // Red and blue full; green 16 of 31 and blue 16: 16 << 3 | 16 >> 2 = 132.
   EXPECT_EQ(PixelsOf(*rgb555, PixelFormat24bppRGB), (Bytes{255, 0, 255, 132, 132, 0}));
@@ -248,7 +243,7 @@ TEST(LockBits, PremultipliesAndBack) {
 }
 
 TEST(LockBits, KeepsBitsOutsideTheRectangle) {
-  if (expectations::kUserBufferLocksLosePartialBytes) GTEST_SKIP() << "Wine loses the last bits";
+  if (kUserBufferLocksLosePartialBytes) GTEST_SKIP() << "Wine loses the last bits";
   const BitmapPointer bitmap = MakeBitmap(16, 1, PixelFormat1bppIndexed, {0xFF, 0xFF});
   const Gdiplus::Rect part(0, 0, 11, 1);
   Bytes buffer = {0, 0, 0, 0};
@@ -265,3 +260,4 @@ TEST(LockBits, KeepsBitsOutsideTheRectangle) {
 }
 
 }  // namespace
+}  // namespace pixtola::test

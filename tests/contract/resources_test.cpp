@@ -6,9 +6,10 @@
 
 #include <string>
 
-#include "contract/resource_library.h"
 #include "platform.h"
+#include "support/resource_library.h"
 
+namespace pixtola::test {
 namespace {
 
 const LPCWSTR kRawData = MAKEINTRESOURCEW(10);
@@ -145,3 +146,4 @@ TEST(ResourcesOfLibraries, MayHaveTheNamesOfTheProgram) {
 }
 
 }  // namespace
+}  // namespace pixtola::test

@@ -8,27 +8,8 @@
 #include "faults/fault_makers.h"
 #include "support/fault_injection.h"
 
+namespace pixtola::test {
 namespace {
-
-using test_support::Always;
-using test_support::BitmapPointer;
-using test_support::Bytes;
-using test_support::CanBeLocked;
-using test_support::Fault;
-using test_support::FaultPlan;
-using test_support::ForEveryFault;
-using test_support::kOddWidth;
-using test_support::kUntouched;
-using test_support::MakeUnderEveryFault;
-using test_support::OnFailure;
-using test_support::Outcomes;
-using test_support::Picture;
-using test_support::PictureOf;
-using test_support::RandomBitmap;
-using test_support::RandomBytes;
-using test_support::Receive;
-using test_support::Span;
-using test_support::WithDpi;
 
 constexpr Fault kFaults[] = {Fault::kAllocation, Fault::kLock};
 constexpr PxtConversionMethod kMethods[] = {MethodGray8, MethodBilevelOtsu, MethodBilevelAdaptive,
@@ -136,7 +117,7 @@ TEST(PxtBitmapToBitmap, HandsOutTheRightBitmapOrNoneUnderFaults) {
                                                   make);
       EXPECT_GE(writes.faults, 1U);
       EXPECT_EQ(writes.failures, 0U);
-      if (expectations::kDecodersMishandleFailedReads) continue;
+      if (kDecodersMishandleFailedReads) continue;
       const Outcomes reads = MakeUnderEveryFault(
           {.fault = Fault::kRead, .on_failure = Always(OnFailure::kIsNull)}, make);
       EXPECT_GE(reads.failures, 1U);
@@ -175,3 +156,4 @@ TEST(PxtExtractBytes, WritesAllPixelsOrNoneUnderFaults) {
 }
 
 }  // namespace
+}  // namespace pixtola::test

@@ -13,12 +13,12 @@ namespace pixtola::portable {
 namespace {
 
 namespace Flat = Gdiplus::DllExports;
-using test_support::BitmapPointer;
-using test_support::Fault;
-using test_support::FaultPlan;
-using test_support::ForEveryFault;
-using test_support::PictureOf;
-using test_support::TemporaryFolder;
+using test::BitmapPointer;
+using test::Fault;
+using test::FaultPlan;
+using test::ForEveryFault;
+using test::PictureOf;
+using test::TemporaryFolder;
 
 constexpr Gdiplus::PixelFormat kFormats[] = {PixelFormat1bppIndexed, PixelFormat4bppIndexed,
                                              PixelFormat8bppIndexed, PixelFormat16bppRGB555,
@@ -28,7 +28,7 @@ class CodecsUnderFaults : public testing::Test {
  protected:
   /// Decodes a file under every fault: a fault means a status, and no bitmap.
   void DecodeUnderEveryFault(const Bytes& file) {
-    test_support::WriteWholeFile(path_, file);
+    test::WriteWholeFile(path_, file);
     const std::wstring path = path_.wstring();
     const Gdiplus::Bitmap undisturbed(path.c_str());
     ASSERT_EQ(undisturbed.GetLastStatus(), Gdiplus::Ok);
@@ -50,7 +50,7 @@ class CodecsUnderFaults : public testing::Test {
   void EncodeUnderEveryFault(Gdiplus::Bitmap& bitmap, const Codec& codec) {
     const std::wstring path = path_.wstring();
     ASSERT_EQ(bitmap.Save(path.c_str(), &codec.info.Clsid), Gdiplus::Ok);
-    const Bytes undisturbed = test_support::ReadWholeFile(path_);
+    const Bytes undisturbed = test::ReadWholeFile(path_);
     for (const Fault fault : {Fault::kAllocation, Fault::kWrite}) {
       const std::uint32_t faults = ForEveryFault(fault, [&](FaultPlan& plan) {
         std::filesystem::remove(path_);
@@ -60,7 +60,7 @@ class CodecsUnderFaults : public testing::Test {
         if (plan.HasFired()) {
           EXPECT_TRUE(folder_.is_empty());
         } else {
-          EXPECT_EQ(test_support::ReadWholeFile(path_), undisturbed);
+          EXPECT_EQ(test::ReadWholeFile(path_), undisturbed);
         }
       });
       EXPECT_GE(faults, 2U);
@@ -73,9 +73,9 @@ class CodecsUnderFaults : public testing::Test {
     const Bytes before = {1, 2, 3};
     for (const Fault fault : {Fault::kAllocation, Fault::kWrite}) {
       ForEveryFault(fault, [&](FaultPlan& plan) {
-        test_support::WriteWholeFile(path_, before);
+        test::WriteWholeFile(path_, before);
         plan.Run([&] { return bitmap.Save(path.c_str(), &codec.info.Clsid); });
-        const Bytes after = test_support::ReadWholeFile(path_);
+        const Bytes after = test::ReadWholeFile(path_);
         EXPECT_EQ(after == before || after.empty(), plan.HasFired());
       });
     }
@@ -109,14 +109,14 @@ TEST_F(CodecsUnderFaults, EncodeAWholeFileOrNone) {
   for (const Codec& codec : Codecs()) {
     for (const Gdiplus::PixelFormat format : kFormats) {
       SCOPED_TRACE(testing::Message() << "format " << format);
-      const BitmapPointer bitmap = test_support::RandomBitmap(45, 37, format);
+      const BitmapPointer bitmap = test::RandomBitmap(45, 37, format);
       EncodeUnderEveryFault(*bitmap, codec);
     }
   }
 }
 
 TEST_F(CodecsUnderFaults, LeaveNothingHalfWrittenInAFileThatIsReplaced) {
-  const BitmapPointer bitmap = test_support::RandomBitmap(45, 37, PixelFormat24bppRGB);
+  const BitmapPointer bitmap = test::RandomBitmap(45, 37, PixelFormat24bppRGB);
   for (const Codec& codec : Codecs()) {
     ReplaceUnderEveryFault(*bitmap, codec);
   }

@@ -7,14 +7,8 @@
 #include "faults/fault_images.h"
 #include "support/fault_injection.h"
 
+namespace pixtola::test {
 namespace {
-
-using test_support::Bytes;
-using test_support::Fault;
-using test_support::FaultPlan;
-using test_support::ForEveryFault;
-using test_support::kUntouched;
-using test_support::RandomBytes;
 
 constexpr PxtConversionMethod kMethods[] = {MethodGray8, MethodBilevelOtsu, MethodBilevelAdaptive,
                                             MethodBilevelDiffusion};
@@ -49,7 +43,7 @@ bool IsLeftAlone(PxtConversionMethod method, const Bytes& destination) {
 /// failed.
 int ConvertUnderEveryFault(PxtConversionMethod method, const Source& source) {
   const Bytes pixels = RandomBytes(std::size_t{source.stride()} * source.height);
-  const test_support::PaletteBlock palette(0, std::vector<Gdiplus::ARGB>(200, 0xFF305080));
+  const PaletteBlock palette(0, std::vector<Gdiplus::ARGB>(200, 0xFF305080));
   const auto convert = [&](std::uint8_t* destination, std::uint32_t& size) {
     RECT rect = source.rect;
     std::uint32_t stride = 0;
@@ -142,3 +136,4 @@ TEST(BlockOperations, NeedNoMemory) {
 }
 
 }  // namespace
+}  // namespace pixtola::test

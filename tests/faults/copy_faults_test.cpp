@@ -13,28 +13,8 @@
 #include "support/fault_injection.h"
 #include "support/platform_calls.h"
 
+namespace pixtola::test {
 namespace {
-
-using test_support::Always;
-using test_support::BitmapPointer;
-using test_support::Bytes;
-using test_support::CanBeLocked;
-using test_support::Fault;
-using test_support::FaultPlan;
-using test_support::kOddWidth;
-using test_support::kSpans;
-using test_support::LeftByTheFirst;
-using test_support::MakeUnderEveryFault;
-using test_support::OnFailure;
-using test_support::Outcomes;
-using test_support::Picture;
-using test_support::PictureOf;
-using test_support::PlatformCalls;
-using test_support::RandomBitmap;
-using test_support::RandomBytes;
-using test_support::Receive;
-using test_support::Span;
-using test_support::WithDpi;
 
 constexpr Gdiplus::PixelFormat kFormats[] = {PixelFormat1bppIndexed, PixelFormat4bppIndexed,
                                              PixelFormat8bppIndexed, PixelFormat16bppRGB565,
@@ -47,17 +27,16 @@ struct Pixels {
   Gdiplus::PixelFormat format;
   std::uint32_t aligned;  ///< a row's bytes and padding
   Bytes bytes;
-  test_support::PaletteBlock palette;
+  PaletteBlock palette;
 
   explicit Pixels(Gdiplus::PixelFormat pixel_format)
       : format(pixel_format),
-        aligned((static_cast<std::uint32_t>(test_support::PackedBytes(format, kOddWidth)) + 3) / 4 *
-                4),
+        aligned((static_cast<std::uint32_t>(PackedBytes(format, kOddWidth)) + 3) / 4 * 4),
         bytes(RandomBytes(std::size_t{aligned} * 37)),
         palette(0, std::vector<Gdiplus::ARGB>(std::size_t{1} << std::min(BitsOfIndex(), 8U),
                                               0xFF405060)) {}
 
-  unsigned BitsOfIndex() const { return IsIndexed(format) ? test_support::BitsOf(format) : 1; }
+  unsigned BitsOfIndex() const { return IsIndexed(format) ? BitsOf(format) : 1; }
 
   /// The rows as they are, to be widened, and upwards: the latter two are copied first.
   std::vector<std::uint32_t> strides() const { return {aligned, aligned - 1, 0 - aligned}; }
@@ -154,7 +133,7 @@ TEST(PxtInsertBytes, HandsOutTheRightBitmapOrNoneWhenTheCopyOfTheRowsFailsToo) {
 
 // An encoded copy that was written is the bitmap: there is no other try when it cannot be decoded.
 TEST(PxtInsertBytes, HandsOutNothingWhenTheEncodedCopyCannotBeRead) {
-  if (expectations::kDecodersMishandleFailedReads) GTEST_SKIP() << "the platform does not notice";
+  if (kDecodersMishandleFailedReads) GTEST_SKIP() << "the platform does not notice";
   for (const Gdiplus::PixelFormat format :
        {PixelFormat1bppIndexed, PixelFormat4bppIndexed, PixelFormat8bppIndexed}) {
     const Pixels pixels(format);
@@ -219,15 +198,14 @@ TEST(PxtInsertBytes, GivesBitmapsTheirDefaultPaletteItself) {
       const BitmapPointer owned(made);
       EXPECT_EQ(calls.palettes.size(), is_encoded ? 1U : 2U);
       for (const auto& palette : calls.palettes) EXPECT_EQ(palette, colors);
-      EXPECT_EQ(test_support::PaletteOf(*made), colors);
+      EXPECT_EQ(PaletteOf(*made), colors);
     }
   }
 }
 
 TEST(PxtCopyBitmap, MakesBlackAndWhiteOfOneBitImagesWhosePaletteCannotBeHad) {
-  const BitmapPointer bitmap =
-      test_support::MakeBitmap(8, 2, PixelFormat1bppIndexed, {0b10100000, 0b00010111});
-  bitmap->SetPalette(test_support::PaletteBlock(0, {0xFFFF0000, 0xFF00FF00}).get());
+  const BitmapPointer bitmap = MakeBitmap(8, 2, PixelFormat1bppIndexed, {0b10100000, 0b00010111});
+  bitmap->SetPalette(PaletteBlock(0, {0xFFFF0000, 0xFF00FF00}).get());
   bitmap->GetLastStatus();
   // Its size, not to be had, is that of none.
   FaultPlan plan(Fault::kPalette, 1);
@@ -239,8 +217,8 @@ TEST(PxtCopyBitmap, MakesBlackAndWhiteOfOneBitImagesWhosePaletteCannotBeHad) {
   const BitmapPointer owned(made);
   const auto black_and_white = DefaultColors(PixelFormat1bppIndexed);
   EXPECT_EQ(calls.palettes, std::vector<std::vector<Gdiplus::ARGB>>{black_and_white});
-  EXPECT_EQ(test_support::PaletteOf(*made), black_and_white);
-  EXPECT_EQ(test_support::PixelsOf(*made), (Bytes{0b10100000, 0b00010111}));
+  EXPECT_EQ(PaletteOf(*made), black_and_white);
+  EXPECT_EQ(PixelsOf(*made), (Bytes{0b10100000, 0b00010111}));
   EXPECT_EQ(bitmap->GetLastStatus(), Gdiplus::OutOfMemory);
 }
 
@@ -249,8 +227,7 @@ TEST(PxtCopyBitmap, MakesBlackAndWhiteOfOneBitImagesWhosePaletteCannotBeHad) {
 std::vector<Picture> PossibleCopies(Gdiplus::Bitmap& bitmap) {
   const Picture picture = PictureOf(bitmap);
   if (!IsIndexed(picture.format)) return {};
-  return {picture, test_support::WithoutPalette(picture),
-          WithDpi(test_support::WithoutPalette(picture), 200, 300)};
+  return {picture, WithoutPalette(picture), WithDpi(WithoutPalette(picture), 200, 300)};
 }
 
 TEST(PxtCopyBitmap, HandsOutTheRightBitmapOrNoneWithoutMemory) {
@@ -326,7 +303,7 @@ TEST(PxtCopyBitmap, DoesWithoutAnEncodedCopyThatCannotBeWritten) {
 }
 
 TEST(PxtCopyBitmap, HandsOutNothingWhenTheEncodedCopyCannotBeRead) {
-  if (expectations::kDecodersMishandleFailedReads) GTEST_SKIP() << "the platform does not notice";
+  if (kDecodersMishandleFailedReads) GTEST_SKIP() << "the platform does not notice";
   for (const Gdiplus::PixelFormat format : kFormats) {
     const BitmapPointer bitmap = RandomBitmap(kOddWidth, 37, format);
     ASSERT_NE(bitmap, nullptr);
@@ -339,3 +316,4 @@ TEST(PxtCopyBitmap, HandsOutNothingWhenTheEncodedCopyCannotBeRead) {
 }
 
 }  // namespace
+}  // namespace pixtola::test

@@ -8,7 +8,7 @@
 
 #include "support/platform_calls.h"
 
-namespace test_support {
+namespace pixtola::test {
 
 /// One parameter with one 32-bit value for JPEG and TIFF, none at all for the others. PCX has no
 /// encoder.
@@ -67,6 +67,6 @@ inline std::uint32_t LockOfLibtiff(PxtFileType type, Gdiplus::PixelFormat format
   }
 }
 
-}  // namespace test_support
+}  // namespace pixtola::test
 
 #endif  // PIXTOLA_TESTS_FAULTS_ENCODER_PARAMETERS_H_

@@ -12,27 +12,8 @@
 #include "faults/fault_streams.h"
 #include "support/fault_injection.h"
 
+namespace pixtola::test {
 namespace {
-
-using test_support::Always;
-using test_support::BitmapPointer;
-using test_support::Bytes;
-using test_support::Fault;
-using test_support::FaultPlan;
-using test_support::ForEveryFault;
-using test_support::InFrontOf;
-using test_support::kSpans;
-using test_support::MakeUnderEveryFault;
-using test_support::OnFailure;
-using test_support::Outcomes;
-using test_support::Picture;
-using test_support::PictureOf;
-using test_support::PixelsOf;
-using test_support::RandomBitmap;
-using test_support::Receive;
-using test_support::Span;
-using test_support::StreamPointer;
-using test_support::WithDpi;
 
 bool IsIndexed(const Picture& picture) { return (picture.format & PixelFormatIndexed) != 0; }
 
@@ -167,7 +148,7 @@ TEST(PxtExtractBitmapUnderFaults, LetsThePlatformDecodeWhatLibtiffsReaderCannotM
 }
 
 TEST(PxtExtractBitmapUnderFaults, HandsOutTheImageOrNothingWhenTheStreamCannotBeRead) {
-  if (expectations::kDecodersMishandleFailedReads) GTEST_SKIP() << "the platform does not notice";
+  if (kDecodersMishandleFailedReads) GTEST_SKIP() << "the platform does not notice";
   for (const Container& container : kContainers) {
     if (IsTiff(container)) continue;
     SCOPED_TRACE(testing::Message() << "type " << container.type << " of " << container.format);
@@ -188,9 +169,9 @@ TEST(PxtExtractBitmapUnderFaults, LetsThePlatformDecodeWhatLibtiffCannotRead) {
   const Bytes colors = PixelsOf(*undisturbed, PixelFormat32bppARGB);
   std::uint32_t nth = 0;
   const std::uint32_t faults = ForEveryFault(Fault::kRead, [&](FaultPlan& plan) {
-    Gdiplus::Bitmap* extracted = test_support::UntouchedBitmap();
+    Gdiplus::Bitmap* extracted = UntouchedBitmap();
     const int result = plan.Run([&] { return source.Extract(&extracted); });
-    ASSERT_NE(extracted, test_support::UntouchedBitmap());
+    ASSERT_NE(extracted, UntouchedBitmap());
     const BitmapPointer owned(extracted);
     EXPECT_EQ(result, extracted != nullptr ? 1 : 0);
     // libtiff's reads come first: the header, the directory.
@@ -229,10 +210,11 @@ TEST(PxtExtractBitmapUnderFaults, HandsOutNothingWhenNothingWorks) {
     SCOPED_TRACE(testing::Message() << "type " << container.type << " of " << container.format);
     const Source source(container.type, container.format);
     FaultPlan plan(Fault::kRead, 1, Span::kToTheEnd);
-    Gdiplus::Bitmap* bitmap = test_support::UntouchedBitmap();
+    Gdiplus::Bitmap* bitmap = UntouchedBitmap();
     EXPECT_EQ(plan.Run([&] { return source.Extract(&bitmap); }), 0);
     EXPECT_EQ(bitmap, nullptr);
   }
 }
 
 }  // namespace
+}  // namespace pixtola::test

@@ -10,7 +10,7 @@
 #include "support/platform_expectations.h"
 #include "support/test_bitmap.h"
 
-namespace test_support {
+namespace pixtola::test {
 
 /// What a result is filled with, or points to, before the call that may leave it alone.
 inline constexpr std::uint8_t kUntouched = 0xA5;
@@ -44,7 +44,7 @@ inline BitmapPointer RandomBitmap(UINT width, UINT height, Gdiplus::PixelFormat 
 
 /// Whether two resolutions are the same to whole pixels a metre, in which new indexed bitmaps have
 /// theirs unless there was no memory for an encoded copy.
-inline bool IsSameResolution(float a, float b) { return std::abs(a - b) < 0.02F; }
+inline bool IsSameResolution(float a, float b) { return std::abs(a - b) < kDpiTolerance; }
 
 /// Stripes, which every compression makes smaller; indexed bitmaps have black first and opaque
 /// colours.
@@ -95,7 +95,7 @@ inline Picture PictureOf(Gdiplus::Bitmap& bitmap) {
 inline Picture AsTiffKeeps(Picture picture) {
   picture.dpi_x = 0;
   picture.dpi_y = 0;
-  if (expectations::kTiffPalettesLackLowBytes) picture.palette.clear();
+  if (kTiffPalettesLackLowBytes) picture.palette.clear();
   return picture;
 }
 
@@ -118,10 +118,9 @@ inline bool CanBeLocked(Gdiplus::Bitmap& bitmap) { return !PixelsOf(bitmap).empt
 /// Whether a file of the type, saved of a bitmap in the format, can be read where the platform
 /// writes it: other than of 8 bits not every platform writes GIF.
 inline bool IsReadableGif(PxtFileType type, Gdiplus::PixelFormat format) {
-  return type != PxtFileTypeGif || format == PixelFormat8bppIndexed ||
-         !expectations::kGifEncoderKnows8BitsOnly;
+  return type != PxtFileTypeGif || format == PixelFormat8bppIndexed || !kGifEncoderKnows8BitsOnly;
 }
 
-}  // namespace test_support
+}  // namespace pixtola::test
 
 #endif  // PIXTOLA_TESTS_FAULTS_FAULT_IMAGES_H_

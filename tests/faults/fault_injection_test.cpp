@@ -20,12 +20,8 @@
 #include "support/test_bitmap.h"
 #include "support/tiff_file.h"
 
+namespace pixtola::test {
 namespace {
-
-using test_support::Fault;
-using test_support::FaultPlan;
-using test_support::ForEveryFault;
-using test_support::LiveBlocks;
 
 /// Keeps compilers from leaving out an allocation that nobody uses.
 void* volatile kept;
@@ -119,7 +115,7 @@ TEST(FaultPlan, LeavesTheOldBlockWhenItCannotGrow) {
 }
 
 TEST(FaultPlan, FailsALockWithoutLocking) {
-  const auto bitmap = test_support::MakeBitmap(8, 1, PixelFormat1bppIndexed, {1});
+  const auto bitmap = MakeBitmap(8, 1, PixelFormat1bppIndexed, {1});
   Gdiplus::BitmapData data{};
   const auto lock = [&] {
     return bitmap->LockBits(nullptr, Gdiplus::ImageLockModeRead, PixelFormat1bppIndexed, &data);
@@ -133,7 +129,7 @@ TEST(FaultPlan, FailsALockWithoutLocking) {
 }
 
 TEST(FaultPlan, FailsReadsAndWritesOfFiles) {
-  const test_support::TemporaryFolder folder;
+  const TemporaryFolder folder;
   const std::string path = (folder / "file").string();
   std::FILE* file = std::fopen(path.c_str(), "w+b");
   ASSERT_NE(file, nullptr);
@@ -150,8 +146,8 @@ TEST(FaultPlan, FailsReadsAndWritesOfFiles) {
 }
 
 TEST(FaultPlan, FailsReadsAndWritesOfLibtiff) {
-  const test_support::TemporaryFolder folder;
-  const auto write = [&] { test_support::WriteTiff(folder / "file", {{.rows = {1}}}); };
+  const TemporaryFolder folder;
+  const auto write = [&] { WriteTiff(folder / "file", {{.rows = {1}}}); };
   write();
   FaultPlan fails_to_read(Fault::kRead, 1);
   TIFF* tiff = nullptr;
@@ -173,8 +169,7 @@ TEST(FaultPlan, FailsWritesOfMemoryStreamsThatAreMadeUnderIt) {
   ASSERT_NE(stream, nullptr);
   EXPECT_GT(LiveBlocks(), before);
   EXPECT_EQ(plan.Run([&] { return stream->Write("a", 1, nullptr); }), S_OK);
-  EXPECT_EQ(plan.Run([&] { return stream->Write("b", 1, nullptr); }),
-            test_support::FaultyStream::kWriteFault);
+  EXPECT_EQ(plan.Run([&] { return stream->Write("b", 1, nullptr); }), FaultyStream::kWriteFault);
   stream->Release();
   EXPECT_EQ(LiveBlocks(), before);
 }
@@ -191,7 +186,7 @@ TEST(FaultPlan, LastsAsLongAsItIsToldTo) {
   };
   FaultPlan once(Fault::kAllocation, 2);
   EXPECT_EQ(once.Run(allocate), ".x..");
-  FaultPlan to_the_end(Fault::kAllocation, 2, test_support::Span::kToTheEnd);
+  FaultPlan to_the_end(Fault::kAllocation, 2, Span::kToTheEnd);
   EXPECT_EQ(to_the_end.Run(allocate), ".xxx");
   EXPECT_EQ(to_the_end.calls(), 4U);
 }
@@ -332,13 +327,12 @@ class CountingStream final : public IStream {
 
 TEST(FaultyStream, FailsTheNthReadOnly) {
   CountingStream inner;
-  IStream* const stream = test_support::FaultyStream::Create(inner);
+  IStream* const stream = FaultyStream::Create(inner);
   ULONG read = 99;
   FaultPlan plan(Fault::kRead, 2);
   EXPECT_EQ(plan.Run([&] { return stream->Read(nullptr, 5, &read); }), 0);
   EXPECT_EQ(read, 5U);
-  EXPECT_EQ(plan.Run([&] { return stream->Read(nullptr, 5, &read); }),
-            test_support::FaultyStream::kReadFault);
+  EXPECT_EQ(plan.Run([&] { return stream->Read(nullptr, 5, &read); }), FaultyStream::kReadFault);
   EXPECT_EQ(read, 0U);
   EXPECT_EQ(plan.Run([&] { return stream->Read(nullptr, 6, &read); }), 0);
   EXPECT_EQ(inner.reads, 2);
@@ -347,11 +341,10 @@ TEST(FaultyStream, FailsTheNthReadOnly) {
 
 TEST(FaultyStream, FailsTheNthWriteOnly) {
   CountingStream inner;
-  IStream* const stream = test_support::FaultyStream::Create(inner);
+  IStream* const stream = FaultyStream::Create(inner);
   ULONG written = 99;
   FaultPlan plan(Fault::kWrite, 1);
-  EXPECT_EQ(plan.Run([&] { return stream->Write("x", 1, &written); }),
-            test_support::FaultyStream::kWriteFault);
+  EXPECT_EQ(plan.Run([&] { return stream->Write("x", 1, &written); }), FaultyStream::kWriteFault);
   EXPECT_EQ(written, 0U);
   EXPECT_EQ(plan.Run([&] { return stream->Write("x", 1, &written); }), 0);
   EXPECT_EQ(written, 1U);
@@ -361,7 +354,7 @@ TEST(FaultyStream, FailsTheNthWriteOnly) {
 
 TEST(FaultyStream, StaysInFrontOfTheInnerStream) {
   CountingStream inner;
-  IStream* const stream = test_support::FaultyStream::Create(inner);
+  IStream* const stream = FaultyStream::Create(inner);
   void* queried = nullptr;
   EXPECT_EQ(stream->QueryInterface(IID{}, &queried), 0);
   EXPECT_EQ(queried, stream);
@@ -370,11 +363,11 @@ TEST(FaultyStream, StaysInFrontOfTheInnerStream) {
   EXPECT_EQ(stream->Clone(&clone), 0);
   ULONG read = 0;
   FaultPlan plan(Fault::kRead, 1);
-  EXPECT_EQ(plan.Run([&] { return clone->Read(nullptr, 1, &read); }),
-            test_support::FaultyStream::kReadFault);
+  EXPECT_EQ(plan.Run([&] { return clone->Read(nullptr, 1, &read); }), FaultyStream::kReadFault);
   EXPECT_EQ(clone->Release(), 0U);
   EXPECT_EQ(stream->Release(), 0U);
   EXPECT_EQ(inner.references, 1U);
 }
 
 }  // namespace
+}  // namespace pixtola::test

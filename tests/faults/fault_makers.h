@@ -15,11 +15,11 @@
 #include "support/fault_injection.h"
 #include "support/platform_expectations.h"
 
-namespace test_support {
+namespace pixtola::test {
 
 /// A width that leaves the last byte of 1- and 4-bit rows partly unused, where the platform copies
 /// such rows whole.
-inline constexpr UINT kOddWidth = expectations::kUserBufferLocksLosePartialBytes ? 48 : 45;
+inline constexpr UINT kOddWidth = kUserBufferLocksLosePartialBytes ? 48 : 45;
 
 /// What a bitmap's handle is before the call that may leave it alone: never used as a bitmap.
 inline Gdiplus::Bitmap* UntouchedBitmap() {
@@ -110,6 +110,6 @@ inline Picture WithDpi(Picture picture, float dpi_x, float dpi_y) {
   return picture;
 }
 
-}  // namespace test_support
+}  // namespace pixtola::test
 
 #endif  // PIXTOLA_TESTS_FAULTS_FAULT_MAKERS_H_

@@ -5,13 +5,13 @@
 #include "support/faulty_stream.h"
 #include "support/memory_streams.h"
 
-namespace test_support {
+namespace pixtola::test {
 
 /// A stream of its own in front of another one: its reads and writes can fail.
 inline StreamPointer InFrontOf(IStream& stream) {
   return StreamPointer(FaultyStream::Create(stream));
 }
 
-}  // namespace test_support
+}  // namespace pixtola::test
 
 #endif  // PIXTOLA_TESTS_FAULTS_FAULT_STREAMS_H_

@@ -9,13 +9,10 @@
 #include "io/format_name_list.h"
 #include "support/fault_injection.h"
 
+namespace pixtola::test {
 namespace {
 
 using pixtola::FormatNameList;
-using test_support::Fault;
-using test_support::FaultPlan;
-using test_support::ForEveryFault;
-using test_support::Span;
 
 using Names = std::set<std::wstring>;
 
@@ -72,3 +69,4 @@ TEST(PxtIsSupportedBitmapType, KeepsTheListWhenOnlyTheNameTakesMemory) {
 }
 
 }  // namespace
+}  // namespace pixtola::test

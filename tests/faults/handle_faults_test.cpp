@@ -8,20 +8,8 @@
 #include "support/fault_injection.h"
 #include "support/platform_calls.h"
 
+namespace pixtola::test {
 namespace {
-
-using test_support::BitmapPointer;
-using test_support::Bytes;
-using test_support::CanBeLocked;
-using test_support::Fault;
-using test_support::FaultPlan;
-using test_support::ForEveryFault;
-using test_support::kOddWidth;
-using test_support::MakeBitmap;
-using test_support::PlatformCalls;
-using test_support::RandomBitmap;
-using test_support::SectionCall;
-using test_support::Span;
 
 /// The memory of the section behind a handle.
 Bytes PixelsBehind(HBITMAP handle) {
@@ -134,3 +122,4 @@ TEST(PxtBitmapToHBITMAP, HandsOutTheRightSectionOrNoneUnderFaults) {
 }
 
 }  // namespace
+}  // namespace pixtola::test

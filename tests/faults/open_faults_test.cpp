@@ -14,26 +14,12 @@
 #include "support/temporary_folder.h"
 #include "support/tiff_file.h"
 
+namespace pixtola::test {
 namespace {
-
-using test_support::BitmapPointer;
-using test_support::Bytes;
-using test_support::Fault;
-using test_support::FaultPlan;
-using test_support::ForEveryFault;
-using test_support::kSpans;
-using test_support::Picture;
-using test_support::PictureOf;
-using test_support::PixelsOf;
-using test_support::RandomBitmap;
-using test_support::Receive;
-using test_support::Span;
-using test_support::TemporaryFolder;
-using test_support::UntouchedBitmap;
 
 constexpr Fault kFaults[] = {Fault::kAllocation, Fault::kLock, Fault::kRead, Fault::kWrite};
 
-/// Whole bytes in each format: see expectations::kUserBufferLocksLosePartialBytes.
+/// Whole bytes in each format: see kUserBufferLocksLosePartialBytes.
 constexpr UINT kWidth = 48;
 constexpr UINT kHeight = 37;
 
@@ -51,10 +37,9 @@ Colors ColorsOf(Gdiplus::Bitmap& bitmap) {
 }
 
 Colors ColorsOf(const Picture& picture) {
-  BitmapPointer bitmap =
-      test_support::MakeBitmap(picture.width, picture.height, picture.format, picture.pixels);
+  BitmapPointer bitmap = MakeBitmap(picture.width, picture.height, picture.format, picture.pixels);
   if (!picture.palette.empty()) {
-    bitmap->SetPalette(test_support::PaletteBlock(0, picture.palette).get());
+    bitmap->SetPalette(PaletteBlock(0, picture.palette).get());
   }
   return ColorsOf(*bitmap);
 }
@@ -81,18 +66,17 @@ class OpeningUnderFaults : public testing::Test {
 
   void WriteTiff(std::uint16_t bits, std::uint16_t samples, std::uint16_t photometric) {
     UseNewName();
-    test_support::WriteTiff(
-        path_,
-        {{.width = kWidth,
-          .height = kHeight,
-          .bits_per_sample = bits,
-          .samples_per_pixel = samples,
-          .photometric = photometric,
-          .rows = test_support::RandomBytes(std::size_t{kWidth} * bits * samples / 8 * kHeight),
-          .more_tags = [](TIFF* tiff) {
-            TIFFSetField(tiff, TIFFTAG_XRESOLUTION, 200.0);
-            TIFFSetField(tiff, TIFFTAG_YRESOLUTION, 300.0);
-          }}});
+    test::WriteTiff(path_,
+                    {{.width = kWidth,
+                      .height = kHeight,
+                      .bits_per_sample = bits,
+                      .samples_per_pixel = samples,
+                      .photometric = photometric,
+                      .rows = RandomBytes(std::size_t{kWidth} * bits * samples / 8 * kHeight),
+                      .more_tags = [](TIFF* tiff) {
+                        TIFFSetField(tiff, TIFFTAG_XRESOLUTION, 200.0);
+                        TIFFSetField(tiff, TIFFTAG_YRESOLUTION, 300.0);
+                      }}});
   }
 
   /// Opens the file under every fault: the bitmap shows what it shows undisturbed, or what `accept`
@@ -108,9 +92,8 @@ class OpeningUnderFaults : public testing::Test {
     const Picture picture = PictureOf(*undisturbed);
     const Colors colors = ColorsOf(*undisturbed);
     // A palette that there is no memory for counts as none.
-    const Colors without_palette = (picture.format & PixelFormatIndexed) != 0
-                                       ? ColorsOf(test_support::WithoutPalette(picture))
-                                       : colors;
+    const Colors without_palette =
+        (picture.format & PixelFormatIndexed) != 0 ? ColorsOf(WithoutPalette(picture)) : colors;
     int failures = 0;
     ForEveryFault(
         fault,
@@ -133,8 +116,8 @@ class OpeningUnderFaults : public testing::Test {
           }
           // The file's, or the one of files that do not tell, or rounded on the way through BMP.
           const float dpi = opened->GetHorizontalResolution();
-          EXPECT_TRUE(test_support::IsSameResolution(dpi, 200) ||
-                      (fault == Fault::kRead && test_support::IsSameResolution(dpi, 96)))
+          EXPECT_TRUE(IsSameResolution(dpi, 200) ||
+                      (fault == Fault::kRead && IsSameResolution(dpi, 96)))
               << dpi;
         },
         span);
@@ -240,15 +223,15 @@ TEST_F(OpeningUnderFaults, OpensAnyPageLikeTheFile) {
 }
 
 TEST_F(OpeningUnderFaults, OpensTheSecondPageOfATiffFileOrNothing) {
-  const test_support::TiffPage first{.rows = {0x5A}};
-  const test_support::TiffPage second{.width = kWidth,
-                                      .height = kHeight,
-                                      .rows = test_support::RandomBytes(kWidth / 8 * kHeight),
-                                      .more_tags = [](TIFF* tiff) {
-                                        TIFFSetField(tiff, TIFFTAG_XRESOLUTION, 200.0);
-                                        TIFFSetField(tiff, TIFFTAG_YRESOLUTION, 300.0);
-                                      }};
-  test_support::WriteTiff(path_, {first, second});
+  const TiffPage first{.rows = {0x5A}};
+  const TiffPage second{.width = kWidth,
+                        .height = kHeight,
+                        .rows = RandomBytes(kWidth / 8 * kHeight),
+                        .more_tags = [](TIFF* tiff) {
+                          TIFFSetField(tiff, TIFFTAG_XRESOLUTION, 200.0);
+                          TIFFSetField(tiff, TIFFTAG_YRESOLUTION, 300.0);
+                        }};
+  test::WriteTiff(path_, {first, second});
   const auto open = [](const wchar_t* path, Gdiplus::Bitmap** bitmap) {
     return PxtOpenImageFilePage(path, 1, bitmap);
   };
@@ -285,7 +268,7 @@ Bytes AnimatedGif(unsigned frames) {
 // Kept on purpose: a page is selected in the copy, which has but one. Only of a bitmap that could
 // not be copied further frames can be had.
 TEST_F(OpeningUnderFaults, OpensALaterFrameOnlyWhenTheBitmapCannotBeCopied) {
-  test_support::WriteWholeFile(path_, AnimatedGif(3));
+  WriteWholeFile(path_, AnimatedGif(3));
   Gdiplus::Bitmap decoded(wide_path_.c_str());
   ASSERT_EQ(decoded.GetLastStatus(), Gdiplus::Ok);
   ASSERT_EQ(decoded.GetFrameCount(&Gdiplus::FrameDimensionTime), 3U);
@@ -326,3 +309,4 @@ TEST_F(OpeningUnderFaults, OpensALaterFrameOnlyWhenTheBitmapCannotBeCopied) {
 }
 
 }  // namespace
+}  // namespace pixtola::test

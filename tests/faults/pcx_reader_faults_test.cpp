@@ -11,25 +11,8 @@
 #include "support/fault_injection.h"
 #include "support/temporary_folder.h"
 
-namespace pixtola {
+namespace pixtola::test {
 namespace {
-
-using test_support::Always;
-using test_support::BitmapPointer;
-using test_support::Bytes;
-using test_support::Fault;
-using test_support::FaultPlan;
-using test_support::ForEveryFault;
-using test_support::kSpans;
-using test_support::MakeUnderEveryFault;
-using test_support::OnFailure;
-using test_support::Outcomes;
-using test_support::Picture;
-using test_support::PictureOf;
-using test_support::RandomBitmap;
-using test_support::Receive;
-using test_support::Span;
-using test_support::WithDpi;
 
 constexpr Gdiplus::PixelFormat kFormats[] = {PixelFormat1bppIndexed, PixelFormat8bppIndexed,
                                              PixelFormat24bppRGB};
@@ -49,7 +32,7 @@ class PcxReaderUnderFaults : public testing::Test {
     return bitmap != nullptr ? PictureOf(*bitmap) : Picture{};
   }
 
-  test_support::TemporaryFolder folder_;
+  TemporaryFolder folder_;
   std::filesystem::path path_ = folder_ / "a name that takes memory of its own.pcx";
   std::wstring wide_path_ = path_.wstring();
 };
@@ -95,13 +78,13 @@ TEST_F(PcxReaderUnderFaults, ReadsTheImageOrNothingWhenItCannotBeLocked) {
 /// Pixels that the file holds one byte for each of: no two in a row are equal, none looks like a
 /// count. So no count stands at the end of a piece that could be read, to repeat its old value.
 BitmapPointer Speckles(UINT width, UINT height, Gdiplus::PixelFormat format) {
-  Bytes rows = test_support::RandomBytes(test_support::PackedBytes(format, width) * height);
-  const std::size_t pixel_bytes = test_support::BitsOf(format) / 8;
+  Bytes rows = RandomBytes(PackedBytes(format, width) * height);
+  const std::size_t pixel_bytes = BitsOf(format) / 8;
   for (std::size_t i = 0; i < rows.size(); ++i) {
     // Odd and even values take turns.
     rows[i] = static_cast<std::uint8_t>((rows[i] & 0x7E) | (i / pixel_bytes % 2));
   }
-  BitmapPointer bitmap = test_support::MakeBitmap(width, height, format, rows);
+  BitmapPointer bitmap = MakeBitmap(width, height, format, rows);
   bitmap->SetResolution(200, 300);
   return bitmap;
 }
@@ -116,18 +99,18 @@ TEST_F(PcxReaderUnderFaults, RepeatsTheLastRowForThoseThatCannotBeRead) {
     const UINT height = 400;
     WriteFile(*Speckles(width, height, format));
     const Picture whole = ReadUndisturbed();
-    const std::size_t row_bytes = test_support::PackedBytes(format, width);
+    const std::size_t row_bytes = PackedBytes(format, width);
     const auto row = [&](const Picture& picture, UINT y) {
       return Bytes(picture.pixels.begin() + static_cast<std::ptrdiff_t>(y * row_bytes),
                    picture.pixels.begin() + static_cast<std::ptrdiff_t>((y + 1) * row_bytes));
     };
     std::vector<UINT> right_rows;
     const std::uint32_t faults = ForEveryFault(Fault::kRead, [&](FaultPlan& plan) {
-      Gdiplus::Bitmap* read = test_support::UntouchedBitmap();
+      Gdiplus::Bitmap* read = UntouchedBitmap();
       const int result = plan.Run([&] { return Read(&read); });
       if (result == 0) {
         EXPECT_EQ(plan.HasFired() && (plan.calls() == 1 || format == PixelFormat8bppIndexed), true);
-        EXPECT_EQ(read, test_support::UntouchedBitmap());
+        EXPECT_EQ(read, UntouchedBitmap());
         return;
       }
       const BitmapPointer owned(read);
@@ -207,12 +190,12 @@ TEST_F(PcxReaderUnderFaults, ReadsNothingWithoutAHeader) {
     WriteFile(*RandomBitmap(48, 37, format));
     for (const Span span : kSpans) {
       FaultPlan plan(Fault::kRead, 1, span);
-      Gdiplus::Bitmap* read = test_support::UntouchedBitmap();
+      Gdiplus::Bitmap* read = UntouchedBitmap();
       EXPECT_EQ(plan.Run([&] { return Read(&read); }), 0) << format;
-      EXPECT_EQ(read, test_support::UntouchedBitmap());
+      EXPECT_EQ(read, UntouchedBitmap());
     }
   }
 }
 
 }  // namespace
-}  // namespace pixtola
+}  // namespace pixtola::test

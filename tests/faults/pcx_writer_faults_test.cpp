@@ -14,19 +14,8 @@
 #include "support/platform_calls.h"
 #include "support/temporary_folder.h"
 
-namespace pixtola {
+namespace pixtola::test {
 namespace {
-
-using test_support::BitmapPointer;
-using test_support::Bytes;
-using test_support::CanBeLocked;
-using test_support::Fault;
-using test_support::FaultPlan;
-using test_support::ForEveryFault;
-using test_support::kSpans;
-using test_support::RandomBitmap;
-using test_support::ReadWholeFile;
-using test_support::Span;
 
 constexpr std::uint32_t kHeight = 37;
 constexpr std::size_t kHeaderSize = 128;
@@ -79,7 +68,7 @@ class PcxWriterUnderFaults : public testing::Test {
     return plan.calls();
   }
 
-  test_support::TemporaryFolder folder_;
+  TemporaryFolder folder_;
   std::filesystem::path path_ = folder_ / "file.pcx";
   std::wstring wide_path_ = path_.wstring();
 };
@@ -270,7 +259,7 @@ TEST_F(PcxWriterUnderFaults, WritesNoResolutionOfWhatIsNoPositiveNumber) {
   for (const float dpi : {kNoNumber, -kNoNumber, 0.0F, -0.5F, -1.0F, -300.0F, -65536.0F, -1e6F,
                           -kInfinity, kInfinity}) {
     const auto resolution = [&](float horizontal_dpi, float vertical_dpi) {
-      const test_support::ToldResolution told(horizontal_dpi, vertical_dpi);
+      const ToldResolution told(horizontal_dpi, vertical_dpi);
       const Bytes file = WriteUndisturbed(*bitmap);
       EXPECT_GE(file.size(), kHeaderSize);
       return Bytes(file.begin() + 12, file.begin() + 16);
@@ -282,4 +271,4 @@ TEST_F(PcxWriterUnderFaults, WritesNoResolutionOfWhatIsNoPositiveNumber) {
 }
 
 }  // namespace
-}  // namespace pixtola
+}  // namespace pixtola::test

@@ -7,19 +7,10 @@
 #include "faults/fault_images.h"
 #include "support/fault_injection.h"
 
+namespace pixtola::test {
 namespace {
 
 namespace Flat = Gdiplus::DllExports;
-using test_support::BitmapPointer;
-using test_support::Bytes;
-using test_support::CanBeLocked;
-using test_support::Fault;
-using test_support::FaultPlan;
-using test_support::ForEveryFault;
-using test_support::PictureOf;
-using test_support::PixelsOf;
-using test_support::RandomBitmap;
-using test_support::RandomBytes;
 
 constexpr Gdiplus::PixelFormat kFormats[] = {PixelFormat1bppIndexed, PixelFormat4bppIndexed,
                                              PixelFormat8bppIndexed, PixelFormat16bppRGB555,
@@ -135,3 +126,4 @@ TEST(GdipAlloc, GivesNullWithoutMemory) {
 }
 
 }  // namespace
+}  // namespace pixtola::test

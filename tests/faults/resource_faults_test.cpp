@@ -7,22 +7,8 @@
 #include "faults/fault_makers.h"
 #include "support/fault_injection.h"
 
+namespace pixtola::test {
 namespace {
-
-using test_support::Always;
-using test_support::BitmapPointer;
-using test_support::Fault;
-using test_support::kSpans;
-using test_support::LeftByTheFirst;
-using test_support::MakeUnderEveryFault;
-using test_support::OnFailure;
-using test_support::Outcomes;
-using test_support::Picture;
-using test_support::PictureOf;
-using test_support::Receive;
-using test_support::Span;
-using test_support::WithDpi;
-using test_support::WithoutPalette;
 
 /// 24-bit pixels, and 8-bit ones with a palette.
 constexpr const wchar_t* kImages[] = {L"colour", L"palette"};
@@ -78,7 +64,7 @@ TEST(PxtLoadBitmapFromResource, ClearsTheArgumentOnlyOnceTheImageIsLocked) {
 }
 
 TEST(PxtLoadBitmapFromResource, LeavesTheArgumentWhenTheBytesCannotBeRead) {
-  if (expectations::kDecodersMishandleFailedReads) GTEST_SKIP() << "the platform does not notice";
+  if (kDecodersMishandleFailedReads) GTEST_SKIP() << "the platform does not notice";
   for (const wchar_t* name : kImages) {
     for (const Span span : kSpans) {
       SCOPED_TRACE(name);
@@ -115,11 +101,12 @@ TEST(PxtLoadBitmapFromResource, DoesWithoutAnEncodedCopyThatCannotBeWritten) {
 
 // What is not there is not looked for in memory of its own.
 TEST(PxtLoadBitmapFromResource, AllocatesNothingForAResourceThatIsNotThere) {
-  test_support::FaultPlan plan(Fault::kAllocation, 1);
-  Gdiplus::Bitmap* bitmap = test_support::UntouchedBitmap();
+  FaultPlan plan(Fault::kAllocation, 1);
+  Gdiplus::Bitmap* bitmap = UntouchedBitmap();
   EXPECT_EQ(plan.Run([&] { return Load(L"missing", &bitmap); }), 0);
-  EXPECT_EQ(bitmap, test_support::UntouchedBitmap());
+  EXPECT_EQ(bitmap, UntouchedBitmap());
   EXPECT_EQ(plan.calls(), 0U);
 }
 
 }  // namespace
+}  // namespace pixtola::test

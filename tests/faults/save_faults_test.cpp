@@ -16,24 +16,8 @@
 #include "support/temporary_folder.h"
 #include "support/tiff_file.h"
 
+namespace pixtola::test {
 namespace {
-
-using test_support::AsTiffKeeps;
-using test_support::BitmapPointer;
-using test_support::Bytes;
-using test_support::CanBeLocked;
-using test_support::EncodingCall;
-using test_support::Fault;
-using test_support::FaultPlan;
-using test_support::ForEveryFault;
-using test_support::IsReadableGif;
-using test_support::kSpans;
-using test_support::Picture;
-using test_support::PictureOf;
-using test_support::PlatformCalls;
-using test_support::RandomBitmap;
-using test_support::Span;
-using test_support::Stripes;
 
 constexpr Fault kFaults[] = {Fault::kAllocation, Fault::kLock, Fault::kWrite};
 constexpr Gdiplus::PixelFormat kFormats[] = {PixelFormat1bppIndexed, PixelFormat8bppIndexed,
@@ -65,7 +49,7 @@ class SavingUnderFaults : public testing::Test {
     outcome.is_left = std::filesystem::exists(path);
     BitmapPointer opened;
     if (outcome.is_left && std::filesystem::file_size(path) != 0) {
-      PxtOpenImageFile(wide_path.c_str(), test_support::Receive(opened));
+      PxtOpenImageFile(wide_path.c_str(), Receive(opened));
     }
     if (opened != nullptr) outcome.picture = PictureOf(*opened);
     opened.reset();
@@ -108,7 +92,7 @@ class SavingUnderFaults : public testing::Test {
     return failures;
   }
 
-  test_support::TemporaryFolder folder_;
+  TemporaryFolder folder_;
   int next_file_ = 0;
 };
 
@@ -177,7 +161,7 @@ TEST_F(SavingUnderFaults, LetsThePlatformWriteWhatLibtiffCannot) {
     // that could be written.
     const std::filesystem::path path = folder_ / "undisturbed";
     ASSERT_EQ(PxtSaveBitmapToFile(bitmap.get(), type, path.wstring().c_str()), 1);
-    const std::uint32_t strips = TIFFNumberOfStrips(test_support::OpenTiff(path, "r").get());
+    const std::uint32_t strips = TIFFNumberOfStrips(OpenTiff(path, "r").get());
     EXPECT_GE(strips, 2U);
     FaultPlan opening(Fault::kWrite, std::numeric_limits<std::uint32_t>::max());
     const std::wstring wide_path = path.wstring();
@@ -194,8 +178,8 @@ TEST_F(SavingUnderFaults, LetsThePlatformWriteWhatLibtiffCannot) {
           EXPECT_EQ(outcome.result, 1);
           if (plan.HasFired() && nth > watched) return;
           EXPECT_TRUE(AsTiffKeeps(outcome.picture) == AsTiffKeeps(undisturbed)) << nth;
-          EXPECT_NEAR(outcome.picture.dpi_x, 200, 0.02);
-          EXPECT_NEAR(outcome.picture.dpi_y, 300, 0.02);
+          EXPECT_NEAR(outcome.picture.dpi_x, 200, kDpiTolerance);
+          EXPECT_NEAR(outcome.picture.dpi_y, 300, kDpiTolerance);
           EXPECT_EQ(bitmap->GetLastStatus(), Gdiplus::Ok);
         });
     EXPECT_EQ(failures, 0);
@@ -221,7 +205,7 @@ TEST_F(SavingUnderFaults, TellsOfFailureWhenNeitherCanWrite) {
 TEST_F(SavingUnderFaults, WritesFaxAndRunLengthsOrTellsOfFailureWithoutMemory) {
   for (const Gdiplus::PixelFormat format : kFormats) {
     const BitmapPointer bitmap = RandomBitmap(48, 37, format);
-    bitmap->SetPalette(test_support::PaletteBlock(0, {0xFF000000, 0xFFFFFFFF}).get());
+    bitmap->SetPalette(PaletteBlock(0, {0xFF000000, 0xFFFFFFFF}).get());
     for (const PxtFileType type : kFaxTypes) {
       for (const Span span : kSpans) {
         SCOPED_TRACE(testing::Message() << "format " << format << ", type " << type);
@@ -278,10 +262,10 @@ TEST_F(SavingUnderFaults, LetsThePlatformWriteWhatLibtiffCannotLock) {
 TEST_F(SavingUnderFaults, TellsThePlatformsEncoderItsOneParameter) {
   for (const Gdiplus::PixelFormat format : kFormats) {
     const BitmapPointer bitmap = RandomBitmap(48, 37, format);
-    for (const PxtFileType type : test_support::kEncodedTypes) {
+    for (const PxtFileType type : kEncodedTypes) {
       if (!IsReadableGif(type, format)) continue;
       SCOPED_TRACE(testing::Message() << "format " << format << ", type " << type);
-      FaultPlan plan(Fault::kLock, test_support::LockOfLibtiff(type, format));
+      FaultPlan plan(Fault::kLock, LockOfLibtiff(type, format));
       PlatformCalls calls;
       const Outcome outcome = Save(*bitmap, type, [&](const auto& save) {
         return calls.Run([&] { return plan.Run(save); });
@@ -292,7 +276,7 @@ TEST_F(SavingUnderFaults, TellsThePlatformsEncoderItsOneParameter) {
           std::find_if(calls.encodings.begin(), calls.encodings.end(),
                        [](const EncodingCall& call) { return !call.is_to_stream; });
       ASSERT_NE(to_file, calls.encodings.end());
-      const auto expected = test_support::ParametersFor(type);
+      const auto expected = ParametersFor(type);
       EXPECT_EQ(to_file->has_parameters, !expected.empty());
       EXPECT_TRUE(to_file->parameters == expected);
       EXPECT_EQ(to_file + 1, calls.encodings.end());
@@ -339,3 +323,4 @@ TEST_F(SavingUnderFaults, TouchesNothingForCodesThatAreNone) {
 }
 
 }  // namespace
+}  // namespace pixtola::test

@@ -14,29 +14,8 @@
 #include "support/temporary_folder.h"
 #include "support/tiff_file.h"
 
+namespace pixtola::test {
 namespace {
-
-using test_support::AsTiffKeeps;
-using test_support::BitmapPointer;
-using test_support::BlockCall;
-using test_support::Bytes;
-using test_support::BytesOf;
-using test_support::CanBeLocked;
-using test_support::EncodingCall;
-using test_support::Fault;
-using test_support::FaultPlan;
-using test_support::ForEveryFault;
-using test_support::IsReadableGif;
-using test_support::kSpans;
-using test_support::Picture;
-using test_support::PictureOf;
-using test_support::PlatformCalls;
-using test_support::RandomBitmap;
-using test_support::Receive;
-using test_support::Span;
-using test_support::StreamPointer;
-using test_support::Stripes;
-using test_support::UntouchedStream;
 
 constexpr Fault kFaults[] = {Fault::kAllocation, Fault::kLock, Fault::kWrite};
 constexpr Gdiplus::PixelFormat kFormats[] = {PixelFormat1bppIndexed, PixelFormat8bppIndexed,
@@ -56,7 +35,7 @@ bool IsTiff(PxtFileType type) {
 bool NoticesFailedWrites(PxtFileType type) {
   const bool is_jpeg =
       type == PxtFileTypeJpeg || type == PxtFileTypeJpegLow || type == PxtFileTypeJpegHigh;
-  return !expectations::kEncodersMishandleFailedWrites || (!is_jpeg && !IsTiff(type));
+  return !kEncodersMishandleFailedWrites || (!is_jpeg && !IsTiff(type));
 }
 
 /// What the image in a stream shows; nothing when it cannot be decoded.
@@ -78,7 +57,7 @@ int SaveAndWriteDown(Gdiplus::Bitmap& bitmap, PxtFileType type, FaultPlan& plan,
 
 int SaveAndWriteDown(Gdiplus::Bitmap& bitmap, PxtFileType type, PlatformCalls& calls,
                      StreamPointer& saved) {
-  FaultPlan undisturbed(Fault::kLock, test_support::kNoLock);
+  FaultPlan undisturbed(Fault::kLock, kNoLock);
   return SaveAndWriteDown(bitmap, type, undisturbed, calls, saved);
 }
 
@@ -92,7 +71,7 @@ int SaveUnderEveryFault(Fault fault, Span span, Gdiplus::Bitmap& bitmap, PxtFile
   if (whole == nullptr) return 0;
   const StreamPointer undisturbed(whole);
   // Not all bytes are the encoder's: where it skips one, some platforms leave what was there.
-  const std::uint64_t size = test_support::SizeOf(*undisturbed);
+  const std::uint64_t size = SizeOf(*undisturbed);
   EXPECT_NE(size, 0U);
   int failures = 0;
   std::uint32_t nth = 0;
@@ -114,7 +93,7 @@ int SaveUnderEveryFault(Fault fault, Span span, Gdiplus::Bitmap& bitmap, PxtFile
         ASSERT_NE(saved, UntouchedStream());
         ASSERT_NE(saved, nullptr);
         const StreamPointer owned(saved);
-        EXPECT_TRUE(plan.HasFired() || test_support::SizeOf(*saved) == size);
+        EXPECT_TRUE(plan.HasFired() || SizeOf(*saved) == size);
         EXPECT_TRUE(plan.HasFired() || bitmap.GetLastStatus() == Gdiplus::Ok);
         check(plan, nth, *saved, *undisturbed);
         // One reference was handed out.
@@ -167,10 +146,9 @@ TEST(PxtSaveBitmapToStreamUnderFaults, LetsThePlatformWriteWhatLibtiffCannot) {
   const BitmapPointer bitmap = Stripes(800, 300, PixelFormat1bppIndexed);
   for (const PxtFileType type : kTiffTypes) {
     SCOPED_TRACE(testing::Message() << "type " << type);
-    const test_support::TemporaryFolder folder;
+    const TemporaryFolder folder;
     ASSERT_EQ(PxtSaveBitmapToFile(bitmap.get(), type, (folder / "file").wstring().c_str()), 1);
-    const std::uint32_t strips =
-        TIFFNumberOfStrips(test_support::OpenTiff(folder / "file", "r").get());
+    const std::uint32_t strips = TIFFNumberOfStrips(OpenTiff(folder / "file", "r").get());
     EXPECT_GE(strips, 2U);
     const int failures = SaveUnderEveryFault(
         Fault::kWrite, Span::kOneCall, *bitmap, type,
@@ -215,7 +193,7 @@ int CountUnnoticedFaults(Gdiplus::Bitmap& bitmap, PxtFileType type, Span span) {
   ForEveryFault(
       Fault::kAllocation,
       [&](FaultPlan& plan) {
-        const StreamPointer stream = test_support::EmptyStream();
+        const StreamPointer stream = EmptyStream();
         const int result =
             plan.Run([&] { return pixtola::WriteTiffStream(&written, type, stream.get()); });
         unnoticed += result == 1 && PictureIn(*stream) == Picture{} ? 1 : 0;
@@ -227,7 +205,7 @@ int CountUnnoticedFaults(Gdiplus::Bitmap& bitmap, PxtFileType type, Span span) {
 TEST(PxtSaveBitmapToStreamUnderFaults, WritesFaxAndRunLengthsOrTellsOfFailureWithoutMemory) {
   for (const Gdiplus::PixelFormat format : kFormats) {
     const BitmapPointer bitmap = RandomBitmap(48, 37, format);
-    bitmap->SetPalette(test_support::PaletteBlock(0, {0xFF000000, 0xFFFFFFFF}).get());
+    bitmap->SetPalette(PaletteBlock(0, {0xFF000000, 0xFFFFFFFF}).get());
     for (const PxtFileType type :
          {PxtFileTypeTiffGroup3, PxtFileTypeTiffGroup4, PxtFileTypeTiffRunLength}) {
       for (const Span span : kSpans) {
@@ -271,10 +249,10 @@ TEST(PxtSaveBitmapToStreamUnderFaults, LetsThePlatformWriteWhatLibtiffCannotLock
 TEST(PxtSaveBitmapToStream, TellsThePlatformsEncoderItsOneParameter) {
   for (const Gdiplus::PixelFormat format : kFormats) {
     const BitmapPointer bitmap = RandomBitmap(48, 37, format);
-    for (const PxtFileType type : test_support::kEncodedTypes) {
+    for (const PxtFileType type : kEncodedTypes) {
       if (!IsReadableGif(type, format)) continue;
       SCOPED_TRACE(testing::Message() << "format " << format << ", type " << type);
-      const std::uint32_t lock = test_support::LockOfLibtiff(type, format);
+      const std::uint32_t lock = LockOfLibtiff(type, format);
       FaultPlan plan(Fault::kLock, lock);
       PlatformCalls calls;
       StreamPointer saved;
@@ -283,7 +261,7 @@ TEST(PxtSaveBitmapToStream, TellsThePlatformsEncoderItsOneParameter) {
       const std::size_t encodings = lock == 2 ? 2 : 1;
       ASSERT_EQ(calls.encodings.size(), encodings);
       const EncodingCall& encoding = calls.encodings.back();
-      const auto expected = test_support::ParametersFor(type);
+      const auto expected = ParametersFor(type);
       EXPECT_TRUE(encoding.is_to_stream);
       EXPECT_EQ(encoding.has_parameters, !expected.empty());
       EXPECT_TRUE(encoding.parameters == expected);
@@ -339,7 +317,7 @@ TEST(PxtSaveBitmapToStream, AsksForAnEmptyBlockForTiff) {
       ASSERT_FALSE(calls.blocks.empty());
       EXPECT_TRUE(calls.blocks.front() == (BlockCall{kMovableAndDiscardable, 0}));
       // Only the bitmap that a conversion makes asks for another one.
-      const bool is_converted = test_support::LockOfLibtiff(type, format) == 2;
+      const bool is_converted = LockOfLibtiff(type, format) == 2;
       EXPECT_EQ(calls.blocks.size(), is_converted ? 2U : 1U);
       for (const EncodingCall& encoding : calls.encodings) EXPECT_GE(encoding.blocks_before, 1U);
     }
@@ -357,3 +335,4 @@ TEST(PxtSaveBitmapToStreamUnderFaults, HandsOutNothingForPcx) {
 }
 
 }  // namespace
+}  // namespace pixtola::test

@@ -11,23 +11,8 @@
 #include "support/fault_injection.h"
 #include "support/temporary_folder.h"
 
+namespace pixtola::test {
 namespace {
-
-using test_support::BitmapPointer;
-using test_support::Bytes;
-using test_support::BytesOf;
-using test_support::Fault;
-using test_support::FaultPlan;
-using test_support::ForEveryFault;
-using test_support::InFrontOf;
-using test_support::kSpans;
-using test_support::Picture;
-using test_support::PictureOf;
-using test_support::Receive;
-using test_support::Span;
-using test_support::StreamPointer;
-using test_support::UntouchedStream;
-using test_support::WithDpi;
 
 constexpr Fault kFaults[] = {Fault::kAllocation, Fault::kLock, Fault::kRead, Fault::kWrite};
 constexpr PxtFileType kTypes[] = {PxtFileTypeBmp, PxtFileTypePng, PxtFileTypeTiffNone,
@@ -53,20 +38,19 @@ Picture PictureIn(IStream& stream) {
 template <typename Check>
 void ForEverySource(const Check& check) {
   for (const Gdiplus::PixelFormat format : kFormats) {
-    const BitmapPointer bitmap = test_support::MakeBitmap(
-        48, 9, format,
-        test_support::RandomBytes(test_support::PackedBytes(format, 48) * std::size_t{9}));
+    const BitmapPointer bitmap =
+        MakeBitmap(48, 9, format, RandomBytes(PackedBytes(format, 48) * std::size_t{9}));
     if (format == PixelFormat8bppIndexed) {
       // Colours that no image has without its palette.
       std::vector<Gdiplus::ARGB> colors;
       for (Gdiplus::ARGB i = 0; i < 256; ++i) colors.push_back(0xFF000000 | i * 0x030507);
-      bitmap->SetPalette(test_support::PaletteBlock(0, colors).get());
+      bitmap->SetPalette(PaletteBlock(0, colors).get());
     }
     IStream* encoded = nullptr;
     ASSERT_EQ(PxtSaveBitmapToStream(bitmap.get(), &encoded, PxtFileTypePng), 1);
     const StreamPointer owned(encoded);
     for (const Fault fault : kFaults) {
-      if (fault == Fault::kRead && expectations::kDecodersMishandleFailedReads) continue;
+      if (fault == Fault::kRead && kDecodersMishandleFailedReads) continue;
       for (const Span span : kSpans) {
         SCOPED_TRACE(testing::Message()
                      << "format " << format << ", fault " << static_cast<int>(fault));
@@ -79,7 +63,7 @@ void ForEverySource(const Check& check) {
 }
 
 TEST(PxtSaveStreamToFileUnderFaults, WritesAWholeFileOrNone) {
-  const test_support::TemporaryFolder folder;
+  const TemporaryFolder folder;
   int next_file = 0;
   ForEverySource([&](IStream& source, Fault fault, Span span) {
     // What is not written any more is mostly not tried either, and each fault writes a file.
@@ -162,8 +146,7 @@ TEST(PxtSaveStreamToStreamUnderFaults, HandsOutAWholeImageOrNothing) {
     for (const PxtFileType type :
          {PxtFileTypeBmp, PxtFileTypePng, PxtFileTypeJpeg, PxtFileTypeTiffNone}) {
       const bool is_bad_at_writing = type == PxtFileTypeJpeg || type == PxtFileTypeTiffNone;
-      if (fault == Fault::kWrite && is_bad_at_writing &&
-          expectations::kEncodersMishandleFailedWrites) {
+      if (fault == Fault::kWrite && is_bad_at_writing && kEncodersMishandleFailedWrites) {
         continue;
       }
       SCOPED_TRACE(testing::Message() << "type " << type);
@@ -209,3 +192,4 @@ TEST(PxtStreamToStreamUnderFaults, HandsOutNothingForPcx) {
 }
 
 }  // namespace
+}  // namespace pixtola::test

@@ -9,17 +9,10 @@
 #include "support/fault_injection.h"
 #include "support/faulty_stream.h"
 
+namespace pixtola::test {
 namespace {
 
 namespace Flat = Gdiplus::DllExports;
-using test_support::BitmapPointer;
-using test_support::Bytes;
-using test_support::Fault;
-using test_support::FaultPlan;
-using test_support::FaultyStream;
-using test_support::ForEveryFault;
-using test_support::PictureOf;
-using test_support::RandomBitmap;
 
 struct ReleaseStream {
   void operator()(IStream* stream) const { stream->Release(); }
@@ -126,3 +119,4 @@ TEST(DecodersOverFailingStreams, GiveAStatusAndNoBitmap) {
 }
 
 }  // namespace
+}  // namespace pixtola::test

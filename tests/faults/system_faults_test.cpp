@@ -7,11 +7,8 @@
 #include "Pixtola.h"
 #include "support/fault_injection.h"
 
+namespace pixtola::test {
 namespace {
-
-using test_support::Fault;
-using test_support::FaultPlan;
-using test_support::ForEveryFault;
 
 ULARGE_INTEGER Size(std::uint64_t bytes) {
   ULARGE_INTEGER size{};
@@ -173,3 +170,4 @@ TEST(DeviceContextsWithoutMemory, AreNotMade) {
 }
 
 }  // namespace
+}  // namespace pixtola::test

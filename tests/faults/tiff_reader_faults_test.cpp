@@ -15,27 +15,8 @@
 #include "support/temporary_folder.h"
 #include "support/tiff_file.h"
 
-namespace pixtola {
+namespace pixtola::test {
 namespace {
-
-using test_support::Always;
-using test_support::BitmapPointer;
-using test_support::Bytes;
-using test_support::Fault;
-using test_support::FaultPlan;
-using test_support::ForEveryFault;
-using test_support::InFrontOf;
-using test_support::kSpans;
-using test_support::MakeUnderEveryFault;
-using test_support::OnFailure;
-using test_support::Outcomes;
-using test_support::Picture;
-using test_support::PictureOf;
-using test_support::Receive;
-using test_support::Span;
-using test_support::StreamPointer;
-using test_support::TiffPage;
-using test_support::WithDpi;
 
 constexpr std::uint32_t kWidth = 48;
 constexpr std::uint32_t kHeight = 37;
@@ -51,7 +32,7 @@ TiffPage PageOf(std::uint16_t bits, std::uint16_t samples, std::uint16_t photome
           .bits_per_sample = bits,
           .samples_per_pixel = samples,
           .photometric = photometric,
-          .rows = test_support::RandomBytes(std::size_t{kWidth} * bits * samples / 8 * kHeight),
+          .rows = RandomBytes(std::size_t{kWidth} * bits * samples / 8 * kHeight),
           .more_tags = SetResolution};
 }
 
@@ -87,8 +68,8 @@ class TiffReaderUnderFaults : public testing::TestWithParam<bool> {
   bool IsStream() const { return GetParam(); }
 
   void Prepare(const std::vector<TiffPage>& pages) {
-    test_support::WriteTiff(path_, pages);
-    bytes_ = test_support::StreamOf(test_support::ReadWholeFile(path_));
+    WriteTiff(path_, pages);
+    bytes_ = StreamOf(ReadWholeFile(path_));
   }
 
   int Read(Gdiplus::Bitmap** bitmap) {
@@ -125,7 +106,7 @@ class TiffReaderUnderFaults : public testing::TestWithParam<bool> {
     });
   }
 
-  test_support::TemporaryFolder folder_;
+  TemporaryFolder folder_;
   std::filesystem::path path_ = folder_ / "a name that takes memory of its own";
   std::wstring wide_path_ = path_.wstring();
   StreamPointer bytes_;
@@ -177,9 +158,8 @@ TEST_P(TiffReaderUnderFaults, ReadsAnIndexedPageOrNothingWhenBytesCannotBeRead) 
     const Picture picture = ReadUndisturbed();
     if (!IsIndexed(picture)) continue;
     const auto with_dpi = [&](float dpi_x, float dpi_y) {
-      const BitmapPointer plain =
-          test_support::MakeBitmap(kWidth, kHeight, picture.format, picture.pixels);
-      plain->SetPalette(test_support::PaletteBlock(0, picture.palette).get());
+      const BitmapPointer plain = MakeBitmap(kWidth, kHeight, picture.format, picture.pixels);
+      plain->SetPalette(PaletteBlock(0, picture.palette).get());
       plain->SetResolution(dpi_x, dpi_y);
       // By way of BMP like the page.
       BitmapPointer made;
@@ -206,11 +186,11 @@ TEST_P(TiffReaderUnderFaults, LeavesOutStripsOfDeepPagesThatCannotBeRead) {
       return ForEveryFault(
           Fault::kRead,
           [&](FaultPlan& plan) {
-            Gdiplus::Bitmap* read = test_support::UntouchedBitmap();
+            Gdiplus::Bitmap* read = UntouchedBitmap();
             const int result = plan.Run([&] { return Read(&read); });
             EXPECT_TRUE(result == 1 || plan.HasFired());
             if (result == 0) {
-              EXPECT_EQ(read, test_support::UntouchedBitmap());
+              EXPECT_EQ(read, UntouchedBitmap());
               return;
             }
             const BitmapPointer owned(read);
@@ -252,20 +232,20 @@ TEST_P(TiffReaderUnderFaults, LeavesLibtiffFreeForOthers) {
 
 // A directory that cannot be read is one that is not there.
 TEST(TiffPagesUnderFaults, ReadsTheSecondPageOrNothing) {
-  const test_support::TemporaryFolder folder;
+  const TemporaryFolder folder;
   const TiffPage page = PageOf(8, 3, PHOTOMETRIC_RGB);
-  test_support::WriteTiff(folder / "file", {PageOf(1, 1, PHOTOMETRIC_MINISBLACK), page});
+  WriteTiff(folder / "file", {PageOf(1, 1, PHOTOMETRIC_MINISBLACK), page});
   const std::wstring path = (folder / "file").wstring();
   BitmapPointer undisturbed;
   ASSERT_EQ(ReadTiffFile(path.c_str(), 1, Receive(undisturbed)), 1);
   std::uint32_t failures = 0;
   ForEveryFault(Fault::kRead, [&](FaultPlan& plan) {
-    Gdiplus::Bitmap* read = test_support::UntouchedBitmap();
+    Gdiplus::Bitmap* read = UntouchedBitmap();
     const int result = plan.Run([&] { return ReadTiffFile(path.c_str(), 1, &read); });
     if (result == 0) {
       ++failures;
       EXPECT_TRUE(plan.HasFired());
-      EXPECT_EQ(read, test_support::UntouchedBitmap());
+      EXPECT_EQ(read, UntouchedBitmap());
       return;
     }
     const BitmapPointer owned(read);
@@ -277,4 +257,4 @@ TEST(TiffPagesUnderFaults, ReadsTheSecondPageOrNothing) {
 }
 
 }  // namespace
-}  // namespace pixtola
+}  // namespace pixtola::test

@@ -17,23 +17,8 @@
 #include "support/temporary_folder.h"
 #include "support/tiff_file.h"
 
-namespace pixtola {
+namespace pixtola::test {
 namespace {
-
-using test_support::BitmapPointer;
-using test_support::Bytes;
-using test_support::BytesOf;
-using test_support::CanBeLocked;
-using test_support::EmptyStream;
-using test_support::Fault;
-using test_support::FaultPlan;
-using test_support::ForEveryFault;
-using test_support::InFrontOf;
-using test_support::kSpans;
-using test_support::Receive;
-using test_support::Span;
-using test_support::StreamPointer;
-using test_support::Stripes;
 
 constexpr PxtFileType kTypes[] = {PxtFileTypeTiffGroup3, PxtFileTypeTiffGroup4, PxtFileTypeTiffLzw,
                                   PxtFileTypeTiffRunLength, PxtFileTypeTiffNone};
@@ -86,11 +71,11 @@ class TiffWriterUnderFaults : public testing::Test {
   }
 
   std::uint32_t CountStrips() {
-    const auto tiff = test_support::OpenTiff(path_, "r");
+    const auto tiff = OpenTiff(path_, "r");
     return tiff != nullptr ? TIFFNumberOfStrips(tiff.get()) : 0;
   }
 
-  test_support::TemporaryFolder folder_;
+  TemporaryFolder folder_;
   std::filesystem::path path_ = folder_ / "a name that takes memory of its own";
   std::wstring wide_path_ = path_.wstring();
   int next_file_ = 0;
@@ -99,7 +84,7 @@ class TiffWriterUnderFaults : public testing::Test {
 TEST_F(TiffWriterUnderFaults, FailsOnlyBeforeAllStripsAreWritten) {
   ForEveryType([&](Gdiplus::Bitmap& bitmap, PxtFileType type) {
     ASSERT_EQ(Write(bitmap, type), 1);
-    const Bytes whole = test_support::ReadWholeFile(path_);
+    const Bytes whole = ReadWholeFile(path_);
     const std::uint32_t strips = CountStrips();
     EXPECT_GE(strips, 2U);
     const std::uint32_t opening = WriteCallsOfOpening();
@@ -115,7 +100,7 @@ TEST_F(TiffWriterUnderFaults, FailsOnlyBeforeAllStripsAreWritten) {
             EXPECT_EQ(result, plan.HasFired() && nth <= opening + strips ? 0 : 1) << nth;
             // What was written stays.
             EXPECT_TRUE(IsFile());
-            EXPECT_TRUE(plan.HasFired() || test_support::ReadWholeFile(path_) == whole);
+            EXPECT_TRUE(plan.HasFired() || ReadWholeFile(path_) == whole);
           },
           span);
       EXPECT_GT(faults, opening + strips);
@@ -127,7 +112,7 @@ TEST_F(TiffWriterUnderFaults, FailsOnlyBeforeAllStripsAreWritten) {
 TEST_F(TiffWriterUnderFaults, WritesAPageOrTellsOfFailureWithoutMemory) {
   ForEveryType([&](Gdiplus::Bitmap& bitmap, PxtFileType type) {
     ASSERT_EQ(Write(bitmap, type), 1);
-    const Bytes whole = test_support::ReadWholeFile(path_);
+    const Bytes whole = ReadWholeFile(path_);
     for (const Span span : kSpans) {
       std::uint32_t failures = 0;
       ForEveryFault(
@@ -138,7 +123,7 @@ TEST_F(TiffWriterUnderFaults, WritesAPageOrTellsOfFailureWithoutMemory) {
             const int result = plan.Run([&] { return Write(bitmap, type); });
             failures += result == 0 ? 1 : 0;
             EXPECT_TRUE(result == 1 || plan.HasFired());
-            if (result == 0 || test_support::ReadWholeFile(path_) == whole) return;
+            if (result == 0 || ReadWholeFile(path_) == whole) return;
             // Only a directory that there is no memory for goes unnoticed.
             EXPECT_TRUE(plan.HasFired());
             BitmapPointer written;
@@ -267,4 +252,4 @@ TEST_F(TiffStreamWriterUnderFaults, WritesAPageOrTellsOfFailureWithoutMemory) {
 }
 
 }  // namespace
-}  // namespace pixtola
+}  // namespace pixtola::test

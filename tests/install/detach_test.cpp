@@ -61,7 +61,7 @@ extern "C" void WINAPI DeleteCriticalSection(CRITICAL_SECTION* section) {
 
 namespace {
 
-using test_support::LoadedLibrary;
+using pixtola::test::LoadedLibrary;
 
 // The list is an object and frees what it holds when it ends, but that is after the lock, which was
 // made later.

@@ -9,11 +9,8 @@
 #include "support/temporary_folder.h"
 #include "support/test_bitmap.h"
 
+namespace pixtola::test {
 namespace {
-
-using test_support::BitmapPointer;
-using test_support::PixelsOf;
-using test_support::Receive;
 
 TEST(ShippedLibrary, TurnsPixelsIntoAGroup4File) {
   // 64 x 48: light gray with a dark square.
@@ -34,7 +31,7 @@ TEST(ShippedLibrary, TurnsPixelsIntoAGroup4File) {
   BitmapPointer bilevel;
   ASSERT_EQ(PxtBitmapToBitmap(MethodBilevelOtsu, *page, Receive(bilevel)), 1);
 
-  const test_support::TemporaryFolder folder;
+  const TemporaryFolder folder;
   const std::wstring path = (folder / "page.tif").wstring();
   ASSERT_EQ(PxtSaveBitmapToFile(bilevel.get(), PxtFileTypeTiffGroup4, path.c_str()), 1);
   BitmapPointer opened;
@@ -82,3 +79,4 @@ TEST(ShippedLibrary, ConvertsSingleColours) {
 }
 
 }  // namespace
+}  // namespace pixtola::test

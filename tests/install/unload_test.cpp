@@ -18,14 +18,8 @@
 #include <malloc.h>
 #endif
 
+namespace pixtola::test {
 namespace {
-
-using test_support::BitmapPointer;
-using test_support::Bytes;
-using test_support::LoadedLibrary;
-using test_support::MakeBitmap;
-using test_support::PixelsOf;
-using test_support::Receive;
 
 /// Bytes that are allocated in the process, where the system tells.
 std::optional<std::size_t> HeapInUse() {
@@ -91,7 +85,7 @@ class UnloadTest : public testing::Test {
     if (clears_the_list) library.Find<decltype(&PxtClear)>("PxtClear")();
   }
 
-  test_support::TemporaryFolder folder_;
+  TemporaryFolder folder_;
 };
 
 TEST_F(UnloadTest, TakesTheLibraryOutOfTheProcess) {
@@ -124,3 +118,4 @@ TEST_F(UnloadTest, LeavesNothingOnTheHeap) {
 }
 
 }  // namespace
+}  // namespace pixtola::test

@@ -19,8 +19,8 @@
 namespace pixtola {
 namespace {
 
-using test_support::GuardedBuffer;
-using test_support::GuardSide;
+using test::GuardedBuffer;
+using test::GuardSide;
 using Bytes = std::vector<std::uint8_t>;
 
 constexpr GuardSide kSides[] = {GuardSide::kAfterEnd, GuardSide::kBeforeStart};

@@ -19,8 +19,8 @@
 namespace pixtola {
 namespace {
 
-using test_support::GuardedBuffer;
-using test_support::GuardSide;
+using test::GuardedBuffer;
+using test::GuardSide;
 using Bytes = std::vector<std::uint8_t>;
 
 const std::vector<const AdaptiveKernels*>& Tables() {
@@ -149,10 +149,10 @@ TEST(AdaptivePages, NeedNoCells) {
 }
 
 /// A 24-bit source whose gray is not its blue.
-reference::Source MakeSource(std::uint32_t width, std::uint32_t height, Content content,
-                             std::mt19937& random) {
+test::ReferenceSource MakeSource(std::uint32_t width, std::uint32_t height, Content content,
+                                 std::mt19937& random) {
   const std::uint32_t stride = (width * 3 + 3) / 4 * 4;
-  reference::Source source{Bytes(std::size_t{stride} * height), 24, width, height, stride, {}};
+  test::ReferenceSource source{Bytes(std::size_t{stride} * height), 24, width, height, stride, {}};
   Bytes gray(std::size_t{width} * height);
   FillGray(content, width, height, random, gray.data());
   for (std::size_t i = 0; i < gray.size(); ++i) {
@@ -164,14 +164,14 @@ reference::Source MakeSource(std::uint32_t width, std::uint32_t height, Content 
   return source;
 }
 
-void ExpectReferencePage(const reference::Source& source, const char* target) {
+void ExpectReferencePage(const test::ReferenceSource& source, const char* target) {
   constexpr std::uint32_t kAdaptive = 2;
   const std::uint32_t stride = (source.width + 31) / 32 * 4;
   const auto right = static_cast<std::int32_t>(source.width);
   const auto bottom = static_cast<std::int32_t>(source.height);
   Bytes expected(std::size_t{stride} * source.height);
-  ASSERT_EQ(reference::BytesRectToBytes(kAdaptive, source, {0, 0, right, bottom}, &expected,
-                                        static_cast<std::uint32_t>(expected.size()))
+  ASSERT_EQ(test::ReferenceBytesRectToBytes(kAdaptive, source, {0, 0, right, bottom}, &expected,
+                                            static_cast<std::uint32_t>(expected.size()))
                 .result,
             1);
   Bytes bits(expected.size());

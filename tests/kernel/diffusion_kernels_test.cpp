@@ -18,8 +18,8 @@
 namespace pixtola {
 namespace {
 
-using test_support::GuardedBuffer;
-using test_support::GuardSide;
+using test::GuardedBuffer;
+using test::GuardSide;
 
 const std::vector<const DiffusionKernels*>& Tables() {
   static const auto tables = test::AllKernels(kPlainDiffusionKernels, BestDiffusionKernels);

@@ -17,8 +17,8 @@
 namespace pixtola {
 namespace {
 
-using test_support::GuardedBuffer;
-using test_support::GuardSide;
+using test::GuardedBuffer;
+using test::GuardSide;
 
 const std::vector<const GrayKernels*>& Tables() {
   static const auto tables = test::AllKernels(kPlainGrayKernels, BestGrayKernels);

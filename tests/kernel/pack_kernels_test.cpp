@@ -14,8 +14,8 @@
 namespace pixtola {
 namespace {
 
-using test_support::GuardedBuffer;
-using test_support::GuardSide;
+using test::GuardedBuffer;
+using test::GuardSide;
 
 TEST(PackKernels, EachRowEqualsThePlainOneAndStaysInItsMemory) {
   const auto tables = test::AllKernels(kPlainPackKernels, BestPackKernels);

@@ -15,8 +15,8 @@
 namespace pixtola {
 namespace {
 
-using test_support::GuardedBuffer;
-using test_support::GuardSide;
+using test::GuardedBuffer;
+using test::GuardSide;
 
 /// As many buffers of `size` bytes, read-only and random.
 std::vector<std::unique_ptr<GuardedBuffer>> RandomBuffers(std::size_t count, std::size_t size,

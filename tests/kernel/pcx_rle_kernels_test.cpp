@@ -14,8 +14,8 @@
 namespace pixtola {
 namespace {
 
-using test_support::GuardedBuffer;
-using test_support::GuardSide;
+using test::GuardedBuffer;
+using test::GuardSide;
 using Bytes = std::vector<std::uint8_t>;
 
 const std::vector<const PcxRleKernels*>& Tables() {

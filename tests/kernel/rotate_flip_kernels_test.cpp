@@ -16,8 +16,8 @@
 namespace pixtola {
 namespace {
 
-using test_support::GuardedBuffer;
-using test_support::GuardSide;
+using test::GuardedBuffer;
+using test::GuardSide;
 
 const std::vector<const RotateFlipKernels*>& Tables() {
   static const auto tables = test::AllKernels(kPlainRotateFlipKernels, BestRotateFlipKernels);

@@ -17,8 +17,8 @@
 namespace pixtola {
 namespace {
 
-using test_support::GuardedBuffer;
-using test_support::GuardSide;
+using test::GuardedBuffer;
+using test::GuardSide;
 
 constexpr std::uint32_t kChannelCounts[] = {1, 3, 4};
 

@@ -203,7 +203,7 @@ TEST(TiffClaims, ReachAsFarAsTiles) {
   EXPECT_TRUE(IsAllowed(OnePixelInATile(16, 16)));
   EXPECT_TRUE(IsAllowed(OnePixelInATile(1 << 13, 1 << 13)));
   EXPECT_FALSE(IsAllowed(OnePixelInATile(1 << 13, (1 << 13) + 16)));
-  const test_support::DecodeLimitGuard limit({.pixels = 1000, .bytes = 1 << 20});
+  const test::DecodeLimitGuard limit({.pixels = 1000, .bytes = 1 << 20});
   EXPECT_TRUE(IsAllowed(OnePixelInATile(16, 48)));
   EXPECT_FALSE(IsAllowed(OnePixelInATile(16, 64)));  // 1024 pixels
   // Beyond the page in both directions, but not by a second page.
@@ -287,9 +287,9 @@ TEST_F(ZstandardInTiff, IsNotTurnedAround) {
 
 TEST_F(ZstandardInTiff, NeedsRoomForItsWindowWithinTheLimit) {
   const Bytes file = MakeTiffOf(ZstandardPage());
-  const test_support::DecodeLimitGuard limit({.pixels = 1000, .bytes = 129 << 20});
+  const test::DecodeLimitGuard limit({.pixels = 1000, .bytes = 129 << 20});
   Decode(DecodeTiff, file);
-  const test_support::DecodeLimitGuard lower({.pixels = 1000, .bytes = (129 << 20) - 1});
+  const test::DecodeLimitGuard lower({.pixels = 1000, .bytes = (129 << 20) - 1});
   ExpectFails(DecodeTiff, file, Gdiplus::OutOfMemory);
 }
 
@@ -372,82 +372,6 @@ TEST(JpegInTiff, SharesDataOnlyWhenItIsSequential) {
   EXPECT_FALSE(IsAllowed(SharedStrips(COMPRESSION_JPEG, 10, 1, data)));
 }
 
-/// A tag whose values lie from the beginning of the file's data on.
-struct Tag {
-  std::uint32_t number;
-  std::uint32_t type;
-  std::uint32_t count;
-};
-
-/// Pages of one pixel, white, with these tags besides, which all have their values in `size` bytes.
-Bytes PagesWithTags(std::uint32_t pages, const std::vector<Tag>& tags, std::uint32_t size) {
-  constexpr std::uint32_t kDataAt = 8;
-  std::vector<std::array<std::uint32_t, 4>> entries = {
-      {TIFFTAG_IMAGEWIDTH, 3, 1, 1},         {TIFFTAG_IMAGELENGTH, 3, 1, 1},
-      {TIFFTAG_BITSPERSAMPLE, 3, 1, 8},      {TIFFTAG_PHOTOMETRIC, 3, 1, 1},
-      {TIFFTAG_STRIPOFFSETS, 4, 1, kDataAt}, {TIFFTAG_STRIPBYTECOUNTS, 4, 1, 1}};
-  for (const Tag& tag : tags) entries.push_back({tag.number, tag.type, tag.count, kDataAt});
-  Bytes file = {'I', 'I', 42, 0};
-  Add(file, kDataAt + size, 4);
-  file.resize(kDataAt + size, 0xFF);
-  for (std::uint32_t page = 0; page < pages; ++page) {
-    Add(file, static_cast<std::uint32_t>(entries.size()), 2);
-    for (const auto& [tag, type, count, value] : entries) {
-      Add(Add(Add(Add(file, tag, 2), type, 2), count, 4), value, 4);
-    }
-    Add(file, page + 1 < pages ? static_cast<std::uint32_t>(file.size()) + 4 : 0, 4);
-  }
-  return file;
-}
-
-/// Tags that nobody knows, of so many bytes each.
-std::vector<Tag> UnknownTags(std::uint32_t count, std::uint32_t size) {
-  std::vector<Tag> tags;
-  for (std::uint32_t i = 0; i < count; ++i) tags.push_back({50000 + i, TIFF_BYTE, size});
-  return tags;
-}
-
-TEST(TiffDirectories, AskForNoMoreThanTheFileAnd16Mebibytes) {
-  constexpr std::uint32_t kSize = 1 << 19;  // 32 times that are 16 MiB, and once the file has it
-  for (const std::uint32_t tags : {0U, 32U, 33U}) {
-    const Bytes file = PagesWithTags(1, UnknownTags(tags, kSize), kSize);
-    EXPECT_EQ(Pixels(*Decode(DecodeTiff, file)), std::vector<ARGB>{kWhite}) << tags;
-  }
-  Bytes file = PagesWithTags(1, UnknownTags(34, kSize), kSize);
-  ExpectFails(DecodeTiff, file, Gdiplus::GenericError);
-  // libtiff does not miss the place of a next directory.
-  file.resize(file.size() - 4);
-  ExpectFails(DecodeTiff, file, Gdiplus::GenericError);
-}
-
-TEST(TiffDirectories, AskForWhatTheFileHasOnlyWhateverTheyClaim) {
-  constexpr std::uint32_t kAny = 0xFFFFFFFF;
-  for (const Tag& tag :
-       {Tag{50000, TIFF_BYTE, kAny}, Tag{50000, TIFF_ASCII, kAny}, Tag{50000, TIFF_DOUBLE, kAny},
-        Tag{34675, TIFF_UNDEFINED, 40'000'000}, Tag{50000, 0, kAny}, Tag{50000, 65535, kAny}}) {
-    const Bytes file = PagesWithTags(1, {tag}, 100);
-    EXPECT_EQ(Pixels(*Decode(DecodeTiff, file)), std::vector<ARGB>{kWhite}) << tag.type;
-  }
-}
-
-TEST(TiffDirectories, MayShareValuesUpToAGibibyte) {
-  // 8 MiB a page.
-  const Bytes file = PagesWithTags(140, UnknownTags(16, 1 << 19), 1 << 19);
-  BitmapPtr page;
-  for (const UINT index : {0U, 1U, 60U, 126U}) {
-    EXPECT_EQ(kTiffFrames.decode(file, index, page), Gdiplus::Ok) << index;
-  }
-  EXPECT_EQ(kTiffFrames.decode(file, 139, page), Gdiplus::GenericError);
-}
-
-TEST(TiffDirectories, EndWhenTheyGoRoundInCircles) {
-  Bytes file = PagesWithTags(1, {}, 8);
-  file[file.size() - 4] = 16;
-  TiffSource source{file};
-  EXPECT_EQ(OpenTiffForReading(source, 0xFFFFFFFF), nullptr);
-  EXPECT_NE(OpenTiffForReading(source, 1000), nullptr);
-}
-
 TEST(WebPInTiff, NeedsRoomForItsTablesWithinTheLimit) {
   // 64 x 64 pixels of 4 bytes, and tables for 257 groups: 5.3 million bytes.
   const ClaimedPage page{.compression = COMPRESSION_WEBP,
@@ -455,9 +379,9 @@ TEST(WebPInTiff, NeedsRoomForItsTablesWithinTheLimit) {
                          .height = 64,
                          .samples = 3,
                          .photometric = PHOTOMETRIC_RGB};
-  const test_support::DecodeLimitGuard limit({.pixels = 10000, .bytes = 5'400'000});
+  const test::DecodeLimitGuard limit({.pixels = 10000, .bytes = 5'400'000});
   EXPECT_TRUE(IsAllowed(page, 100));
-  const test_support::DecodeLimitGuard lower({.pixels = 10000, .bytes = 5'200'000});
+  const test::DecodeLimitGuard lower({.pixels = 10000, .bytes = 5'200'000});
   EXPECT_FALSE(IsAllowed(page, 100));
 }
 
@@ -470,7 +394,7 @@ TEST(Claims, OfGifFramesBeyondTheScreenCountAgainstTheLimit) {
   GifParts parts{.width = 1, .height = 1, .colors = {kRed, kWhite}};
   parts.images.push_back({.width = 0xFFFF, .height = 0xFFFF, .pixels = {1}});
   ExpectFails(DecodeGif, MakeGif(parts), Gdiplus::OutOfMemory);
-  const test_support::DecodeLimitGuard limit({.pixels = 100, .bytes = 1000});
+  const test::DecodeLimitGuard limit({.pixels = 100, .bytes = 1000});
   parts.images[0] = {.width = 10, .height = 10, .pixels = Bytes(100, 1)};
   EXPECT_EQ(Pixels(*Decode(DecodeGif, MakeGif(parts))), std::vector<ARGB>{kWhite});
   parts.images[0] = {.width = 11, .height = 10, .pixels = Bytes(110, 1)};

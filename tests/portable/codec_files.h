@@ -24,7 +24,7 @@ namespace pixtola::portable {
 
 using Gdiplus::ARGB;
 using Gdiplus::Status;
-using test_support::MemorySink;
+using test::MemorySink;
 using Bytes = std::vector<std::uint8_t>;
 using BitmapPtr = std::unique_ptr<BitmapObject>;
 

@@ -15,7 +15,7 @@
 namespace pixtola::portable {
 namespace {
 
-using test_support::TemporaryFolder;
+using test::TemporaryFolder;
 
 TEST(Utf8Path, EncodesEveryLength) {
   const Utf8Path path(L"a\u00E4\u20AC\U0001F600");
@@ -44,7 +44,7 @@ TEST(Utf8Path, IsNoLongerThanTheSystemTakes) {
 
 TEST(ReadFile, ReadsRegularFilesOnly) {
   const TemporaryFolder folder;
-  test_support::WriteWholeFile(folder / "file", {1, 2, 3});
+  test::WriteWholeFile(folder / "file", {1, 2, 3});
   FileBytes file;
   ASSERT_EQ(ReadFile((folder / "file").c_str(), file), Gdiplus::Ok);
   ASSERT_EQ(file.size, 3U);
@@ -57,8 +57,8 @@ TEST(ReadFile, ReadsRegularFilesOnly) {
 
 TEST(ReadFile, RefusesFilesBeyondTheDecodeLimit) {
   const TemporaryFolder folder;
-  test_support::WriteWholeFile(folder / "file", {1, 2, 3});
-  const test_support::DecodeLimitGuard limit({100, 2});
+  test::WriteWholeFile(folder / "file", {1, 2, 3});
+  const test::DecodeLimitGuard limit({100, 2});
   FileBytes file;
   EXPECT_EQ(ReadFile((folder / "file").c_str(), file), Gdiplus::OutOfMemory);
 }
@@ -73,24 +73,24 @@ TEST(DecodeLimit, MultipliesWithoutOverflow) {
 
 TEST(FileSink, GivesUpWhatWasThereWithTheFirstWriteOnly) {
   const TemporaryFolder folder;
-  test_support::WriteWholeFile(folder / "file", {1, 2, 3});
+  test::WriteWholeFile(folder / "file", {1, 2, 3});
   {
     FileSink sink((folder / "file").c_str());
     ASSERT_TRUE(sink.is_open());
     sink.Discard();
   }
-  EXPECT_EQ(test_support::ReadWholeFile(folder / "file").size(), 3U);
+  EXPECT_EQ(test::ReadWholeFile(folder / "file").size(), 3U);
   {
     FileSink sink((folder / "file").c_str());
     ASSERT_TRUE(sink.Write("x", 1));
     ASSERT_TRUE(sink.Close());
   }
-  EXPECT_EQ(test_support::ReadWholeFile(folder / "file").size(), 1U);
+  EXPECT_EQ(test::ReadWholeFile(folder / "file").size(), 1U);
 }
 
 TEST(FileSink, LeavesNothingHalfWritten) {
   const TemporaryFolder folder;
-  test_support::WriteWholeFile(folder / "old", {1, 2, 3});
+  test::WriteWholeFile(folder / "old", {1, 2, 3});
   std::filesystem::create_symlink("old", folder / "link");
   for (const char* name : {"new", "link"}) {
     FileSink sink((folder / name).c_str());
@@ -99,7 +99,7 @@ TEST(FileSink, LeavesNothingHalfWritten) {
   }
   EXPECT_FALSE(std::filesystem::exists(folder / "new"));
   EXPECT_TRUE(std::filesystem::is_symlink(folder / "link"));
-  EXPECT_EQ(test_support::ReadWholeFile(folder / "old").size(), 0U);
+  EXPECT_EQ(test::ReadWholeFile(folder / "old").size(), 0U);
 }
 
 TEST(FileSink, RefusesWhatIsNoRegularFile) {
@@ -112,7 +112,7 @@ TEST(FileSink, RefusesWhatIsNoRegularFile) {
 
 TEST(GdipSaveImageToFile, LeavesNoPartialFile) {
   const TemporaryFolder folder;
-  const auto bitmap = test_support::MakeBitmap(1, 1, PixelFormat24bppRGB, {1, 2, 3});
+  const auto bitmap = test::MakeBitmap(1, 1, PixelFormat24bppRGB, {1, 2, 3});
   UINT count = 0;
   UINT size = 0;
   Gdiplus::GetImageEncodersSize(&count, &size);

@@ -265,12 +265,12 @@ TEST(GifFrames, AreControlledByTheExtensionBeforeThemOnly) {
 }
 
 TEST(GifFrames, AreSelectedInABitmap) {
-  const test_support::TemporaryFolder folder;
+  const test::TemporaryFolder folder;
   GifParts parts{.width = 1, .height = 1, .colors = kFourColors};
   for (const std::uint8_t index : Bytes{0, 1, 2}) {
     parts.images.push_back({.width = 1, .height = 1, .pixels = {index}});
   }
-  test_support::WriteWholeFile(folder / "frames", MakeGif(parts));
+  test::WriteWholeFile(folder / "frames", MakeGif(parts));
   Gdiplus::GpBitmap* loaded = nullptr;
   namespace Flat = Gdiplus::DllExports;
   ASSERT_EQ(Flat::GdipCreateBitmapFromFile((folder / "frames").wstring().c_str(), &loaded),

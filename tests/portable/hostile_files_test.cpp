@@ -144,7 +144,7 @@ void ExpectAnswer(DecodeFunction decode, const Bytes& bytes) {
 }
 
 TEST(Codecs, AnswerToFilesCutAtEveryByteAndPrintNothing) {
-  const test_support::DecodeLimitGuard limit({.pixels = 1 << 18, .bytes = 1 << 22});
+  const test::DecodeLimitGuard limit({.pixels = 1 << 18, .bytes = 1 << 22});
   ::testing::internal::CaptureStderr();
   for (const auto& [decode, bytes] : SmallFiles()) {
     for (std::size_t size = 0; size <= bytes.size(); ++size) {
@@ -155,7 +155,7 @@ TEST(Codecs, AnswerToFilesCutAtEveryByteAndPrintNothing) {
 }
 
 TEST(Codecs, AnswerToFilesWithChangedBytesAndPrintNothing) {
-  const test_support::DecodeLimitGuard limit({.pixels = 1 << 18, .bytes = 1 << 22});
+  const test::DecodeLimitGuard limit({.pixels = 1 << 18, .bytes = 1 << 22});
   ::testing::internal::CaptureStderr();
   unsigned seed = 0;
   for (const auto& [decode, bytes] : SmallFiles()) {
@@ -233,7 +233,7 @@ TEST(Codecs, RefuseHugeSizesBeforeTheyAllocate) {
 }
 
 TEST(Codecs, KeepToTheDecodeLimitThatIsSet) {
-  const test_support::DecodeLimitGuard limit({.pixels = 100, .bytes = 1 << 20});
+  const test::DecodeLimitGuard limit({.pixels = 100, .bytes = 1 << 20});
   for (const Codec& codec : Codecs()) {
     SCOPED_TRACE(codec.info.SigPattern[0]);
     Decode(codec.decode, Encode(codec.encode, *Noise(10, 10, PixelFormat24bppRGB)));

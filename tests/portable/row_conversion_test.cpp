@@ -17,7 +17,7 @@
 namespace pixtola::portable {
 namespace {
 
-using test_support::Bytes;
+using test::Bytes;
 
 Palette PaletteOf(const std::vector<Gdiplus::ARGB>& colors) {
   Palette palette;
@@ -122,8 +122,8 @@ TEST(RowConversion, ByTheShortWayEqualsTheWayByColours) {
       RowConversion conversion(from, palette, to, none);
       for (std::uint32_t width = 1; width <= 70; ++width) {
         // Guarded, so that a byte read or written outside of the row ends the test.
-        test_support::GuardedBuffer source(std::size_t{width} * BitsPerPixel(from) / 8);
-        test_support::GuardedBuffer destination(std::size_t{width} * BitsPerPixel(to) / 8);
+        test::GuardedBuffer source(std::size_t{width} * BitsPerPixel(from) / 8);
+        test::GuardedBuffer destination(std::size_t{width} * BitsPerPixel(to) / 8);
         for (BYTE& byte : source.span()) byte = static_cast<BYTE>(random());
         conversion.Convert({source.data(), 0}, {destination.data(), 0}, width);
 

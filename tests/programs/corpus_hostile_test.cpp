@@ -17,6 +17,7 @@
 #include "codecs/codec.h"
 #include "support/decode_limit_guard.h"
 #include "support/temporary_folder.h"
+#include "support/test_images.h"
 
 namespace pixtola::portable {
 namespace {
@@ -39,7 +40,7 @@ constexpr UINT kMaxFrames = 8;
 
 std::filesystem::path ImageFolder() {
   const char* folder = std::getenv("PIXTOLA_HOSTILE_IMAGES");
-  return folder != nullptr ? folder : PIXTOLA_TEST_IMAGES;
+  return folder != nullptr ? folder : test::TestImages();
 }
 
 int Changes() {
@@ -88,13 +89,13 @@ class HostileImages : public testing::Test {
   /// Calls `attack` with each file's content. The names tell where a crash came from.
   template <typename Attack>
   void ForEachFile(Attack attack) {
-    const test_support::DecodeLimitGuard limit(kLimit);
+    const test::DecodeLimitGuard limit(kLimit);
     const auto files = ImageFiles();
     ASSERT_FALSE(files.empty());
     for (const auto& path : files) {
       std::cout << path.lexically_relative(ImageFolder()).generic_string() << std::endl;
       SCOPED_TRACE(path.string());
-      attack(test_support::ReadWholeFile(path));
+      attack(test::ReadWholeFile(path));
       if (HasFailure()) return;
     }
   }

@@ -12,10 +12,10 @@
 #include "support/platform_expectations.h"
 #include "support/reference_pixels.h"
 
-namespace test_support {
+namespace pixtola::test {
 
 inline std::string PairName(Gdiplus::PixelFormat from, Gdiplus::PixelFormat to) {
-  return std::string(reference_pixels::NameOf(from)) + " to " + reference_pixels::NameOf(to);
+  return std::string(NameOf(from)) + " to " + NameOf(to);
 }
 
 /// Why a lock of a bitmap in another format is known not to give what the definition says; empty
@@ -25,18 +25,16 @@ inline std::string KnownReadDifference(Gdiplus::PixelFormat bitmap, Gdiplus::Pix
     return format == PixelFormat16bppRGB555 || format == PixelFormat16bppARGB1555;
   };
   if (bitmap == lock) return "";
-  if (expectations::k48BitChannelsHave16Bits &&
-      (reference_pixels::IsDeep(bitmap) || reference_pixels::IsDeep(lock))) {
+  if (k48BitChannelsHave16Bits && (IsDeep(bitmap) || IsDeep(lock))) {
     return "Wine's channels of 16 bits are others";
   }
-  if (expectations::kLocksInOtherIndexedFormatsFail && reference_pixels::IsIndexed(lock)) {
+  if (kLocksInOtherIndexedFormatsFail && HasIndexes(lock)) {
     return "Wine does not convert to indexes here";
   }
-  if (expectations::kRgbOf32BitsIsTakenAsItIs && bitmap == PixelFormat32bppPARGB &&
-      lock == PixelFormat32bppRGB) {
+  if (kRgbOf32BitsIsTakenAsItIs && bitmap == PixelFormat32bppPARGB && lock == PixelFormat32bppRGB) {
     return "Wine does not divide by alpha here";
   }
-  if (expectations::kGreenOf555LacksLowBits && is_555(bitmap) && !is_555(lock)) {
+  if (kGreenOf555LacksLowBits && is_555(bitmap) && !is_555(lock)) {
     return "Wine computes green otherwise";
   }
   return "";
@@ -45,10 +43,10 @@ inline std::string KnownReadDifference(Gdiplus::PixelFormat bitmap, Gdiplus::Pix
 /// The same for what such a lock writes.
 inline std::string KnownWriteDifference(Gdiplus::PixelFormat bitmap, Gdiplus::PixelFormat lock) {
   if (bitmap == lock) return "";
-  if (expectations::kLocksInOtherIndexedFormatsFail && reference_pixels::IsIndexed(lock)) {
+  if (kLocksInOtherIndexedFormatsFail && HasIndexes(lock)) {
     return "Wine knows no palette here";
   }
-  if (expectations::kNearestEntriesAreMissed && reference_pixels::IsIndexed(bitmap)) {
+  if (kNearestEntriesAreMissed && HasIndexes(bitmap)) {
     return "Wine measures distances otherwise";
   }
   return KnownReadDifference(lock, bitmap);  // the way that the pixels take
@@ -56,25 +54,21 @@ inline std::string KnownWriteDifference(Gdiplus::PixelFormat bitmap, Gdiplus::Pi
 
 /// Whether a lock of the part is known to show another part of the bitmap.
 inline bool StartIsKnownToBeIgnored(Gdiplus::PixelFormat bitmap, INT x) {
-  return expectations::kLocksOfBitRowsIgnoreTheLeftEdge &&
-         reference_pixels::BitsPerPixel(bitmap) < 8 && x != 0;
+  return kLocksOfBitRowsIgnoreTheLeftEdge && BitsOfPixel(bitmap) < 8 && x != 0;
 }
 
 /// The bits of converted pixels that all platforms agree on.
-inline reference_pixels::Pixel Settled(Gdiplus::PixelFormat format, reference_pixels::Pixel pixel) {
-  return expectations::kRgbOf32BitsIsTakenAsItIs && format == PixelFormat32bppRGB ? pixel & 0xFFFFFF
-                                                                                  : pixel;
+inline Pixel Settled(Gdiplus::PixelFormat format, Pixel pixel) {
+  return kRgbOf32BitsIsTakenAsItIs && format == PixelFormat32bppRGB ? pixel & 0xFFFFFF : pixel;
 }
 
 /// The same pixels in another format.
-inline PixelRows Converted(const PixelRows& rows, const reference_pixels::Palette& palette,
-                           Gdiplus::PixelFormat to, const reference_pixels::Palette& to_palette) {
-  PixelRows result(rows.width(), rows.height(), to, reference_pixels::RowBytes(to, rows.width()));
+inline PixelRows Converted(const PixelRows& rows, const Palette& palette, Gdiplus::PixelFormat to,
+                           const Palette& to_palette) {
+  PixelRows result(rows.width(), rows.height(), to, RowBytes(to, rows.width()));
   for (std::size_t y = 0; y < rows.height(); ++y) {
     for (std::size_t x = 0; x < rows.width(); ++x) {
-      result.Set(
-          x, y,
-          reference_pixels::ConvertPixel(rows.At(x, y), rows.format(), palette, to, to_palette));
+      result.Set(x, y, ConvertPixel(rows.At(x, y), rows.format(), palette, to, to_palette));
     }
   }
   return result;
@@ -82,28 +76,26 @@ inline PixelRows Converted(const PixelRows& rows, const reference_pixels::Palett
 
 /// What a lock of the whole bitmap in `format` shows.
 inline PixelRows ExpectedRead(const RowsBitmap& image, Gdiplus::PixelFormat format) {
-  return Converted(image.rows, image.palette, format, reference_pixels::DefaultPalette(format));
+  return Converted(image.rows, image.palette, format, DefaultPalette(format));
 }
 
 /// What is in the bitmap after `source` was written to all of it.
 inline PixelRows ExpectedWrite(const RowsBitmap& image, const PixelRows& source) {
-  return Converted(source, reference_pixels::DefaultPalette(source.format()), image.rows.format(),
-                   image.palette);
+  return Converted(source, DefaultPalette(source.format()), image.rows.format(), image.palette);
 }
 
 inline Gdiplus::Rect WholeOf(const PixelRows& rows) {
   return {0, 0, static_cast<INT>(rows.width()), static_cast<INT>(rows.height())};
 }
 
-inline std::string Hex(reference_pixels::Pixel pixel) {
+inline std::string Hex(Pixel pixel) {
   std::ostringstream text;
   text << "0x" << std::hex << pixel;
   return text.str();
 }
 
 /// What became of a pixel.
-inline std::string Change(reference_pixels::Pixel from, reference_pixels::Pixel to,
-                          reference_pixels::Pixel expected) {
+inline std::string Change(Pixel from, Pixel to, Pixel expected) {
   return Hex(from) + " became " + Hex(to) + " instead of " + Hex(expected);
 }
 
@@ -127,8 +119,8 @@ inline void CheckRead(RowsBitmap& image, const Gdiplus::Rect& part, const PixelR
   for (UINT i = 0; i < data.Width * data.Height; ++i) {
     const UINT x = i % data.Width;
     const UINT y = i / data.Width;
-    const reference_pixels::Pixel shown = LockedPixel(data, x, y);
-    const reference_pixels::Pixel wanted = expected.At(Column(part, x), Line(part, y));
+    const Pixel shown = LockedPixel(data, x, y);
+    const Pixel wanted = expected.At(Column(part, x), Line(part, y));
     if (Settled(expected.format(), shown) == Settled(expected.format(), wanted)) continue;
     difference << name << ", width " << part.Width << ", x " << part.X << " + " << x << ", y "
                << Line(part, y) << ": "
@@ -159,8 +151,8 @@ inline void CheckWrite(RowsBitmap& image, const Gdiplus::Rect& part, const Pixel
   for (UINT i = 0; i < data.Width * data.Height; ++i) {
     const std::size_t x = Column(part, i % data.Width);
     const std::size_t y = Line(part, i / data.Width);
-    const reference_pixels::Pixel written = image.rows.At(x, y);
-    const reference_pixels::Pixel wanted = converted.At(x, y);
+    const Pixel written = image.rows.At(x, y);
+    const Pixel wanted = converted.At(x, y);
     expected.Set(x, y, written);
     if (Settled(converted.format(), written) == Settled(converted.format(), wanted)) continue;
     FAIL() << name << ", width " << part.Width << ", x " << part.X << " + " << i % data.Width
@@ -171,6 +163,6 @@ inline void CheckWrite(RowsBitmap& image, const Gdiplus::Rect& part, const Pixel
       << ": something outside the rectangle was changed";
 }
 
-}  // namespace test_support
+}  // namespace pixtola::test
 
 #endif  // PIXTOLA_TESTS_SUPPORT_CONVERSION_CHECKS_H_

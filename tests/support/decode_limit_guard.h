@@ -4,7 +4,7 @@
 
 #include "shared/decode_limit.h"
 
-namespace test_support {
+namespace pixtola::test {
 
 class DecodeLimitGuard {
  public:
@@ -19,6 +19,6 @@ class DecodeLimitGuard {
   pixtola::platform::DecodeLimit before_ = pixtola::platform::GetDecodeLimit();
 };
 
-}  // namespace test_support
+}  // namespace pixtola::test
 
 #endif  // PIXTOLA_TESTS_SUPPORT_DECODE_LIMIT_GUARD_H_

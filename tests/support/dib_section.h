@@ -7,7 +7,7 @@
 
 #include "platform.h"
 
-namespace test_support {
+namespace pixtola::test {
 
 /// A BITMAPINFO with a header of 40 bytes and room for 256 colours. Rows run from the bottom when
 /// the height is positive, from the top when it is negative.
@@ -68,6 +68,6 @@ class DibSection {
   HBITMAP bitmap_;
 };
 
-}  // namespace test_support
+}  // namespace pixtola::test
 
 #endif  // PIXTOLA_TESTS_SUPPORT_DIB_SECTION_H_

@@ -1,6 +1,6 @@
 // Faults at a chosen place: the n-th allocation, lock, read or write of the code under test fails.
 //
-// The code under test knows nothing of this. A program that includes fault_injection.cpp is linked
+// The code under test knows nothing of this. A program with the sources of the faults is linked
 // such that calls to malloc and the others come there first (pixtola_wrap_faults in
 // tests/CMakeLists.txt). Of code in shared libraries `new` is seen, and reads and writes are, but
 // not malloc. Where the platform itself is such code, its functions that make objects count as
@@ -14,7 +14,7 @@
 #include <cstdint>
 #include <optional>
 
-namespace test_support {
+namespace pixtola::test {
 
 enum class Fault {
   kAllocation,  ///< malloc and its like give null, new throws or gives null
@@ -116,6 +116,6 @@ std::uint32_t ForEveryFault(Fault fault, const Function& function, Span span = S
   return kTooMany;
 }
 
-}  // namespace test_support
+}  // namespace pixtola::test
 
 #endif  // PIXTOLA_TESTS_SUPPORT_FAULT_INJECTION_H_

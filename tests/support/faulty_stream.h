@@ -10,7 +10,7 @@
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
 
-namespace test_support {
+namespace pixtola::test {
 
 /// Reads and writes count under the plan that is in force (Fault::kRead, Fault::kWrite). One that
 /// fails leaves the inner stream alone and tells of no bytes. CopyTo counts as a read and a write.
@@ -85,7 +85,7 @@ class FaultyStream final : public IStream {
   ULONG references_ = 1;
 };
 
-}  // namespace test_support
+}  // namespace pixtola::test
 
 #pragma GCC diagnostic pop
 

@@ -1,25 +1,14 @@
 // A buffer of bytes between two inaccessible pages: a read or write of one byte outside ends the
 // test program at the spot instead of going unnoticed. Only the side that the buffer is placed
 // against is guarded to the byte; on the other side, writes are found by SurroundingsAreUntouched.
-#pragma once
+#ifndef PIXTOLA_TESTS_SUPPORT_GUARDED_BUFFER_H_
+#define PIXTOLA_TESTS_SUPPORT_GUARDED_BUFFER_H_
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <new>
 #include <span>
 
-#ifdef _WIN32
-#ifndef NOMINMAX
-#define NOMINMAX
-#endif
-#include <windows.h>
-#else
-#include <sys/mman.h>
-#include <unistd.h>
-#endif
-
-namespace test_support {
+namespace pixtola::test {
 
 enum class GuardSide { kAfterEnd, kBeforeStart };
 
@@ -30,21 +19,8 @@ class GuardedBuffer {
   // `alignment_offset` bytes are left between the buffer and the guarding page, to try alignments
   // that a buffer flush against the page cannot have.
   explicit GuardedBuffer(std::size_t size, std::size_t alignment_offset = 0,
-                         GuardSide side = GuardSide::kAfterEnd)
-      : size_(size), page_(PageSize()) {
-    const std::size_t pages = (size + alignment_offset + page_ - 1) / page_;
-    usable_size_ = (pages == 0 ? 1 : pages) * page_;
-    mapping_ = Map(usable_size_ + 2 * page_);
-    usable_ = mapping_ + page_;
-    Protect(mapping_, page_, Access::kNone);
-    Protect(usable_ + usable_size_, page_, Access::kNone);
-    std::fill_n(usable_, usable_size_, kFill);
-    data_ = side == GuardSide::kAfterEnd ? usable_ + (usable_size_ - alignment_offset - size)
-                                         : usable_ + alignment_offset;
-  }
-
-  ~GuardedBuffer() { Unmap(mapping_, usable_size_ + 2 * page_); }
-
+                         GuardSide side = GuardSide::kAfterEnd);
+  ~GuardedBuffer();
   GuardedBuffer(const GuardedBuffer&) = delete;
   GuardedBuffer& operator=(const GuardedBuffer&) = delete;
 
@@ -55,50 +31,12 @@ class GuardedBuffer {
   std::span<const std::uint8_t> span() const { return {data_, size_}; }
 
   // From here on a write anywhere in the buffer ends the program, too.
-  void MakeReadOnly() { Protect(usable_, usable_size_, Access::kRead); }
+  void MakeReadOnly();
 
   // True while every accessible byte around the buffer still has its first value.
-  bool SurroundingsAreUntouched() const {
-    const auto is_fill = [](std::uint8_t byte) { return byte == kFill; };
-    return std::all_of(usable_, data_, is_fill) &&
-           std::all_of(data_ + size_, usable_ + usable_size_, is_fill);
-  }
+  bool SurroundingsAreUntouched() const;
 
  private:
-  enum class Access { kNone, kRead };
-
-#ifdef _WIN32
-  static std::size_t PageSize() {
-    SYSTEM_INFO info;
-    GetSystemInfo(&info);
-    return info.dwPageSize;
-  }
-  static std::uint8_t* Map(std::size_t size) {
-    void* const memory = VirtualAlloc(nullptr, size, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE);
-    if (memory == nullptr) throw std::bad_alloc();
-    return static_cast<std::uint8_t*>(memory);
-  }
-  static void Unmap(std::uint8_t* memory, std::size_t) { VirtualFree(memory, 0, MEM_RELEASE); }
-  static void Protect(std::uint8_t* memory, std::size_t size, Access access) {
-    DWORD previous = 0;
-    const DWORD wanted = access == Access::kNone ? PAGE_NOACCESS : PAGE_READONLY;
-    if (!VirtualProtect(memory, size, wanted, &previous)) throw std::bad_alloc();
-  }
-#else
-  static std::size_t PageSize() { return static_cast<std::size_t>(sysconf(_SC_PAGESIZE)); }
-  static std::uint8_t* Map(std::size_t size) {
-    void* const memory =
-        mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    if (memory == MAP_FAILED) throw std::bad_alloc();
-    return static_cast<std::uint8_t*>(memory);
-  }
-  static void Unmap(std::uint8_t* memory, std::size_t size) { munmap(memory, size); }
-  static void Protect(std::uint8_t* memory, std::size_t size, Access access) {
-    const int wanted = access == Access::kNone ? PROT_NONE : PROT_READ;
-    if (mprotect(memory, size, wanted) != 0) throw std::bad_alloc();
-  }
-#endif
-
   std::size_t size_;
   std::size_t page_;
   std::size_t usable_size_ = 0;
@@ -107,4 +45,6 @@ class GuardedBuffer {
   std::uint8_t* data_ = nullptr;
 };
 
-}  // namespace test_support
+}  // namespace pixtola::test
+
+#endif  // PIXTOLA_TESTS_SUPPORT_GUARDED_BUFFER_H_

@@ -7,7 +7,7 @@
 #include <vector>
 
 #if PIXTOLA_WITH_HIGHWAY
-#include <hwy/highway.h>
+#include <hwy/targets.h>
 #endif
 
 namespace pixtola::test {
@@ -23,14 +23,11 @@ class ForcedTargets {
   ForcedTargets& operator=(const ForcedTargets&) = delete;
 
  private:
-  static void Force(std::int64_t targets) {
-    hwy::SetSupportedTargetsForTest(targets);
-    hwy::GetChosenTarget().Update(hwy::SupportedTargets());
-  }
+  static void Force(std::int64_t targets);
 };
 
 /// Highway's bits of the instruction sets that were compiled and that this processor has.
-inline std::vector<std::int64_t> RunnableTargets() { return hwy::SupportedAndGeneratedTargets(); }
+std::vector<std::int64_t> RunnableTargets();
 
 #endif
 

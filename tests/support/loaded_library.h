@@ -10,7 +10,7 @@
 #include <dlfcn.h>
 #endif
 
-namespace test_support {
+namespace pixtola::test {
 
 class LoadedLibrary {
  public:
@@ -59,6 +59,6 @@ class LoadedLibrary {
   Handle handle_;
 };
 
-}  // namespace test_support
+}  // namespace pixtola::test
 
 #endif  // PIXTOLA_TESTS_SUPPORT_LOADED_LIBRARY_H_

@@ -11,7 +11,7 @@
 
 #include "base/byte_sink.h"
 
-namespace test_support {
+namespace pixtola::test {
 
 class MemorySink final : public pixtola::portable::ByteSink {
  public:
@@ -44,6 +44,6 @@ class MemorySink final : public pixtola::portable::ByteSink {
   std::vector<std::uint8_t> bytes_;
 };
 
-}  // namespace test_support
+}  // namespace pixtola::test
 
 #endif  // PIXTOLA_TESTS_SUPPORT_MEMORY_SINK_H_

@@ -1,8 +1,7 @@
 // What the code under test asks of the platform, written down with its arguments, and an answer
 // that the platform itself would not give.
 //
-// Calls are seen where faults are: in programs that include fault_injection.cpp and are linked by
-// pixtola_wrap_faults.
+// Calls are seen where faults are: in programs that are linked by pixtola_wrap_faults.
 #ifndef PIXTOLA_TESTS_SUPPORT_PLATFORM_CALLS_H_
 #define PIXTOLA_TESTS_SUPPORT_PLATFORM_CALLS_H_
 
@@ -11,7 +10,7 @@
 
 #include "Pixtola.h"
 
-namespace test_support {
+namespace pixtola::test {
 
 /// A call of CreateDIBSection.
 struct SectionCall {
@@ -89,6 +88,6 @@ class ToldResolution {
   float vertical_dpi_;
 };
 
-}  // namespace test_support
+}  // namespace pixtola::test
 
 #endif  // PIXTOLA_TESTS_SUPPORT_PLATFORM_CALLS_H_

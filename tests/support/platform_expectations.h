@@ -3,7 +3,7 @@
 #ifndef PIXTOLA_TESTS_SUPPORT_PLATFORM_EXPECTATIONS_H_
 #define PIXTOLA_TESTS_SUPPORT_PLATFORM_EXPECTATIONS_H_
 
-namespace expectations {
+namespace pixtola::test {
 
 #if defined(_WIN32)
 /// Wine's GDI+ under which the Windows build is tested. Windows' own is not known to share any of
@@ -126,6 +126,6 @@ inline constexpr bool kDecodersMishandleFailedReads = kIsWine;
 /// Encoders overlook bytes that a stream does not take (JPEG), or crash (TIFF).
 inline constexpr bool kEncodersMishandleFailedWrites = kIsWine;
 
-}  // namespace expectations
+}  // namespace pixtola::test
 
 #endif  // PIXTOLA_TESTS_SUPPORT_PLATFORM_EXPECTATIONS_H_

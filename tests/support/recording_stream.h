@@ -3,7 +3,6 @@
 #ifndef PIXTOLA_TESTS_SUPPORT_RECORDING_STREAM_H_
 #define PIXTOLA_TESTS_SUPPORT_RECORDING_STREAM_H_
 
-#include <algorithm>
 #include <cstdint>
 #include <functional>
 #include <limits>
@@ -18,7 +17,7 @@
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
 
-namespace test_support {
+namespace pixtola::test {
 
 enum class StreamCall { kAddRef, kRelease, kRead, kWrite, kSeek, kStat, kOther };
 
@@ -39,84 +38,28 @@ class RecordingStream final : public IStream {
   RecordingStream(const RecordingStream&) = delete;
   RecordingStream& operator=(const RecordingStream&) = delete;
 
-  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void** object) override {
-    *object = nullptr;
-    return static_cast<HRESULT>(0x80004002U);  // E_NOINTERFACE
-  }
-  ULONG STDMETHODCALLTYPE AddRef() override {
-    Record({StreamCall::kAddRef});
-    return ++references;
-  }
-  ULONG STDMETHODCALLTYPE Release() override {
-    Record({StreamCall::kRelease});
-    return --references;
-  }
+  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void** object) override;
+  ULONG STDMETHODCALLTYPE AddRef() override;
+  ULONG STDMETHODCALLTYPE Release() override;
 
-  HRESULT STDMETHODCALLTYPE Read(void* buffer, ULONG size, ULONG* read) override {
-    const bool is_due = Record({StreamCall::kRead, size});
-    std::uint64_t count = is_due ? count_of_failures : std::min(size, most_at_once);
-    count = std::min(count, bytes.size() - std::min<std::uint64_t>(position, bytes.size()));
-    std::copy_n(bytes.begin() + static_cast<std::ptrdiff_t>(count == 0 ? 0 : position), count,
-                static_cast<std::uint8_t*>(buffer));
-    position += count;
-    if (read != nullptr) *read = static_cast<ULONG>(count);
-    if (is_due) return kFailure;
-    return count == size ? S_OK : S_FALSE;
-  }
+  HRESULT STDMETHODCALLTYPE Read(void* buffer, ULONG size, ULONG* read) override;
 
   /// What does not fit into `capacity` is not written at all.
-  HRESULT STDMETHODCALLTYPE Write(const void* buffer, ULONG size, ULONG* written) override {
-    const bool is_due = Record({StreamCall::kWrite, size}) || position + size > capacity;
-    const std::uint64_t count = is_due ? count_of_failures : std::min(size, most_at_once);
-    if (count != 0) {
-      bytes.resize(
-          static_cast<std::size_t>(std::max<std::uint64_t>(bytes.size(), position + count)));
-      std::copy_n(static_cast<const std::uint8_t*>(buffer), count,
-                  bytes.begin() + static_cast<std::ptrdiff_t>(position));
-      position += count;
-    }
-    if (written != nullptr) *written = static_cast<ULONG>(count);
-    return is_due ? kFailure : S_OK;
-  }
+  HRESULT STDMETHODCALLTYPE Write(const void* buffer, ULONG size, ULONG* written) override;
 
   HRESULT STDMETHODCALLTYPE Seek(LARGE_INTEGER move, DWORD origin,
-                                 ULARGE_INTEGER* new_position) override {
-    if (Record({StreamCall::kSeek, static_cast<std::uint64_t>(move.QuadPart), origin})) {
-      return kFailure;
-    }
-    const std::uint64_t from = origin == STREAM_SEEK_SET   ? 0
-                               : origin == STREAM_SEEK_CUR ? position
-                                                           : bytes.size();
-    position = from + static_cast<std::uint64_t>(move.QuadPart);
-    if (new_position != nullptr) new_position->QuadPart = position;
-    return S_OK;
-  }
+                                 ULARGE_INTEGER* new_position) override;
 
-  HRESULT STDMETHODCALLTYPE Stat(STATSTG* stat, DWORD flags) override {
-    if (Record({StreamCall::kStat, flags})) return kFailure;
-    *stat = {};
-    stat->type = STGTY_STREAM;
-    stat->cbSize.QuadPart = claimed_size.value_or(bytes.size());
-    return S_OK;
-  }
+  HRESULT STDMETHODCALLTYPE Stat(STATSTG* stat, DWORD flags) override;
 
   HRESULT STDMETHODCALLTYPE SetSize(ULARGE_INTEGER) override { return Refuse(); }
   HRESULT STDMETHODCALLTYPE CopyTo(IStream*, ULARGE_INTEGER, ULARGE_INTEGER*,
-                                   ULARGE_INTEGER*) override {
-    return Refuse();
-  }
+                                   ULARGE_INTEGER*) override;
   HRESULT STDMETHODCALLTYPE Commit(DWORD) override { return Refuse(); }
   HRESULT STDMETHODCALLTYPE Revert() override { return Refuse(); }
-  HRESULT STDMETHODCALLTYPE LockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) override {
-    return Refuse();
-  }
-  HRESULT STDMETHODCALLTYPE UnlockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) override {
-    return Refuse();
-  }
-  HRESULT STDMETHODCALLTYPE Clone(IStream** stream) override {
-    *stream = nullptr;
-    return Refuse();
-  }
+  HRESULT STDMETHODCALLTYPE LockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) override;
+  HRESULT STDMETHODCALLTYPE UnlockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) override;
+  HRESULT STDMETHODCALLTYPE Clone(IStream** stream) override;
 
   /// The calls since the last time, which are forgotten by it.
   std::vector<StreamRecord> TakeRecords() { return std::exchange(records_, {}); }
@@ -133,19 +76,13 @@ class RecordingStream final : public IStream {
   std::function<bool(const StreamRecord&)> fails = [](const StreamRecord&) { return false; };
 
  private:
-  bool Record(const StreamRecord& record) {
-    records_.push_back(record);
-    return fails(record);
-  }
-  HRESULT Refuse() {
-    Record({StreamCall::kOther});
-    return static_cast<HRESULT>(0x80004001U);  // E_NOTIMPL
-  }
+  bool Record(const StreamRecord& record);
+  HRESULT Refuse();
 
   std::vector<StreamRecord> records_;
 };
 
-}  // namespace test_support
+}  // namespace pixtola::test
 
 #pragma GCC diagnostic pop
 

@@ -7,7 +7,7 @@
 #include <cmath>
 #include <cstddef>
 
-namespace reference {
+namespace pixtola::test {
 namespace {
 
 constexpr std::uint32_t kMethodGray = 0;
@@ -15,17 +15,15 @@ constexpr std::uint32_t kMethodOtsu = 1;
 constexpr std::uint32_t kMethodAdaptive = 2;
 constexpr std::uint32_t kMethodDiffusion = 3;
 
-constexpr std::uint32_t kCell = 16;     // side of a cell of the adaptive method, in pixels
-constexpr std::uint32_t kWindow = 128;  // side of its large window, in pixels
-constexpr std::uint32_t kRefresh = 8;   // cells, and rows of cells, that share one large window
-constexpr std::int64_t kRadius = 5;     // of the neighbourhood of a cell, in cells
+constexpr std::uint32_t kCell = kReferenceCell;
+constexpr std::int64_t kRadius = 5;  // of the neighbourhood of a cell, in cells
 
 using Bytes = std::vector<std::uint8_t>;
 using Histogram = std::array<std::uint32_t, 256>;
 
 // What the method itself is given, once the arguments are checked and the rectangle is clipped.
 struct Task {
-  const Source& source;
+  const ReferenceSource& source;
   std::uint64_t start;          // position of the first byte to convert
   std::uint32_t width, height;  // of the rectangle
   std::uint32_t output_stride;
@@ -33,7 +31,7 @@ struct Task {
 
 // The only way to the bytes of the source. The start position is not bound to the rectangle (see
 // StartOf), so a conversion may ask for bytes past the image; those count as 0.
-std::uint8_t byte_at(const Source& source, std::uint64_t position) {
+std::uint8_t byte_at(const ReferenceSource& source, std::uint64_t position) {
   const std::uint64_t image_size = std::uint64_t{source.height} * source.stride;
   if (position >= image_size || position >= source.bytes.size()) return 0;
   return source.bytes[static_cast<std::size_t>(position)];
@@ -48,7 +46,7 @@ std::size_t OutputIndex(const Task& task, std::uint32_t y, std::uint64_t byte) {
 }
 
 // Bit `index` of a row of 1-bit pixels; the leftmost pixel is the most significant bit of a byte.
-bool BitAt(const Source& source, std::uint64_t row_start, std::uint64_t index) {
+bool BitAt(const ReferenceSource& source, std::uint64_t row_start, std::uint64_t index) {
   return (byte_at(source, row_start + index / 8) >> (7 - index % 8) & 1) != 0;
 }
 
@@ -59,12 +57,12 @@ void SetBit(Bytes& bytes, std::size_t row_start, std::uint32_t index, bool white
 }
 
 // Gray value of a palette entry; alpha is ignored, and indices without an entry are black.
-std::uint8_t GrayOfIndex(const Palette& palette, std::uint8_t index) {
+std::uint8_t GrayOfIndex(const ReferencePalette& palette, std::uint8_t index) {
   if (index >= palette.entries.size()) return 0;
   const std::uint32_t argb = palette.entries[index];
-  return GrayOf(static_cast<std::uint8_t>(argb >> 16 & 0xFF),
-                static_cast<std::uint8_t>(argb >> 8 & 0xFF),
-                static_cast<std::uint8_t>(argb & 0xFF));
+  return ReferenceGrayOf(static_cast<std::uint8_t>(argb >> 16 & 0xFF),
+                         static_cast<std::uint8_t>(argb >> 8 & 0xFF),
+                         static_cast<std::uint8_t>(argb & 0xFF));
 }
 
 // Gray value of one pixel. An 8-bit source has a palette here.
@@ -77,26 +75,26 @@ std::uint8_t GrayAt(const Task& task, std::uint32_t x, std::uint32_t y) {
       return GrayOfIndex(*task.source.palette, byte_at(task.source, row + x));
     default: {
       const std::uint64_t pixel = row + std::uint64_t{x} * (task.source.bits_per_pixel / 8);
-      return GrayOf(byte_at(task.source, pixel + 2), byte_at(task.source, pixel + 1),
-                    byte_at(task.source, pixel));
+      return ReferenceGrayOf(byte_at(task.source, pixel + 2), byte_at(task.source, pixel + 1),
+                             byte_at(task.source, pixel));
     }
   }
 }
 
-bool LacksPalette(const Source& source) {
+bool LacksPalette(const ReferenceSource& source) {
   return source.bits_per_pixel == 8 && !source.palette.has_value();
 }
 
 bool EntryChecksHold(const Task& task, std::uint32_t output_bits) {
   return task.width != 0 && task.height != 0 &&
-         IsValidStride(task.width, output_bits, task.output_stride) &&
-         IsValidStride(task.width, task.source.bits_per_pixel, task.source.stride);
+         ReferenceIsValidStride(task.width, output_bits, task.output_stride) &&
+         ReferenceIsValidStride(task.width, task.source.bits_per_pixel, task.source.stride);
 }
 
 // Method 0. For 1-bit and 8-bit sources the whole output row is made from source bytes, so the
 // padding of the output carries the padding of the source; for the others it is 0.
 int ConvertToGray(const Task& task, Bytes& destination) {
-  const Source& source = task.source;
+  const ReferenceSource& source = task.source;
   if (!EntryChecksHold(task, 8) || LacksPalette(source)) return 0;
   for (std::uint32_t y = 0; y < task.height; ++y) {
     for (std::uint32_t x = 0; x < task.output_stride; ++x) {
@@ -155,7 +153,7 @@ int BinarizeOtsu(const Task& task, Bytes& destination) {
   if (task.source.bits_per_pixel == 1) return CopyBilevel(task, destination);
   if (LacksPalette(task.source)) return 0;
   const Bytes gray = GrayImage(task);
-  const std::uint8_t threshold = OtsuThreshold(HistogramOf(gray));
+  const std::uint8_t threshold = ReferenceOtsuThreshold(HistogramOf(gray));
   std::size_t next = 0;
   for (std::uint32_t y = 0; y < task.height; ++y) {
     const std::size_t row = OutputIndex(task, y, 0);
@@ -202,8 +200,8 @@ int BinarizeAdaptive(const Task& task, Bytes& destination) {
   if (LacksPalette(task.source)) return 0;
 
   const Bytes gray = GrayImage(task);
-  const Bytes cells = CellThresholds(gray, task.width, task.height);
-  const std::uint32_t global = OtsuThreshold(HistogramOf(gray));
+  const Bytes cells = ReferenceCellThresholds(gray, task.width, task.height);
+  const std::uint32_t global = ReferenceOtsuThreshold(HistogramOf(gray));
   const std::uint32_t columns = task.width / kCell;
   const std::uint32_t rows = task.height / kCell;
   const auto gray_index = [&](std::uint32_t x, std::uint32_t y) {
@@ -248,7 +246,7 @@ int BinarizeDiffusion(const Task& task, Bytes& destination) {
 
   const Bytes gray = GrayImage(task);
   const Histogram histogram = HistogramOf(gray);
-  const std::int32_t threshold = OtsuThreshold(histogram);
+  const std::int32_t threshold = ReferenceOtsuThreshold(histogram);
   std::int32_t lowest = 0;  // first level in use, but never above 254
   while (lowest < 254 && histogram[static_cast<std::size_t>(lowest)] == 0) ++lowest;
   std::int32_t highest = 255;  // last level in use; level 0 counts only if nothing is above it
@@ -279,7 +277,7 @@ int BinarizeDiffusion(const Task& task, Bytes& destination) {
 
 // Clipping happens only for rectangles whose right and bottom edges are positive; all comparisons
 // are signed.
-Rect Clip(Rect rect, const Source& source) {
+ReferenceRect Clip(ReferenceRect rect, const ReferenceSource& source) {
   if (rect.right <= 0 || rect.bottom <= 0) return rect;
   rect.right = std::min(rect.right, static_cast<std::int32_t>(source.width));
   rect.left = std::max(std::min(rect.left, rect.right), 0);
@@ -296,22 +294,14 @@ std::uint32_t Distance(std::int32_t a, std::int32_t b) {
 // Where a conversion starts to read. The rule takes the width of the rectangle for the stride of
 // the image and does not scale `left` by the pixel size; existing callers depend on it. It wraps
 // at 32 bits, so what looks like a position before the image is one far past it.
-std::uint32_t StartOf(const Rect& rect) {
+std::uint32_t StartOf(const ReferenceRect& rect) {
   return static_cast<std::uint32_t>(rect.left) +
          static_cast<std::uint32_t>(rect.top) * Distance(rect.left, rect.right);
 }
 
-// Low 8 bits of the integer part; a value that no signed 32-bit integer can hold gives 0.
-std::uint8_t LowByte(double value) {
-  const bool fits = value > -2147483649.0 && value < 2147483648.0;  // false for NaN, too
-  if (!fits) return 0;
-  return static_cast<std::uint8_t>(static_cast<std::uint32_t>(static_cast<std::int32_t>(value)) &
-                                   0xFF);
-}
-
 }  // namespace
 
-std::uint32_t CalcStride(std::uint32_t bits_per_pixel, std::uint32_t width) {
+std::uint32_t ReferenceCalcStride(std::uint32_t bits_per_pixel, std::uint32_t width) {
   std::uint32_t row_bytes = 0;
   if (bits_per_pixel >= 8) {
     row_bytes = bits_per_pixel / 8 * width;
@@ -323,7 +313,8 @@ std::uint32_t CalcStride(std::uint32_t bits_per_pixel, std::uint32_t width) {
   return row_bytes;
 }
 
-bool IsValidStride(std::uint32_t width, std::uint32_t bits_per_pixel, std::uint32_t stride) {
+bool ReferenceIsValidStride(std::uint32_t width, std::uint32_t bits_per_pixel,
+                            std::uint32_t stride) {
   if (stride % 4 != 0) return false;
   if (bits_per_pixel == 1) return stride >= (std::uint64_t{width} + 7) / 8;
   // Four pixels to a byte although a 4-bit row holds two: kept, callers pass such strides.
@@ -334,14 +325,14 @@ bool IsValidStride(std::uint32_t width, std::uint32_t bits_per_pixel, std::uint3
   return stride >= row_bytes;
 }
 
-std::uint8_t GrayOf(std::uint8_t red, std::uint8_t green, std::uint8_t blue) {
+std::uint8_t ReferenceGrayOf(std::uint8_t red, std::uint8_t green, std::uint8_t blue) {
   // Weights 0.30, 0.59 and 0.11 in 1/256, each product truncated on its own.
   const std::uint32_t sum =
       red * 30u * 256u / 100u + green * 59u * 256u / 100u + blue * 11u * 256u / 100u;
   return static_cast<std::uint8_t>(sum >> 8);
 }
 
-std::uint8_t OtsuThreshold(const std::array<std::uint32_t, 256>& histogram) {
+std::uint8_t ReferenceOtsuThreshold(const std::array<std::uint32_t, 256>& histogram) {
   double total = 0;
   double weighted = 0;
   int levels = 0;
@@ -380,91 +371,11 @@ std::uint8_t OtsuThreshold(const std::array<std::uint32_t, 256>& histogram) {
   return result;
 }
 
-std::vector<std::uint8_t> CellThresholds(const std::vector<std::uint8_t>& gray, std::uint32_t width,
-                                         std::uint32_t height) {
-  const std::uint32_t columns = width / kCell;
-  const std::uint32_t rows = height / kCell;
-  constexpr std::size_t kSlots = std::size_t{kWindow} * kWindow;
-  const std::uint64_t image_size = std::uint64_t{width} * height;
-
-  std::vector<std::uint8_t> cells;
-  std::vector<std::uint8_t> work(kSlots, 0);  // slots that a window does not reach keep their value
-  bool large_is_known = false;                // of the large window that the cells at hand share
-  std::uint8_t large_mean = 0;
-  double large_deviation = 0;
-  std::uint32_t row_counter = 0;
-  for (std::uint32_t row = 0; row < rows; ++row) {
-    std::uint32_t column_counter = 0;
-    for (std::uint32_t column = 0; column < columns; ++column) {
-      const std::uint64_t corner = std::uint64_t{row} * kCell * width + column * kCell;
-
-      if (!large_is_known) {
-        std::fill(work.begin(), work.begin() + 256, std::uint8_t{0});
-        std::uint64_t copied = 0;
-        for (std::uint32_t y = 0; y < kWindow; ++y) {
-          for (std::uint32_t x = 0; x < kWindow; ++x) {
-            // Past the right edge a window row runs on into the next row of the image.
-            const std::uint64_t position = corner + std::uint64_t{y} * width + x;
-            if (position >= image_size) continue;
-            const std::uint8_t value = gray.at(static_cast<std::size_t>(position));
-            work.at(std::size_t{y} * kWindow + x) = value;
-            copied += value;
-          }
-        }
-        // The mean counts the copied bytes only, the deviation all slots.
-        large_mean = static_cast<std::uint8_t>(copied / kSlots);
-        std::int64_t squares = 0;
-        for (const std::uint8_t slot : work) {
-          squares += std::int64_t{slot - large_mean} * (slot - large_mean);
-        }
-        large_deviation = std::sqrt(static_cast<double>(squares) / static_cast<double>(kSlots));
-        large_is_known = true;
-      }
-
-      std::uint32_t sum = 0;
-      std::uint8_t smallest = 255;
-      std::vector<std::uint8_t> pixels;
-      for (std::uint32_t y = 0; y < kCell; ++y) {
-        for (std::uint32_t x = 0; x < kCell; ++x) {
-          const std::uint64_t position = corner + std::uint64_t{y} * width + x;
-          const std::uint8_t value = gray.at(static_cast<std::size_t>(position));
-          pixels.push_back(value);
-          sum += value;
-          smallest = std::min(smallest, value);
-        }
-      }
-      const auto mean = static_cast<std::uint8_t>(sum / 256);
-      std::int64_t squares = 0;
-      for (const std::uint8_t pixel : pixels) {
-        squares += std::int64_t{pixel - mean} * (pixel - mean);
-      }
-      const double deviation = std::sqrt(static_cast<double>(squares) / 256.0);
-
-      // A zero mean or a zero large deviation makes an infinite or undefined value, stored as 0.
-      const double k = deviation / large_deviation;
-      const double m = mean;
-      const double n = smallest;
-      const double cube_term = k * k * k * 0.05 * (m - n);
-      const double square_term = k * k * 0.02 * n;
-      const double ratio_term = large_mean * 0.1 / m;
-      cells.push_back(LowByte(cube_term + m * 0.6 + square_term + ratio_term));
-
-      if (++column_counter == kRefresh) {
-        column_counter = 0;
-        large_is_known = false;
-      }
-    }
-    if (++row_counter == kRefresh) {
-      row_counter = 0;
-      large_is_known = false;
-    }
-  }
-  return cells;
-}
-
-Conversion BytesRectToBytes(std::uint32_t method, const Source& source, Rect rect,
-                            std::vector<std::uint8_t>* destination, std::uint32_t capacity) {
-  Conversion conversion;
+ReferenceConversion ReferenceBytesRectToBytes(std::uint32_t method, const ReferenceSource& source,
+                                              ReferenceRect rect,
+                                              std::vector<std::uint8_t>* destination,
+                                              std::uint32_t capacity) {
+  ReferenceConversion conversion;
   conversion.rect = rect;
 
   if (method > kMethodDiffusion) return conversion;
@@ -473,7 +384,7 @@ Conversion BytesRectToBytes(std::uint32_t method, const Source& source, Rect rec
   if (source.bytes.empty() || source.width == 0 || source.height == 0 || source.stride == 0) {
     return conversion;
   }
-  if (!IsValidStride(source.width, bits, source.stride)) return conversion;
+  if (!ReferenceIsValidStride(source.width, bits, source.stride)) return conversion;
 
   rect = Clip(rect, source);
   conversion.rect = rect;
@@ -481,7 +392,7 @@ Conversion BytesRectToBytes(std::uint32_t method, const Source& source, Rect rec
 
   const std::uint32_t width = Distance(rect.left, rect.right);
   const std::uint32_t height = Distance(rect.top, rect.bottom);
-  const std::uint32_t stride = CalcStride(method == kMethodGray ? 8 : 1, width);
+  const std::uint32_t stride = ReferenceCalcStride(method == kMethodGray ? 8 : 1, width);
   conversion.stride = stride;  // reported even when the capacity turns out too small
 
   const std::uint64_t true_need = std::uint64_t{height} * stride;
@@ -516,4 +427,4 @@ Conversion BytesRectToBytes(std::uint32_t method, const Source& source, Rect rec
   return conversion;
 }
 
-}  // namespace reference
+}  // namespace pixtola::test

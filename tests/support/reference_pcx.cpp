@@ -5,28 +5,24 @@
 #include <algorithm>
 #include <array>
 
-namespace reference_pcx {
+namespace pixtola::test {
 namespace {
 
 constexpr std::uint8_t kPaletteMark = 12;
 
-constexpr std::array<Layout, 13> kLayouts = {{{1, 1, false, PixelFormat1bppIndexed, 0},
-                                              {1, 2, false, PixelFormat4bppIndexed, 4},
-                                              {1, 3, false, PixelFormat4bppIndexed, 8},
-                                              {1, 4, false, PixelFormat4bppIndexed, 16},
-                                              {2, 1, false, PixelFormat4bppIndexed, 4},
-                                              {2, 2, false, PixelFormat4bppIndexed, 16},
-                                              {2, 3, true, PixelFormat8bppIndexed, 64},
-                                              {2, 4, true, PixelFormat8bppIndexed, 256},
-                                              {4, 1, false, PixelFormat4bppIndexed, 16},
-                                              {4, 2, true, PixelFormat8bppIndexed, 256},
-                                              {8, 1, true, PixelFormat8bppIndexed, 256},
-                                              {8, 3, true, PixelFormat24bppRGB, 0},
-                                              {8, 4, true, PixelFormat32bppARGB, 0}}};
-
-void Append(Bytes& bytes, const Bytes& more) {
-  bytes.insert(bytes.end(), more.begin(), more.end());
-}
+constexpr std::array<PcxFileLayout, 13> kLayouts = {{{1, 1, false, PixelFormat1bppIndexed, 0},
+                                                     {1, 2, false, PixelFormat4bppIndexed, 4},
+                                                     {1, 3, false, PixelFormat4bppIndexed, 8},
+                                                     {1, 4, false, PixelFormat4bppIndexed, 16},
+                                                     {2, 1, false, PixelFormat4bppIndexed, 4},
+                                                     {2, 2, false, PixelFormat4bppIndexed, 16},
+                                                     {2, 3, true, PixelFormat8bppIndexed, 64},
+                                                     {2, 4, true, PixelFormat8bppIndexed, 256},
+                                                     {4, 1, false, PixelFormat4bppIndexed, 16},
+                                                     {4, 2, true, PixelFormat8bppIndexed, 256},
+                                                     {8, 1, true, PixelFormat8bppIndexed, 256},
+                                                     {8, 3, true, PixelFormat24bppRGB, 0},
+                                                     {8, 4, true, PixelFormat32bppARGB, 0}}};
 
 unsigned BitsPerPixel(Gdiplus::PixelFormat format) {
   return (static_cast<unsigned>(format) >> 8) & 0xFF;
@@ -99,7 +95,7 @@ unsigned Pair(unsigned byte, unsigned index) { return byte >> (6 - 2 * index) & 
 std::uint8_t Low8(std::uint64_t value) { return static_cast<std::uint8_t>(value & 0xFF); }
 
 /// The bytes that one group of bytes, one of each plane, becomes.
-Bytes Group(const Layout& layout, const std::array<unsigned, 4>& plane) {
+Bytes Group(const PcxFileLayout& layout, const std::array<unsigned, 4>& plane) {
   const unsigned planes = layout.planes;
   Bytes group;
   if (layout.bits == 8 && planes >= 3) {
@@ -146,9 +142,11 @@ Bytes Group(const Layout& layout, const std::array<unsigned, 4>& plane) {
 }
 
 /// Whether every group repeats the first one.
-bool RepeatsItsFirstGroup(const Layout& layout) { return layout.bits == 1 && layout.planes >= 3; }
+bool RepeatsItsFirstGroup(const PcxFileLayout& layout) {
+  return layout.bits == 1 && layout.planes >= 3;
+}
 
-Bytes ConvertLine(const Layout& layout, const Bytes& line, std::size_t bytes_per_line,
+Bytes ConvertLine(const PcxFileLayout& layout, const Bytes& line, std::size_t bytes_per_line,
                   std::size_t length) {
   Bytes row;
   for (std::size_t position = 0; row.size() < length;) {
@@ -190,10 +188,10 @@ unsigned Number(const Bytes& file, std::size_t offset) {
   return file[offset] + 256U * file[offset + 1];
 }
 
-const Layout* FindLayout(unsigned bits, unsigned planes) {
-  const auto found = std::find_if(kLayouts.begin(), kLayouts.end(), [&](const Layout& layout) {
-    return layout.bits == bits && layout.planes == planes;
-  });
+const PcxFileLayout* FindLayout(unsigned bits, unsigned planes) {
+  const auto found = std::find_if(
+      kLayouts.begin(), kLayouts.end(),
+      [&](const PcxFileLayout& layout) { return layout.bits == bits && layout.planes == planes; });
   return found != kLayouts.end() ? &*found : nullptr;
 }
 
@@ -221,9 +219,9 @@ std::vector<std::size_t> RunLengths(const Bytes& bytes) {
 
 }  // namespace
 
-std::span<const Layout> Layouts() { return kLayouts; }
+std::span<const PcxFileLayout> PcxFileLayouts() { return kLayouts; }
 
-Bytes HeaderBytes(const Header& header) {
+Bytes HeaderBytes(const PcxFileHeader& header) {
   Bytes bytes = {header.manufacturer, header.version, header.encoding, header.bits};
   AppendNumber(bytes, header.left);
   AppendNumber(bytes, header.top);
@@ -238,8 +236,8 @@ Bytes HeaderBytes(const Header& header) {
   return bytes;
 }
 
-std::optional<Picture> Decode(const Bytes& file) {
-  if (file.size() < kHeaderSize) return std::nullopt;
+std::optional<PcxPicture> DecodePcx(const Bytes& file) {
+  if (file.size() < kPcxFileHeaderSize) return std::nullopt;
   const unsigned version = file[1];
   if (file[0] != 10 || version > 5 || file[2] != 1) return std::nullopt;
   const unsigned left = Number(file, 4), top = Number(file, 6);
@@ -247,10 +245,10 @@ std::optional<Picture> Decode(const Bytes& file) {
   if (left > right || top > bottom) return std::nullopt;
   const std::size_t bytes_per_line = Number(file, 66);
   if (bytes_per_line % 2 != 0) return std::nullopt;
-  const Layout* layout = FindLayout(file[3], file[65]);
+  const PcxFileLayout* layout = FindLayout(file[3], file[65]);
   if (layout == nullptr || (layout->needs_version_5 && version != 5)) return std::nullopt;
 
-  Picture picture;
+  PcxPicture picture;
   picture.format = layout->format;
   picture.width = (right - left + 1) % 65536;
   picture.height = (bottom - top + 1) % 65536;
@@ -259,7 +257,7 @@ std::optional<Picture> Decode(const Bytes& file) {
   picture.vertical_dpi = Number(file, 14);
 
   Source source(file);
-  for (std::size_t i = 0; i < kHeaderSize; ++i) source.Next();
+  for (std::size_t i = 0; i < kPcxFileHeaderSize; ++i) source.Next();
   Unpacker unpacker(source);
   Bytes line(layout->planes * bytes_per_line, 0);
   const std::size_t row_bits = std::size_t{picture.width} * BitsPerPixel(picture.format);
@@ -325,7 +323,7 @@ Bytes PaletteBytes(const Palette& palette) {
   return bytes;
 }
 
-Bytes WrittenFile(const LockedImage& image) {
+Bytes WrittenPcx(const LockedImage& image) {
   const unsigned planes = image.bits == 24 ? 3 : 1;
   const unsigned bits = image.bits / planes;
   const std::size_t row_bytes = (std::size_t{image.width} * bits + 7) / 8;  // of one plane
@@ -362,4 +360,4 @@ Bytes WrittenFile(const LockedImage& image) {
   return file;
 }
 
-}  // namespace reference_pcx
+}  // namespace pixtola::test

@@ -12,18 +12,17 @@
 #include <vector>
 
 #include "Pixtola.h"
+#include "support/bytes.h"
 
-namespace reference_pcx {
-
-using Bytes = std::vector<std::uint8_t>;
+namespace pixtola::test {
 
 /// Entries 0xAARRGGBB.
 using Palette = std::vector<std::uint32_t>;
 
-inline constexpr std::size_t kHeaderSize = 128;
+inline constexpr std::size_t kPcxFileHeaderSize = 128;
 
 /// What tests choose of a header. It may be as wrong as it likes.
-struct Header {
+struct PcxFileHeader {
   std::uint8_t manufacturer = 10;
   std::uint8_t version = 5;
   std::uint8_t encoding = 1;
@@ -39,10 +38,10 @@ struct Header {
   std::uint8_t filler = 0;  ///< every byte of the fields that a reader ignores
 };
 
-Bytes HeaderBytes(const Header& header);
+Bytes HeaderBytes(const PcxFileHeader& header);
 
 /// A combination of bits and planes that is read.
-struct Layout {
+struct PcxFileLayout {
   std::uint8_t bits;
   std::uint8_t planes;
   bool needs_version_5;
@@ -51,10 +50,10 @@ struct Layout {
 };
 
 /// All of them.
-std::span<const Layout> Layouts();
+std::span<const PcxFileLayout> PcxFileLayouts();
 
 /// What a file shows.
-struct Picture {
+struct PcxPicture {
   Gdiplus::PixelFormat format = PixelFormatUndefined;
   UINT width = 0;
   UINT height = 0;
@@ -65,7 +64,7 @@ struct Picture {
 };
 
 /// Nothing when the file is refused.
-std::optional<Picture> Decode(const Bytes& file);
+std::optional<PcxPicture> DecodePcx(const Bytes& file);
 
 /// The bytes of one scan line (or of any other piece) as the writer packs them: each run of equal
 /// bytes in pieces of 63 and a rest.
@@ -94,8 +93,8 @@ struct LockedImage {
 };
 
 /// The whole file that is written of it.
-Bytes WrittenFile(const LockedImage& image);
+Bytes WrittenPcx(const LockedImage& image);
 
-}  // namespace reference_pcx
+}  // namespace pixtola::test
 
 #endif  // PIXTOLA_TESTS_SUPPORT_REFERENCE_PCX_H_

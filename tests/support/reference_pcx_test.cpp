@@ -4,13 +4,13 @@
 
 #include <gtest/gtest.h>
 
-namespace reference_pcx {
+namespace pixtola::test {
 namespace {
 
 /// A file of one row.
 Bytes OneRow(unsigned bits, unsigned planes, unsigned width, unsigned bytes_per_line,
              const Bytes& data, unsigned version = 5) {
-  Header header;
+  PcxFileHeader header;
   header.version = static_cast<std::uint8_t>(version);
   header.bits = static_cast<std::uint8_t>(bits);
   header.planes = static_cast<std::uint8_t>(planes);
@@ -22,12 +22,12 @@ Bytes OneRow(unsigned bits, unsigned planes, unsigned width, unsigned bytes_per_
 }
 
 Bytes RowOf(const Bytes& file) {
-  const auto picture = Decode(file);
+  const auto picture = DecodePcx(file);
   return picture.has_value() ? picture->rows : Bytes{};
 }
 
 TEST(ReferencePcx, ReadsTheHeader) {
-  Header header;
+  PcxFileHeader header;
   header.left = 0x0102;
   header.right = 0x0203;
   header.top = 7;
@@ -44,7 +44,7 @@ TEST(ReferencePcx, ReadsTheHeader) {
   EXPECT_EQ(file[65], 1);
   EXPECT_EQ(file[66], 2);
   EXPECT_EQ(file[127], 0xEE);
-  const auto picture = Decode(file);
+  const auto picture = DecodePcx(file);
   ASSERT_TRUE(picture.has_value());
   EXPECT_EQ(picture->width, 0x0102U);
   EXPECT_EQ(picture->height, 2U);
@@ -54,7 +54,7 @@ TEST(ReferencePcx, ReadsTheHeader) {
 }
 
 TEST(ReferencePcx, UnpacksRunsAcrossLines) {
-  Header header;
+  PcxFileHeader header;
   header.right = 3;
   header.bottom = 2;
   header.bytes_per_line = 4;
@@ -67,7 +67,7 @@ TEST(ReferencePcx, UnpacksRunsAcrossLines) {
 }
 
 TEST(ReferencePcx, KeepsACountWhoseValueIsMissing) {
-  Header header;
+  PcxFileHeader header;
   header.right = 3;
   header.bottom = 2;
   header.bytes_per_line = 4;
@@ -137,7 +137,7 @@ TEST(ReferencePcx, FindsThePaletteBehindItsMark) {
   const auto palette = [](const Bytes& tail, unsigned version = 5) {
     Bytes data = {0, 0};
     data.insert(data.end(), tail.begin(), tail.end());
-    return Decode(OneRow(2, 1, 4, 2, data, version)).value().palette;
+    return DecodePcx(OneRow(2, 1, 4, 2, data, version)).value().palette;
   };
   const Palette ramp = {0xFF000000, 0xFF404040, 0xFF808080, 0xFFC0C0C0};
   EXPECT_EQ(palette({}), ramp);
@@ -156,14 +156,14 @@ TEST(ReferencePcx, LeavesTheLastOf256EntriesBlack) {
   const Bytes tail = PaletteBytes(colors);
   EXPECT_EQ(tail.size(), 769U);
   data.insert(data.end(), tail.begin(), tail.end());
-  const Palette palette = Decode(OneRow(8, 1, 2, 2, data)).value().palette;
+  const Palette palette = DecodePcx(OneRow(8, 1, 2, 2, data)).value().palette;
   ASSERT_EQ(palette.size(), 256U);
   EXPECT_EQ(palette[254], 0xFFFFFFFFU);
   EXPECT_EQ(palette[255], 0xFF000000U);
-  const Palette ramp = Decode(OneRow(8, 1, 2, 2, {0, 0})).value().palette;
+  const Palette ramp = DecodePcx(OneRow(8, 1, 2, 2, {0, 0})).value().palette;
   EXPECT_EQ(ramp[254], 0xFFFEFEFEU);
   EXPECT_EQ(ramp[255], 0xFF000000U);
-  EXPECT_EQ(Decode(OneRow(2, 3, 2, 2, {})).value().palette.at(63), 0xFFFCFCFCU);
+  EXPECT_EQ(DecodePcx(OneRow(2, 3, 2, 2, {})).value().palette.at(63), 0xFFFCFCFCU);
 }
 
 TEST(ReferencePcx, PacksRunsInPiecesOf63) {
@@ -200,7 +200,7 @@ TEST(ReferencePcx, PutsAWrittenFileTogether) {
   image.rows = {1, 2, 3, 99, 4, 5, 0xC6, 99};
   image.horizontal_dpi = 300;
   image.vertical_dpi = 200;
-  const Bytes file = WrittenFile(image);
+  const Bytes file = WrittenPcx(image);
   EXPECT_EQ(Bytes(file.begin(), file.begin() + 16),
             (Bytes{10, 5, 1, 8, 0, 0, 0, 0, 0, 0, 1, 0, 0x2C, 0x01, 200, 0}));
   EXPECT_EQ(Bytes(file.begin() + 16, file.begin() + 65), Bytes(49, 8));
@@ -211,4 +211,4 @@ TEST(ReferencePcx, PutsAWrittenFileTogether) {
 }
 
 }  // namespace
-}  // namespace reference_pcx
+}  // namespace pixtola::test

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cmath>
 
-namespace reference_pixels {
+namespace pixtola::test {
 namespace {
 
 constexpr unsigned kOne = 0x2000;  // 1.0 in the channels of 48 and 64 bits
@@ -103,7 +103,7 @@ Pixel EncodeLight(Light light, Gdiplus::PixelFormat format) {
 }
 
 Color Decode(Pixel pixel, Gdiplus::PixelFormat format, const Palette& palette) {
-  if (IsIndexed(format)) {
+  if (HasIndexes(format)) {
     return ColorOfEntry(pixel < palette.size() ? palette[static_cast<std::size_t>(pixel)]
                                                : 0xFF000000U);
   }
@@ -134,7 +134,7 @@ Color Decode(Pixel pixel, Gdiplus::PixelFormat format, const Palette& palette) {
 
 Pixel Encode(const Color& color, Gdiplus::PixelFormat format, const Palette& palette) {
   const auto [alpha, red, green, blue] = color;
-  if (IsIndexed(format)) {
+  if (HasIndexes(format)) {
     return NearestEntry(static_cast<std::uint32_t>(Joined(0, red, green, blue, 8)), format,
                         palette);
   }
@@ -194,7 +194,7 @@ const char* NameOf(Gdiplus::PixelFormat format) {
   }
 }
 
-unsigned BitsPerPixel(Gdiplus::PixelFormat format) {
+unsigned BitsOfPixel(Gdiplus::PixelFormat format) {
   switch (format) {
     case PixelFormat1bppIndexed:
       return 1;
@@ -218,16 +218,16 @@ unsigned BitsPerPixel(Gdiplus::PixelFormat format) {
   }
 }
 
-bool IsIndexed(Gdiplus::PixelFormat format) { return BitsPerPixel(format) <= 8; }
+bool HasIndexes(Gdiplus::PixelFormat format) { return BitsOfPixel(format) <= 8; }
 
-bool IsDeep(Gdiplus::PixelFormat format) { return BitsPerPixel(format) >= 48; }
+bool IsDeep(Gdiplus::PixelFormat format) { return BitsOfPixel(format) >= 48; }
 
 std::size_t RowBytes(Gdiplus::PixelFormat format, std::size_t width) {
-  return (width * BitsPerPixel(format) + 7) / 8;
+  return (width * BitsOfPixel(format) + 7) / 8;
 }
 
 Pixel PixelAt(const std::uint8_t* row, std::size_t x, Gdiplus::PixelFormat format) {
-  const unsigned bits = BitsPerPixel(format);
+  const unsigned bits = BitsOfPixel(format);
   if (bits < 8) {
     const std::size_t per_byte = 8 / bits;
     const unsigned shift = static_cast<unsigned>(per_byte - 1 - x % per_byte) * bits;
@@ -240,7 +240,7 @@ Pixel PixelAt(const std::uint8_t* row, std::size_t x, Gdiplus::PixelFormat forma
 }
 
 void SetPixel(std::uint8_t* row, std::size_t x, Gdiplus::PixelFormat format, Pixel pixel) {
-  const unsigned bits = BitsPerPixel(format);
+  const unsigned bits = BitsOfPixel(format);
   if (bits < 8) {
     const std::size_t per_byte = 8 / bits;
     const unsigned shift = static_cast<unsigned>(per_byte - 1 - x % per_byte) * bits;
@@ -258,7 +258,7 @@ void SetPixel(std::uint8_t* row, std::size_t x, Gdiplus::PixelFormat format, Pix
 Palette DefaultPalette(Gdiplus::PixelFormat format) {
   if (format == PixelFormat1bppIndexed) return {0xFF000000, 0xFFFFFFFF};
   Palette palette;
-  if (!IsIndexed(format)) return palette;
+  if (!HasIndexes(format)) return palette;
   palette = {0xFF000000, 0xFF800000, 0xFF008000, 0xFF808000, 0xFF000080, 0xFF800080,
              0xFF008080, 0xFF808080, 0xFFC0C0C0, 0xFFFF0000, 0xFF00FF00, 0xFFFFFF00,
              0xFF0000FF, 0xFFFF00FF, 0xFF00FFFF, 0xFFFFFFFF};
@@ -286,7 +286,7 @@ unsigned NearestEntry(std::uint32_t rgb, Gdiplus::PixelFormat format, const Pale
            square(color.blue, wanted.blue);
   };
   const std::size_t count =
-      std::min<std::size_t>(palette.size(), std::size_t{1} << BitsPerPixel(format));
+      std::min<std::size_t>(palette.size(), std::size_t{1} << BitsOfPixel(format));
   std::size_t best = 0;
   for (std::size_t i = 1; i < count; ++i) {
     if (distance(palette[i]) < distance(palette[best])) best = i;
@@ -301,8 +301,9 @@ Pixel ConvertPixel(Pixel pixel, Gdiplus::PixelFormat from, const Palette& from_p
   return Encode(Decode(pixel, from, from_palette), to, to_palette);
 }
 
-Bytes ConvertRow(const Bytes& row, std::size_t x, std::size_t width, Gdiplus::PixelFormat from,
-                 const Palette& from_palette, Gdiplus::PixelFormat to, const Palette& to_palette) {
+Bytes ConvertPixels(const Bytes& row, std::size_t x, std::size_t width, Gdiplus::PixelFormat from,
+                    const Palette& from_palette, Gdiplus::PixelFormat to,
+                    const Palette& to_palette) {
   Bytes result(RowBytes(to, width), 0);
   for (std::size_t i = 0; i < width; ++i) {
     SetPixel(result.data(), i, to,
@@ -311,4 +312,4 @@ Bytes ConvertRow(const Bytes& row, std::size_t x, std::size_t width, Gdiplus::Pi
   return result;
 }
 
-}  // namespace reference_pixels
+}  // namespace pixtola::test

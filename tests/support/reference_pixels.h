@@ -10,10 +10,9 @@
 #include <vector>
 
 #include "Pixtola.h"
+#include "support/bytes.h"
 
-namespace reference_pixels {
-
-using Bytes = std::vector<std::uint8_t>;
+namespace pixtola::test {
 
 /// Entries 0xAARRGGBB. Formats without indexes take no notice of theirs.
 using Palette = std::vector<std::uint32_t>;
@@ -33,9 +32,9 @@ inline constexpr std::array<Gdiplus::PixelFormat, 13> kFormats = {
 /// Short and fit for the name of a test, such as "32PARGB".
 const char* NameOf(Gdiplus::PixelFormat format);
 
-unsigned BitsPerPixel(Gdiplus::PixelFormat format);
+unsigned BitsOfPixel(Gdiplus::PixelFormat format);
 
-bool IsIndexed(Gdiplus::PixelFormat format);
+bool HasIndexes(Gdiplus::PixelFormat format);
 
 /// Whether the channels are 16 bits of linear light.
 bool IsDeep(Gdiplus::PixelFormat format);
@@ -61,9 +60,10 @@ Pixel ConvertPixel(Pixel pixel, Gdiplus::PixelFormat from, const Palette& from_p
 
 /// The pixels x to x + width of a row in another format, packed from the left; the bits after the
 /// last pixel are 0.
-Bytes ConvertRow(const Bytes& row, std::size_t x, std::size_t width, Gdiplus::PixelFormat from,
-                 const Palette& from_palette, Gdiplus::PixelFormat to, const Palette& to_palette);
+Bytes ConvertPixels(const Bytes& row, std::size_t x, std::size_t width, Gdiplus::PixelFormat from,
+                    const Palette& from_palette, Gdiplus::PixelFormat to,
+                    const Palette& to_palette);
 
-}  // namespace reference_pixels
+}  // namespace pixtola::test
 
 #endif  // PIXTOLA_TESTS_SUPPORT_REFERENCE_PIXELS_H_

@@ -4,12 +4,12 @@
 
 #include <gtest/gtest.h>
 
-namespace reference_pixels {
+namespace pixtola::test {
 namespace {
 
 Bytes Convert(const Bytes& row, std::size_t width, Gdiplus::PixelFormat from,
               Gdiplus::PixelFormat to) {
-  return ConvertRow(row, 0, width, from, DefaultPalette(from), to, DefaultPalette(to));
+  return ConvertPixels(row, 0, width, from, DefaultPalette(from), to, DefaultPalette(to));
 }
 
 Pixel Convert(Pixel pixel, Gdiplus::PixelFormat from, Gdiplus::PixelFormat to) {
@@ -48,9 +48,10 @@ TEST(ReferencePixels, AreSetWithoutTouchingTheirNeighbours) {
 
 TEST(ReferencePixels, LookTheirIndexesUp) {
   const Palette palette = {0x80010203, 0xFF040506};
-  EXPECT_EQ(ConvertRow({0, 1, 2}, 0, 3, PixelFormat8bppIndexed, palette, PixelFormat32bppARGB, {}),
-            (Bytes{3, 2, 1, 128, 6, 5, 4, 255, 0, 0, 0, 255}));
-  EXPECT_EQ(ConvertRow({0x01}, 6, 2, PixelFormat1bppIndexed, palette, PixelFormat24bppRGB, {}),
+  EXPECT_EQ(
+      ConvertPixels({0, 1, 2}, 0, 3, PixelFormat8bppIndexed, palette, PixelFormat32bppARGB, {}),
+      (Bytes{3, 2, 1, 128, 6, 5, 4, 255, 0, 0, 0, 255}));
+  EXPECT_EQ(ConvertPixels({0x01}, 6, 2, PixelFormat1bppIndexed, palette, PixelFormat24bppRGB, {}),
             (Bytes{3, 2, 1, 6, 5, 4}));
 }
 
@@ -155,11 +156,11 @@ TEST(ReferencePixels, OfOneFormatAreKeptAsTheyAre) {
 TEST(ReferencePixels, OfARowAreConvertedFromAnyPixelOn) {
   EXPECT_EQ(Convert({0xA0}, 3, PixelFormat1bppIndexed, PixelFormat8bppIndexed),
             (Bytes{15, 0, 15}));  // the first white of the halftone palette, the first black
-  EXPECT_EQ(ConvertRow({0, 15, 255, 0}, 1, 3, PixelFormat8bppIndexed,
-                       DefaultPalette(PixelFormat8bppIndexed), PixelFormat1bppIndexed,
-                       DefaultPalette(PixelFormat1bppIndexed)),
+  EXPECT_EQ(ConvertPixels({0, 15, 255, 0}, 1, 3, PixelFormat8bppIndexed,
+                          DefaultPalette(PixelFormat8bppIndexed), PixelFormat1bppIndexed,
+                          DefaultPalette(PixelFormat1bppIndexed)),
             (Bytes{0b11000000}));
 }
 
 }  // namespace
-}  // namespace reference_pixels
+}  // namespace pixtola::test

@@ -6,7 +6,7 @@
 #include "support/platform_expectations.h"
 #include "support/tiff_bytes.h"
 
-namespace test_support {
+namespace pixtola::test {
 namespace {
 
 constexpr Gdiplus::ARGB kOpaque = 0xFF000000;
@@ -102,7 +102,7 @@ bool ReadIndexedPixels(TIFF* tiff, const Tags& tags, TiffPicture& picture) {
   return true;
 }
 
-bool IsClose(float a, float b) { return std::abs(a - b) <= 0.02F; }
+bool IsClose(float a, float b) { return std::abs(a - b) <= kDpiTolerance; }
 
 }  // namespace
 
@@ -145,4 +145,4 @@ std::string DifferenceFrom(const std::optional<TiffPicture>& picture, Gdiplus::B
   return PixelsOf(*bitmap) == picture->pixels ? "" : "pixels";
 }
 
-}  // namespace test_support
+}  // namespace pixtola::test

@@ -10,7 +10,7 @@
 
 #include "support/test_bitmap.h"
 
-namespace test_support {
+namespace pixtola::test {
 
 struct TiffPicture {
   Gdiplus::PixelFormat format = PixelFormatUndefined;
@@ -29,6 +29,6 @@ std::optional<TiffPicture> ReferenceTiffPage(const Bytes& file, std::int32_t pag
 /// Resolutions count as equal when they are as close as an indexed bitmap can hold them.
 std::string DifferenceFrom(const std::optional<TiffPicture>& picture, Gdiplus::Bitmap* bitmap);
 
-}  // namespace test_support
+}  // namespace pixtola::test
 
 #endif  // PIXTOLA_TESTS_SUPPORT_REFERENCE_TIFF_H_

@@ -14,7 +14,7 @@
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
 
-namespace test_support {
+namespace pixtola::test {
 
 /// An object of the test's, whose references are counted but do not keep it.
 class ScriptedStream final : public IStream {
@@ -83,7 +83,7 @@ class ScriptedStream final : public IStream {
   }
 };
 
-}  // namespace test_support
+}  // namespace pixtola::test
 
 #pragma GCC diagnostic pop
 

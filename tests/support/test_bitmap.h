@@ -2,17 +2,21 @@
 #ifndef PIXTOLA_TESTS_SUPPORT_TEST_BITMAP_H_
 #define PIXTOLA_TESTS_SUPPORT_TEST_BITMAP_H_
 
+#include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <memory>
 #include <vector>
 
 #include "Pixtola.h"
+#include "support/bytes.h"
 
-namespace test_support {
+namespace pixtola::test {
 
-using Bytes = std::vector<std::uint8_t>;
 using BitmapPointer = std::unique_ptr<Gdiplus::Bitmap>;
+
+/// How far a resolution may be off its mark that was kept in whole pixels a metre, as in indexed
+/// bitmaps, which come by way of BMP, and in many files.
+inline constexpr float kDpiTolerance = 0.02F;
 
 /// A ColorPalette with as many entries as colours are given.
 class PaletteBlock {
@@ -30,67 +34,22 @@ class PaletteBlock {
   std::vector<std::uint32_t> words_;
 };
 
-inline unsigned BitsOf(Gdiplus::PixelFormat format) {
-  return (static_cast<unsigned>(format) >> 8) & 0xFF;
-}
+unsigned BitsOf(Gdiplus::PixelFormat format);
 
 /// Bytes of `width` pixels without padding.
-inline std::size_t PackedBytes(Gdiplus::PixelFormat format, UINT width) {
-  return (std::size_t{width} * BitsOf(format) + 7) / 8;
-}
+std::size_t PackedBytes(Gdiplus::PixelFormat format, UINT width);
 
 /// A bitmap with rows of its own; `rows` holds its pixels, packed without padding.
-inline BitmapPointer MakeBitmap(UINT width, UINT height, Gdiplus::PixelFormat format,
-                                const Bytes& rows) {
-  BitmapPointer bitmap(
-      new Gdiplus::Bitmap(static_cast<INT>(width), static_cast<INT>(height), format));
-  Gdiplus::BitmapData data{};
-  const Gdiplus::Rect whole(0, 0, static_cast<INT>(width), static_cast<INT>(height));
-  if (bitmap->LockBits(&whole, Gdiplus::ImageLockModeWrite, format, &data) != Gdiplus::Ok) {
-    return nullptr;
-  }
-  const std::size_t row_bytes = PackedBytes(format, width);
-  for (UINT y = 0; y < height; ++y) {
-    std::memcpy(static_cast<std::uint8_t*>(data.Scan0) + std::ptrdiff_t{data.Stride} * y,
-                rows.data() + y * row_bytes, row_bytes);
-  }
-  bitmap->UnlockBits(&data);
-  return bitmap;
-}
+BitmapPointer MakeBitmap(UINT width, UINT height, Gdiplus::PixelFormat format, const Bytes& rows);
 
 /// The bitmap's pixels in `format`, packed without padding; bits past a row's end are 0. Empty when
 /// the bitmap cannot be locked.
-inline Bytes PixelsOf(Gdiplus::Bitmap& bitmap, Gdiplus::PixelFormat format) {
-  const UINT width = bitmap.GetWidth();
-  const UINT height = bitmap.GetHeight();
-  Gdiplus::BitmapData data{};
-  const Gdiplus::Rect whole(0, 0, static_cast<INT>(width), static_cast<INT>(height));
-  if (bitmap.LockBits(&whole, Gdiplus::ImageLockModeRead, format, &data) != Gdiplus::Ok) return {};
-  const std::size_t row_bytes = PackedBytes(format, width);
-  const std::size_t used_bits = std::size_t{width} * BitsOf(format) % 8;
-  Bytes pixels(row_bytes * height);
-  for (UINT y = 0; y < height; ++y) {
-    std::uint8_t* row = pixels.data() + y * row_bytes;
-    std::memcpy(row, static_cast<const std::uint8_t*>(data.Scan0) + std::ptrdiff_t{data.Stride} * y,
-                row_bytes);
-    if (used_bits != 0) row[row_bytes - 1] &= static_cast<std::uint8_t>(0xFF00 >> used_bits);
-  }
-  bitmap.UnlockBits(&data);
-  return pixels;
-}
+Bytes PixelsOf(Gdiplus::Bitmap& bitmap, Gdiplus::PixelFormat format);
 
-inline Bytes PixelsOf(Gdiplus::Bitmap& bitmap) { return PixelsOf(bitmap, bitmap.GetPixelFormat()); }
+Bytes PixelsOf(Gdiplus::Bitmap& bitmap);
 
 /// The entries of the bitmap's palette.
-inline std::vector<Gdiplus::ARGB> PaletteOf(Gdiplus::Bitmap& bitmap) {
-  const INT size = bitmap.GetPaletteSize();
-  std::vector<std::uint32_t> words(static_cast<std::size_t>(size) / 4);
-  if (words.size() < 3 || bitmap.GetPalette(reinterpret_cast<Gdiplus::ColorPalette*>(words.data()),
-                                            size) != Gdiplus::Ok) {
-    return {};
-  }
-  return {words.begin() + 2, words.begin() + 2 + words[1]};
-}
+std::vector<Gdiplus::ARGB> PaletteOf(Gdiplus::Bitmap& bitmap);
 
 /// Takes over a bitmap that a function hands out through a pointer.
 class BitmapReceiver {
@@ -104,7 +63,7 @@ class BitmapReceiver {
   Gdiplus::Bitmap* raw_ = nullptr;
 };
 
-inline BitmapReceiver Receive(BitmapPointer& bitmap) { return BitmapReceiver(bitmap); }
+BitmapReceiver Receive(BitmapPointer& bitmap);
 
 /// Keeps a bitmap locked, so that every further lock fails with WrongState.
 class HoldLock {
@@ -121,6 +80,6 @@ class HoldLock {
   Gdiplus::BitmapData data_{};
 };
 
-}  // namespace test_support
+}  // namespace pixtola::test
 
 #endif  // PIXTOLA_TESTS_SUPPORT_TEST_BITMAP_H_

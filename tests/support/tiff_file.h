@@ -10,16 +10,14 @@
 #include <memory>
 #include <vector>
 
-namespace test_support {
+namespace pixtola::test {
 
 struct CloseTiff {
   void operator()(TIFF* tiff) const { TIFFClose(tiff); }
 };
 using TiffPointer = std::unique_ptr<TIFF, CloseTiff>;
 
-inline TiffPointer OpenTiff(const std::filesystem::path& path, const char* mode) {
-  return TiffPointer(TIFFOpen(path.string().c_str(), mode));
-}
+TiffPointer OpenTiff(const std::filesystem::path& path, const char* mode);
 
 /// One page to be written.
 struct TiffPage {
@@ -33,36 +31,15 @@ struct TiffPage {
   std::function<void(TIFF*)> more_tags = [](TIFF*) {};
 };
 
-inline void WritePages(TIFF* tiff, const std::vector<TiffPage>& pages) {
-  for (const TiffPage& page : pages) {
-    TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, page.width);
-    TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, page.height);
-    TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, page.bits_per_sample);
-    TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, page.samples_per_pixel);
-    TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, page.photometric);
-    TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
-    TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, page.height);
-    page.more_tags(tiff);
-    TIFFWriteEncodedStrip(tiff, 0, const_cast<std::uint8_t*>(page.rows.data()),
-                          static_cast<tmsize_t>(page.rows.size()));
-    TIFFWriteDirectory(tiff);
-  }
-}
+void WritePages(TIFF* tiff, const std::vector<TiffPage>& pages);
 
-inline void WriteTiff(const std::filesystem::path& path, const std::vector<TiffPage>& pages) {
-  WritePages(OpenTiff(path, "w").get(), pages);
-}
+void WriteTiff(const std::filesystem::path& path, const std::vector<TiffPage>& pages);
 
 /// A 16-bit tag of the first page, or `absent`.
-inline unsigned ShortTag(const std::filesystem::path& path, std::uint32_t tag,
-                         unsigned absent = 0) {
-  const TiffPointer tiff = OpenTiff(path, "r");
-  std::uint16_t value = 0;
-  return tiff != nullptr && TIFFGetField(tiff.get(), tag, &value) != 0 ? value : absent;
-}
+unsigned ShortTag(const std::filesystem::path& path, std::uint32_t tag, unsigned absent = 0);
 
 inline constexpr unsigned kTagIsAbsent = 99999;
 
-}  // namespace test_support
+}  // namespace pixtola::test
 
 #endif  // PIXTOLA_TESTS_SUPPORT_TIFF_FILE_H_

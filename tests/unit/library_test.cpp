@@ -7,7 +7,7 @@
 
 BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, void* reserved);
 
-namespace pixtola {
+namespace pixtola::test {
 namespace {
 
 TEST(DllMain, EmptiesTheListOfExtensionsWhenTheLibraryGoesOnly) {
@@ -22,4 +22,4 @@ TEST(DllMain, EmptiesTheListOfExtensionsWhenTheLibraryGoesOnly) {
 }
 
 }  // namespace
-}  // namespace pixtola
+}  // namespace pixtola::test

@@ -14,14 +14,8 @@
 #include "support/reference_pixels.h"
 #include "support/test_bitmap.h"
 
+namespace pixtola::test {
 namespace {
-
-using test_support::BitmapPointer;
-using test_support::Bytes;
-using test_support::HoldLock;
-using test_support::MakeBitmap;
-using test_support::PaletteBlock;
-using test_support::PixelsOf;
 
 /// A handle of a bitmap, deleted at the end.
 class Handle {
@@ -194,20 +188,19 @@ TEST(PxtBitmapToHBITMAP, FollowsTheRuleWhereverTheFirstAlphaStands) {
 
 TEST(PxtBitmapToHBITMAP, TakesBitmapsOfAllFormats) {
   std::mt19937 random(3);
-  for (const auto format : reference_pixels::kFormats) {
-    if (expectations::k48BitChannelsHave16Bits && format == PixelFormat64bppPARGB) continue;
+  for (const auto format : kFormats) {
+    if (k48BitChannelsHave16Bits && format == PixelFormat64bppPARGB) continue;
     for (const std::size_t width : {1U, 8U, 13U, 33U}) {
-      test_support::RowsBitmap image(width, 5, format, random);
-      if (reference_pixels::IsIndexed(format)) {
-        ASSERT_EQ(image.SetPalette(test_support::RandomPalette(
-                      std::size_t{1} << test_support::BitsOf(format), random)),
+      RowsBitmap image(width, 5, format, random);
+      if (HasIndexes(format)) {
+        ASSERT_EQ(image.SetPalette(RandomPalette(std::size_t{1} << BitsOf(format), random)),
                   Gdiplus::Ok);
       }
       const Bytes argb = PixelsOf(image.bitmap, PixelFormat32bppARGB);
       ASSERT_EQ(argb.size(), width * 5 * 4);
       const Bytes before = image.rows.bytes();
       EXPECT_EQ(PixelsBehindHandle(image.bitmap), Premultiplied(argb))
-          << reference_pixels::NameOf(format) << ", width " << width;
+          << NameOf(format) << ", width " << width;
       EXPECT_EQ(image.rows.bytes(), before);
       EXPECT_EQ(image.bitmap.GetLastStatus(), Gdiplus::Ok);
     }
@@ -222,15 +215,14 @@ TEST(PxtBitmapToHBITMAP, ShowsOneBitImagesWithoutAPaletteInBlackAndWhite) {
   }
   EXPECT_EQ(PixelsBehindHandle(*bitmap), expected);
   // What has no colours is no palette.
-  if (expectations::kPalettesAreCheckedDifferently) return;
+  if (kPalettesAreCheckedDifferently) return;
   EXPECT_NE(bitmap->SetPalette(PaletteBlock(0, {}).get()), Gdiplus::Ok);
   EXPECT_EQ(PixelsBehindHandle(*bitmap), expected);
 }
 
 TEST(PxtBitmapToHBITMAP, TurnsRowsThatRunUpwards) {
   std::mt19937 random(4);
-  test_support::RowsBitmap image(5, 4, PixelFormat32bppARGB, random,
-                                 test_support::RowOrder::kUpwards);
+  RowsBitmap image(5, 4, PixelFormat32bppARGB, random, RowOrder::kUpwards);
   EXPECT_EQ(PixelsBehindHandle(image.bitmap),
             Premultiplied(PixelsOf(image.bitmap, PixelFormat32bppARGB)));
 }
@@ -296,7 +288,7 @@ TEST(PxtBitmapToHBITMAP, RecordsAFailedLockAndGivesNull) {
 }
 
 TEST(PxtBitmapToHBITMAP, RecordsAFormatThatCannotBeRead) {
-  if (expectations::kGrayOf16BitsIsNotRefused) GTEST_SKIP() << "Wine reads it or says otherwise";
+  if (kGrayOf16BitsIsNotRefused) GTEST_SKIP() << "Wine reads it or says otherwise";
   Bytes row(8);
   Gdiplus::Bitmap bitmap(4, 1, 8, PixelFormat16bppGrayScale, row.data());
   ASSERT_EQ(bitmap.GetLastStatus(), Gdiplus::Ok);
@@ -325,3 +317,4 @@ TEST(PxtBitmapToHBITMAP, RefusesNullArguments) {
 }
 
 }  // namespace
+}  // namespace pixtola::test

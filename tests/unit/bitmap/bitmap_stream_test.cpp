@@ -13,23 +13,11 @@
 #include <vector>
 
 #include "support/memory_streams.h"
-#include "support/reference_pixels.h"
 #include "support/scripted_stream.h"
 #include "support/test_bitmap.h"
 
-namespace pixtola {
+namespace pixtola::test {
 namespace {
-
-using test_support::BitmapPointer;
-using test_support::Bytes;
-using test_support::PaletteBlock;
-using test_support::PositionOf;
-using test_support::Receive;
-using test_support::ScriptedStream;
-using test_support::SeekTo;
-using test_support::SizeOf;
-using test_support::StreamPointer;
-using test_support::Write;
 
 // The inner stream is private, but an explicit template instantiation may name private members: its
 // friend function hands the pointer to member out.
@@ -60,18 +48,6 @@ class ScriptedBitmapStream : public testing::Test {
   ScriptedStream inner_;
   CBitmapStream stream_{0};
 };
-
-ULARGE_INTEGER Size(std::uint64_t value) {
-  ULARGE_INTEGER size{};
-  size.QuadPart = value;
-  return size;
-}
-
-LARGE_INTEGER Offset(std::int64_t value) {
-  LARGE_INTEGER offset{};
-  offset.QuadPart = value;
-  return offset;
-}
 
 /// Anything that no operation returns by itself.
 HRESULT OddResult(unsigned i) { return static_cast<HRESULT>(0x80040200U + i); }
@@ -308,7 +284,7 @@ TEST(CBitmapStream, GivesTheInterfacesOfTheInnerStream) {
   ASSERT_NE(inner, nullptr);
   EXPECT_EQ(inner.get(), InnerOf(stream));
   EXPECT_NE(inner.get(), static_cast<IStream*>(&stream));
-  EXPECT_EQ(test_support::ReferencesTo(*inner), 2U);
+  EXPECT_EQ(ReferencesTo(*inner), 2U);
   constexpr IID kOther = {
       0x0D1C2B3A, 0x4958, 0x4776, {0x95, 0xA4, 0xB3, 0xC2, 0xD1, 0xE0, 0xF1, 0x02}};
   void* object = nullptr;
@@ -371,7 +347,7 @@ TEST(CBitmapStream, KnowsHowFarItWasWrittenInMemory) {
   const StreamPointer inner(stream.Finish());
   ASSERT_NE(inner, nullptr);
   EXPECT_EQ(SizeOf(*inner), 11U);
-  EXPECT_EQ(test_support::BytesOf(*inner), (Bytes{1, 2, 33, 44, 55, 6, 7, 8, 99, 100, 101}));
+  EXPECT_EQ(BytesOf(*inner), (Bytes{1, 2, 33, 44, 55, 6, 7, 8, 99, 100, 101}));
 }
 
 TEST_F(ScriptedBitmapStream, WritesZerosOverWhatAWriterSkipped) {
@@ -418,7 +394,7 @@ TEST(CBitmapStream, HoldsZerosWhereAWriterSkippedBytes) {
     expected.insert(expected.end(), {4, 5});
     const StreamPointer inner(stream.Finish());
     ASSERT_NE(inner, nullptr);
-    EXPECT_EQ(test_support::BytesOf(*inner), expected) << gap;
+    EXPECT_EQ(BytesOf(*inner), expected) << gap;
   }
 }
 
@@ -433,7 +409,7 @@ TEST(CBitmapStream, GrowsBeyondItsFirstSize) {
   EXPECT_EQ(stream.written_size(), 3700U);
   const StreamPointer inner(stream.Finish());
   ASSERT_NE(inner, nullptr);
-  EXPECT_EQ(test_support::BytesOf(*inner), expected);
+  EXPECT_EQ(BytesOf(*inner), expected);
 }
 
 TEST(CBitmapStream, IsEmptyAtTheEndWhenNothingWasWritten) {
@@ -451,84 +427,9 @@ TEST(CBitmapStream, LivesOnInWhatItHandsOver) {
     inner.reset(stream.Finish());
   }
   ASSERT_NE(inner, nullptr);
-  EXPECT_EQ(test_support::ReferencesTo(*inner), 1U);
-  EXPECT_EQ(test_support::BytesOf(*inner), (Bytes{1, 2, 3}));
-}
-
-constexpr PxtFileType kTiffTypes[] = {PxtFileTypeTiffGroup3, PxtFileTypeTiffGroup4,
-                                      PxtFileTypeTiffLzw, PxtFileTypeTiffRunLength,
-                                      PxtFileTypeTiffNone};
-constexpr PxtFileType kOtherTypes[] = {PxtFileTypeBmp, PxtFileTypeGif,     PxtFileTypeJpeg,
-                                       PxtFileTypePng, PxtFileTypeJpegLow, PxtFileTypeJpegHigh};
-
-/// An 8-bit bitmap with a palette of so many entries.
-BitmapPointer EightBit(INT width, INT height, std::size_t colors) {
-  BitmapPointer bitmap(new Gdiplus::Bitmap(width, height, PixelFormat8bppIndexed));
-  const std::vector<Gdiplus::ARGB> entries(colors, 0xFF123456);
-  EXPECT_EQ(bitmap->SetPalette(PaletteBlock(0, entries).get()), Gdiplus::Ok);
-  return bitmap;
-}
-
-TEST(EncodedSizeEstimate, IsThatOfTheUncompressedImage) {
-  // A block of 256 colours takes 8 + 4 * 256 = 1,032 bytes.
-  const BitmapPointer bitmap = EightBit(100, 100, 256);
-  for (const PxtFileType type : kOtherTypes) {
-    EXPECT_EQ(EncodedSizeEstimate(*bitmap, type), 11'076U) << type;
-  }
-}
-
-TEST(EncodedSizeEstimate, IsAtLeast4096) {
-  const BitmapPointer bitmap = EightBit(10, 10, 256);
-  for (const PxtFileType type : kOtherTypes) {
-    EXPECT_EQ(EncodedSizeEstimate(*bitmap, type), 4096U) << type;
-  }
-  // 8 + 4 * 2 of palette, 44, and rows of 4 bytes.
-  EXPECT_EQ(EncodedSizeEstimate(*EightBit(4, 1008, 2), PxtFileTypeBmp), 4096U);
-  EXPECT_EQ(EncodedSizeEstimate(*EightBit(4, 1009, 2), PxtFileTypeBmp), 4096U);
-  EXPECT_EQ(EncodedSizeEstimate(*EightBit(4, 1010, 2), PxtFileTypeBmp), 4100U);
-}
-
-TEST(EncodedSizeEstimate, IsNoneForTiff) {
-  for (const PxtFileType type : kTiffTypes) {
-    EXPECT_EQ(EncodedSizeEstimate(*EightBit(10, 10, 256), type), 0U) << type;
-    EXPECT_EQ(EncodedSizeEstimate(*EightBit(1000, 1000, 256), type), 0U) << type;
-  }
-}
-
-TEST(EncodedSizeEstimate, CountsRowsWithTheirPadding) {
-  struct Example {
-    Gdiplus::PixelFormat format;
-    std::uint64_t row_bytes;  ///< of 1001 pixels, padded
-  };
-  // 1001 / 8 = 125.1, 1001 / 2 = 500.5
-  for (const auto& [format, row_bytes] :
-       {Example{PixelFormat1bppIndexed, 128}, Example{PixelFormat4bppIndexed, 504},
-        Example{PixelFormat8bppIndexed, 1004}, Example{PixelFormat16bppRGB555, 2004},
-        Example{PixelFormat16bppRGB565, 2004}, Example{PixelFormat24bppRGB, 3004},
-        Example{PixelFormat32bppRGB, 4004}, Example{PixelFormat32bppARGB, 4004},
-        Example{PixelFormat32bppPARGB, 4004}}) {
-    const BitmapPointer bitmap(new Gdiplus::Bitmap(1001, 500, format));
-    ASSERT_EQ(bitmap->GetLastStatus(), Gdiplus::Ok);
-    const auto palette_size = static_cast<std::uint64_t>(bitmap->GetPaletteSize());
-    EXPECT_EQ(EncodedSizeEstimate(*bitmap, PxtFileTypePng), palette_size + 44 + 500 * row_bytes)
-        << reference_pixels::NameOf(format);
-  }
-}
-
-TEST(EncodedSizeEstimate, HasMoreThan32Bits) {
-  // Its rows are never looked at: 40000 x 40000 pixels of 24 bits over one of them.
-  Bytes row(120'000);
-  Gdiplus::Bitmap bitmap(40'000, 40'000, 120'000, PixelFormat24bppRGB, row.data());
-  ASSERT_EQ(bitmap.GetLastStatus(), Gdiplus::Ok);
-  const auto palette_size = static_cast<std::uint64_t>(bitmap.GetPaletteSize());
-  EXPECT_EQ(EncodedSizeEstimate(bitmap, PxtFileTypeBmp), 4'800'000'044U + palette_size);
-}
-
-TEST(EncodedSizeEstimate, ManagesWithoutAnImage) {
-  Gdiplus::Bitmap none(0, 0, PixelFormat24bppRGB);
-  EXPECT_EQ(EncodedSizeEstimate(none, PxtFileTypeBmp), 4096U);
-  EXPECT_EQ(EncodedSizeEstimate(none, PxtFileTypeTiffLzw), 0U);
+  EXPECT_EQ(ReferencesTo(*inner), 1U);
+  EXPECT_EQ(BytesOf(*inner), (Bytes{1, 2, 3}));
 }
 
 }  // namespace
-}  // namespace pixtola
+}  // namespace pixtola::test

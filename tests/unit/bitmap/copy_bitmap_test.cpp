@@ -12,16 +12,8 @@
 #include "support/temporary_folder.h"
 #include "support/test_bitmap.h"
 
+namespace pixtola::test {
 namespace {
-
-using test_support::BitmapPointer;
-using test_support::Bytes;
-using test_support::HoldLock;
-using test_support::MakeBitmap;
-using test_support::PaletteBlock;
-using test_support::PaletteOf;
-using test_support::PixelsOf;
-using test_support::Receive;
 
 TEST(PxtCopyBitmap, KeepsPixelsPaletteAndResolution) {
   const BitmapPointer source = MakeBitmap(4, 2, PixelFormat8bppIndexed, {0, 1, 2, 1, 2, 1, 0, 0});
@@ -35,18 +27,18 @@ TEST(PxtCopyBitmap, KeepsPixelsPaletteAndResolution) {
   EXPECT_EQ(PixelsOf(*copy), PixelsOf(*source));
   EXPECT_EQ(PaletteOf(*copy), colors);
   // In whole pixels a metre.
-  EXPECT_NEAR(copy->GetHorizontalResolution(), 300, 0.02);
-  EXPECT_NEAR(copy->GetVerticalResolution(), 200, 0.02);
+  EXPECT_NEAR(copy->GetHorizontalResolution(), 300, kDpiTolerance);
+  EXPECT_NEAR(copy->GetVerticalResolution(), 200, kDpiTolerance);
   EXPECT_EQ(copy->GetLastStatus(), Gdiplus::Ok);
   EXPECT_EQ(source->GetLastStatus(), Gdiplus::Ok);
 }
 
 TEST(PxtCopyBitmap, CopiesAllFormatsAndWidths) {
   std::mt19937 random(5);
-  for (const auto format : reference_pixels::kFormats) {
+  for (const auto format : kFormats) {
     for (const std::size_t width : {1U, 7U, 8U, 9U, 31U, 32U, 33U, 100U}) {
-      SCOPED_TRACE(testing::Message() << reference_pixels::NameOf(format) << ", width " << width);
-      test_support::RowsBitmap source(width, 5, format, random);
+      SCOPED_TRACE(testing::Message() << NameOf(format) << ", width " << width);
+      RowsBitmap source(width, 5, format, random);
       ASSERT_EQ(source.bitmap.GetLastStatus(), Gdiplus::Ok);
       ASSERT_EQ(source.bitmap.SetResolution(240, 120), Gdiplus::Ok);
       BitmapPointer copy;
@@ -55,8 +47,8 @@ TEST(PxtCopyBitmap, CopiesAllFormatsAndWidths) {
       EXPECT_EQ(copy->GetWidth(), width);
       EXPECT_EQ(copy->GetHeight(), 5U);
       EXPECT_EQ(PixelsOf(*copy), PixelsOf(source.bitmap));
-      EXPECT_NEAR(copy->GetHorizontalResolution(), 240, 0.02);
-      EXPECT_NEAR(copy->GetVerticalResolution(), 120, 0.02);
+      EXPECT_NEAR(copy->GetHorizontalResolution(), 240, kDpiTolerance);
+      EXPECT_NEAR(copy->GetVerticalResolution(), 120, kDpiTolerance);
       EXPECT_EQ(source.bitmap.GetLastStatus(), Gdiplus::Ok);
     }
   }
@@ -76,7 +68,7 @@ TEST(PxtCopyBitmap, GivesBitmapsTheirDefaultPalettesAlong) {
        {PixelFormat1bppIndexed, PixelFormat4bppIndexed, PixelFormat8bppIndexed}) {
     const BitmapPointer source(new Gdiplus::Bitmap(8, 2, format));
     auto expected = PaletteOf(*source);
-    ASSERT_EQ(expected.size(), std::size_t{1} << test_support::BitsOf(format));
+    ASSERT_EQ(expected.size(), std::size_t{1} << BitsOf(format));
     for (Gdiplus::ARGB& entry : expected) entry |= 0xFF000000U;
     BitmapPointer copy;
     ASSERT_EQ(PxtCopyBitmap(source.get(), Receive(copy)), 1);
@@ -85,7 +77,7 @@ TEST(PxtCopyBitmap, GivesBitmapsTheirDefaultPalettesAlong) {
 }
 
 TEST(PxtCopyBitmap, LetsGoOfTheFile) {
-  const test_support::TemporaryFolder folder;
+  const TemporaryFolder folder;
   const auto path = folder / "image.png";
   const BitmapPointer saved = MakeBitmap(2, 1, PixelFormat24bppRGB, {1, 2, 3, 4, 5, 6});
   ASSERT_EQ(PxtSaveBitmapToFile(saved.get(), PxtFileTypePng, path.wstring().c_str()), 1);
@@ -120,7 +112,7 @@ TEST(PxtCopyBitmap, CopiesCopies) {
     bitmap = std::move(copy);
   }
   EXPECT_EQ(PixelsOf(*bitmap), (Bytes{1, 2, 3, 4}));
-  EXPECT_NEAR(bitmap->GetHorizontalResolution(), 300, 0.02);  // it does not drift away
+  EXPECT_NEAR(bitmap->GetHorizontalResolution(), 300, kDpiTolerance);  // it does not drift away
 }
 
 TEST(PxtCopyBitmap, LeavesTheArgumentForABitmapWithoutAnImage) {
@@ -168,3 +160,4 @@ TEST(PxtCopyBitmap, RefusesNullArguments) {
 }
 
 }  // namespace
+}  // namespace pixtola::test

@@ -7,16 +7,12 @@
 #include <vector>
 
 #include "Pixtola.h"
-#include "contract/resource_library.h"
+#include "support/resource_library.h"
 #include "support/test_bitmap.h"
+#include "support/test_images.h"
 
+namespace pixtola::test {
 namespace {
-
-using test_support::BitmapPointer;
-using test_support::Bytes;
-using test_support::PaletteOf;
-using test_support::PixelsOf;
-using test_support::Receive;
 
 const LPCWSTR kRawData = MAKEINTRESOURCEW(10);
 
@@ -41,8 +37,8 @@ TEST(PxtLoadBitmapFromResource, GivesTheImageWithItsResolution) {
   EXPECT_EQ(bitmap->GetPixelFormat(), PixelFormat24bppRGB);
   EXPECT_EQ(PixelsOf(*bitmap), kPicture);
   // 11,811 and 7,874 pixels a metre.
-  EXPECT_NEAR(bitmap->GetHorizontalResolution(), 300, 0.02);
-  EXPECT_NEAR(bitmap->GetVerticalResolution(), 200, 0.02);
+  EXPECT_NEAR(bitmap->GetHorizontalResolution(), 300, kDpiTolerance);
+  EXPECT_NEAR(bitmap->GetVerticalResolution(), 200, kDpiTolerance);
   EXPECT_EQ(bitmap->GetLastStatus(), Gdiplus::Ok);
 }
 
@@ -60,7 +56,7 @@ TEST(PxtLoadBitmapFromResource, ReadsEveryEncodingAsThePlatformReadsTheFile) {
         Example{MAKEINTRESOURCEW(22), MAKEINTRESOURCEW(300), "libjpeg-turbo/testorig.jpg"},
         Example{L"page", L"Image", "libtiff/palette-1c-4b.tiff"}}) {
     SCOPED_TRACE(example.file);
-    const auto path = std::filesystem::path(PIXTOLA_TEST_IMAGES) / example.file;
+    const auto path = TestImages() / example.file;
     Gdiplus::Bitmap file(path.wstring().c_str());
     ASSERT_EQ(file.GetLastStatus(), Gdiplus::Ok);
     const BitmapPointer bitmap = Load(example.name, example.type);
@@ -70,8 +66,8 @@ TEST(PxtLoadBitmapFromResource, ReadsEveryEncodingAsThePlatformReadsTheFile) {
     EXPECT_EQ(bitmap->GetPixelFormat(), file.GetPixelFormat());
     EXPECT_TRUE(PixelsOf(*bitmap) == PixelsOf(file));
     EXPECT_EQ(PaletteOf(*bitmap), PaletteOf(file));
-    EXPECT_NEAR(bitmap->GetHorizontalResolution(), file.GetHorizontalResolution(), 0.02);
-    EXPECT_NEAR(bitmap->GetVerticalResolution(), file.GetVerticalResolution(), 0.02);
+    EXPECT_NEAR(bitmap->GetHorizontalResolution(), file.GetHorizontalResolution(), kDpiTolerance);
+    EXPECT_NEAR(bitmap->GetVerticalResolution(), file.GetVerticalResolution(), kDpiTolerance);
   }
 }
 
@@ -148,3 +144,4 @@ TEST(PxtLoadBitmapFromResource, RefusesNullArguments) {
 }
 
 }  // namespace
+}  // namespace pixtola::test

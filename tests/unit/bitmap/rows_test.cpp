@@ -8,11 +8,8 @@
 
 #include "support/guarded_buffer.h"
 
-namespace pixtola {
+namespace pixtola::test {
 namespace {
-
-using test_support::GuardedBuffer;
-using test_support::GuardSide;
 
 TEST(PrepareRows, UsesAlignedRowsInPlace) {
   const std::vector<std::uint8_t> data(32);
@@ -89,4 +86,4 @@ TEST(TopDownRows, TurnsBottomUpRowsAndClearsTheirPadding) {
 }
 
 }  // namespace
-}  // namespace pixtola
+}  // namespace pixtola::test

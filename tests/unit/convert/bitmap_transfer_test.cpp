@@ -9,21 +9,8 @@
 #include "support/platform_expectations.h"
 #include "support/test_bitmap.h"
 
+namespace pixtola::test {
 namespace {
-
-using test_support::BitmapPointer;
-using test_support::Bytes;
-using test_support::GuardedBuffer;
-using test_support::HoldLock;
-using test_support::MakeBitmap;
-using test_support::PaletteBlock;
-using test_support::PaletteOf;
-using test_support::PixelsOf;
-using test_support::Receive;
-
-/// How far the resolution of an indexed bitmap, counted in whole pixels a metre on its way, may be
-/// from its mark.
-constexpr float kDpiTolerance = 0.02F;
 
 /// The bitmap as gray bytes; empty when it cannot be converted.
 Bytes GrayBytes(Gdiplus::Bitmap& bitmap) {
@@ -102,7 +89,7 @@ TEST(PxtBitmapToBytes, Converts48BitBitmapsAs24BitRgb) {
   const BitmapPointer bitmap =
       MakeBitmap(1, 1, PixelFormat48bppRGB, {0x00, 0x00, 0x00, 0x00, 0x00, 0x20});
   if (bitmap == nullptr) GTEST_SKIP() << "the stand-in has no 48-bit bitmaps";
-  const std::uint8_t gray = expectations::k48BitChannelsHave16Bits ? 9 : 76;
+  const std::uint8_t gray = k48BitChannelsHave16Bits ? 9 : 76;
   EXPECT_EQ(GrayBytes(*bitmap), (Bytes{gray, 0, 0, 0}));
 }
 
@@ -300,7 +287,7 @@ TEST(PxtInsertBytesRect, ClipsToTheImage) {
 }
 
 TEST(PxtInsertBytesRect, CutsBytesOutOfOneBitRows) {
-  if (expectations::kLocksOfBitRowsIgnoreTheLeftEdge) GTEST_SKIP() << "Wine ignores the left edge";
+  if (kLocksOfBitRowsIgnoreTheLeftEdge) GTEST_SKIP() << "Wine ignores the left edge";
   const Bytes bytes = {0x12, 0x34, 0x56, 0x78, 0x9A, 0xBC, 0xDE, 0xF0};
   const RECT rect{8, 0, 23, 1};
   BitmapPointer result;
@@ -409,7 +396,7 @@ TEST(PxtExtractBytes, ReturnsWhatPxtInsertBytesWasGiven) {
     ASSERT_EQ(extraction.Run(*bitmap, extracted.data()), 1);
     ASSERT_EQ(extraction.stride, stride);
     EXPECT_EQ(extraction.format, format);
-    const std::size_t row_bytes = test_support::PackedBytes(format, 7);
+    const std::size_t row_bytes = PackedBytes(format, 7);
     for (std::size_t y = 0; y < 5; ++y) {
       for (std::size_t x = 0; x < row_bytes; ++x) {
         ASSERT_EQ(extracted[y * stride + x], bytes[y * stride + x])
@@ -420,3 +407,4 @@ TEST(PxtExtractBytes, ReturnsWhatPxtInsertBytesWasGiven) {
 }
 
 }  // namespace
+}  // namespace pixtola::test

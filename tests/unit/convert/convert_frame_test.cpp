@@ -11,8 +11,8 @@
 
 namespace {
 
-using test_support::GuardedBuffer;
-using test_support::PaletteBlock;
+using pixtola::test::GuardedBuffer;
+using pixtola::test::PaletteBlock;
 
 constexpr PxtConversionMethod kAllMethods[] = {MethodGray8, MethodBilevelOtsu,
                                                MethodBilevelAdaptive, MethodBilevelDiffusion};

@@ -6,7 +6,7 @@
 
 #include "format/gray_weights.h"
 
-namespace pixtola {
+namespace pixtola::test {
 namespace {
 
 TEST(DefaultBilevelPalette, IsOpaqueBlackThenOpaqueWhite) {
@@ -83,4 +83,4 @@ TEST(GrayValue, OfThePrimaries) {
 }
 
 }  // namespace
-}  // namespace pixtola
+}  // namespace pixtola::test

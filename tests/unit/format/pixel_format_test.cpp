@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace pixtola {
+namespace pixtola::test {
 namespace {
 
 TEST(PxtCalcStride, RoundsRowsUpToMultiplesOfFour) {
@@ -25,4 +25,4 @@ TEST(PxtCalcStride, IsZeroForWidthZero) {
 }
 
 }  // namespace
-}  // namespace pixtola
+}  // namespace pixtola::test

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace pixtola {
+namespace pixtola::test {
 namespace {
 
 TEST(Extent, WrapsForUnclippedRectangles) {
@@ -49,4 +49,4 @@ TEST(ClipInclusive, DoesNotOverflowForTheLargestSizes) {
 }
 
 }  // namespace
-}  // namespace pixtola
+}  // namespace pixtola::test

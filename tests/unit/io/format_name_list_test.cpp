@@ -12,7 +12,7 @@
 
 #include "platform.h"
 
-namespace pixtola {
+namespace pixtola::test {
 namespace {
 
 /// What the platform's decoders say, one by one: "*.JPG" as ".jpg".
@@ -183,4 +183,4 @@ TEST_F(FormatNameListTest, IsNotAskedWithoutAName) {
 }
 
 }  // namespace
-}  // namespace pixtola
+}  // namespace pixtola::test

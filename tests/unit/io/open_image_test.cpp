@@ -8,14 +8,8 @@
 #include "support/test_bitmap.h"
 #include "support/tiff_file.h"
 
+namespace pixtola::test {
 namespace {
-
-using test_support::BitmapPointer;
-using test_support::Bytes;
-using test_support::MakeBitmap;
-using test_support::PixelsOf;
-using test_support::Receive;
-using test_support::TemporaryFolder;
 
 class PxtOpenImageFileTest : public testing::Test {
  protected:
@@ -30,9 +24,9 @@ class PxtOpenImageFileTest : public testing::Test {
 };
 
 TEST_F(PxtOpenImageFileTest, OpensATiffWhateverItsName) {
-  test_support::TiffPage page;
+  TiffPage page;
   page.rows = {0x5A};
-  test_support::WriteTiff(folder_ / "page.jpg", {page});
+  WriteTiff(folder_ / "page.jpg", {page});
   const BitmapPointer bitmap = Open("page.jpg");
   ASSERT_NE(bitmap, nullptr);
   EXPECT_EQ(PixelsOf(*bitmap), (Bytes{0x5A}));
@@ -60,8 +54,8 @@ TEST_F(PxtOpenImageFileTest, DoesNotKeepTheFile) {
 }
 
 TEST_F(PxtOpenImageFileTest, FailsForWhatIsNoImage) {
-  test_support::WriteWholeFile(folder_ / "text", {'h', 'e', 'l', 'l', 'o'});
-  test_support::WriteWholeFile(folder_ / "empty", {});
+  WriteWholeFile(folder_ / "text", {'h', 'e', 'l', 'l', 'o'});
+  WriteWholeFile(folder_ / "empty", {});
   std::filesystem::create_directory(folder_ / "folder");
   EXPECT_EQ(Open("text"), nullptr);
   EXPECT_EQ(Open("empty"), nullptr);
@@ -73,9 +67,9 @@ TEST_F(PxtOpenImageFileTest, FailsForACorruptFile) {
   const BitmapPointer saved = MakeBitmap(16, 16, PixelFormat24bppRGB, Bytes(768, 7));
   ASSERT_EQ(PxtSaveBitmapToFile(saved.get(), PxtFileTypePng, (folder_ / "image").wstring().c_str()),
             1);
-  auto bytes = test_support::ReadWholeFile(folder_ / "image");
+  auto bytes = ReadWholeFile(folder_ / "image");
   bytes.resize(30);
-  test_support::WriteWholeFile(folder_ / "image", bytes);
+  WriteWholeFile(folder_ / "image", bytes);
   EXPECT_EQ(Open("image"), nullptr);
 }
 
@@ -92,3 +86,4 @@ TEST_F(PxtOpenImageFileTest, RefusesNullArguments) {
 }
 
 }  // namespace
+}  // namespace pixtola::test

@@ -9,16 +9,8 @@
 #include "support/test_bitmap.h"
 #include "support/tiff_file.h"
 
+namespace pixtola::test {
 namespace {
-
-using test_support::BitmapPointer;
-using test_support::Bytes;
-using test_support::HoldLock;
-using test_support::MakeBitmap;
-using test_support::PixelsOf;
-using test_support::Receive;
-using test_support::ShortTag;
-using test_support::TemporaryFolder;
 
 class PxtSaveBitmapToFileTest : public testing::Test {
  protected:
@@ -56,8 +48,7 @@ TEST_F(PxtSaveBitmapToFileTest, DithersAColourImageForFax) {
     EXPECT_EQ(ShortTag(path_, TIFFTAG_COMPRESSION), compressions[type - 5]);
     EXPECT_EQ(ShortTag(path_, TIFFTAG_BITSPERSAMPLE), 1U);
     // libtiff wrote it: the platform's encoder would have told a resolution unit.
-    EXPECT_EQ(ShortTag(path_, TIFFTAG_RESOLUTIONUNIT, test_support::kTagIsAbsent),
-              test_support::kTagIsAbsent);
+    EXPECT_EQ(ShortTag(path_, TIFFTAG_RESOLUTIONUNIT, kTagIsAbsent), kTagIsAbsent);
     BitmapPointer dithered;
     ASSERT_EQ(PxtBitmapToBitmap(MethodBilevelDiffusion, *bitmap, Receive(dithered)), 1);
     const BitmapPointer opened = Open();
@@ -92,7 +83,7 @@ TEST_F(PxtSaveBitmapToFileTest, LeavesDeepTiffToThePlatform) {
   for (const int type : {7, 9}) {
     ASSERT_EQ(Save(*bitmap, type), 1) << type;
     EXPECT_EQ(ShortTag(path_, TIFFTAG_RESOLUTIONUNIT), unsigned{RESUNIT_INCH}) << type;
-    if (!expectations::kTiffEncoderIgnoresCompression) {
+    if (!kTiffEncoderIgnoresCompression) {
       EXPECT_EQ(ShortTag(path_, TIFFTAG_COMPRESSION),
                 type == 7 ? unsigned{COMPRESSION_LZW} : unsigned{COMPRESSION_NONE});
     }
@@ -151,7 +142,7 @@ TEST_F(PxtSaveBitmapToFileTest, FailsWithoutAName) {
 TEST_F(PxtSaveBitmapToFileTest, SavesPcx) {
   const BitmapPointer bitmap = ColourImage();
   ASSERT_EQ(Save(*bitmap, PxtFileTypePcx), 1);
-  const Bytes file = test_support::ReadWholeFile(path_);
+  const Bytes file = ReadWholeFile(path_);
   ASSERT_GT(file.size(), 128U);
   // Manufacturer, version, run lengths, 8 bits a plane; 3 planes.
   EXPECT_EQ(Bytes(file.begin(), file.begin() + 4), (Bytes{10, 5, 1, 8}));
@@ -178,3 +169,4 @@ TEST_F(PxtSaveBitmapToFileTest, RefusesNullArguments) {
 }
 
 }  // namespace
+}  // namespace pixtola::test

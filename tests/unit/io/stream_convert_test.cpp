@@ -13,20 +13,8 @@
 #include "support/test_bitmap.h"
 #include "support/tiff_file.h"
 
+namespace pixtola::test {
 namespace {
-
-using test_support::BitmapPointer;
-using test_support::Bytes;
-using test_support::BytesOf;
-using test_support::PaletteOf;
-using test_support::PixelsOf;
-using test_support::Receive;
-using test_support::SampleBitmap;
-using test_support::SeekTo;
-using test_support::StreamOf;
-using test_support::StreamPointer;
-using test_support::TemporaryFolder;
-using test_support::UntouchedStream;
 
 constexpr int kUnknownTypes[] = {12, 13, -1, std::numeric_limits<int>::max(),
                                  std::numeric_limits<int>::min()};
@@ -58,7 +46,7 @@ BitmapPointer Extract(IStream& stream) {
 
 /// Whether the platform under test is known to write nothing of use.
 bool IsKnownToFail(int type, Gdiplus::Bitmap& bitmap) {
-  return expectations::kGifEncoderKnows8BitsOnly && type == PxtFileTypeGif &&
+  return kGifEncoderKnows8BitsOnly && type == PxtFileTypeGif &&
          bitmap.GetPixelFormat() != PixelFormat8bppIndexed;
 }
 
@@ -71,7 +59,7 @@ class StreamConversion : public testing::Test {
   Bytes FileOf(Gdiplus::Bitmap& bitmap, int type) {
     const auto path = folder_ / "expected";
     EXPECT_EQ(PxtSaveBitmapToFile(&bitmap, Type(type), path.wstring().c_str()), 1);
-    const Bytes bytes = test_support::ReadWholeFile(path);
+    const Bytes bytes = ReadWholeFile(path);
     std::filesystem::remove(path);
     return bytes;
   }
@@ -94,7 +82,7 @@ TEST_F(PxtSaveStreamToFileTest, SavesWhatTheStreamHolds) {
       SeekTo(*stream, static_cast<std::uint64_t>(type) * 10);
       std::filesystem::remove(path_);
       ASSERT_EQ(ToFile(stream.get(), type), 1);
-      EXPECT_TRUE(test_support::ReadWholeFile(path_) == FileOf(*bitmap, type));
+      EXPECT_TRUE(ReadWholeFile(path_) == FileOf(*bitmap, type));
     }
   }
 }
@@ -103,7 +91,7 @@ TEST_F(PxtSaveStreamToFileTest, WritesPcx) {
   const BitmapPointer bitmap = SampleBitmap(PixelFormat24bppRGB, 40, 21);
   const StreamPointer stream = Encoded(kInputs[0]);
   ASSERT_EQ(ToFile(stream.get(), PxtFileTypePcx), 1);
-  const Bytes file = test_support::ReadWholeFile(path_);
+  const Bytes file = ReadWholeFile(path_);
   ASSERT_GT(file.size(), 128U);
   EXPECT_EQ(Bytes(file.begin(), file.begin() + 4), (Bytes{10, 5, 1, 8}));
   BitmapPointer opened;
@@ -118,13 +106,13 @@ TEST_F(PxtSaveStreamToFileTest, TouchesNothingForCodesThatAreNone) {
 }
 
 TEST_F(PxtSaveStreamToFileTest, TouchesNothingForStreamsWithoutAnImage) {
-  test_support::WriteWholeFile(path_, {1, 2, 3});
+  WriteWholeFile(path_, {1, 2, 3});
   for (const Bytes& content : {Bytes{}, Bytes{'h', 'e', 'l', 'l', 'o'}, Bytes(1000, 0)}) {
     for (int type = 0; type < 12; ++type) {
       EXPECT_EQ(ToFile(StreamOf(content).get(), type), 0);
     }
   }
-  EXPECT_EQ(test_support::ReadWholeFile(path_), (Bytes{1, 2, 3}));
+  EXPECT_EQ(ReadWholeFile(path_), (Bytes{1, 2, 3}));
 }
 
 TEST_F(PxtSaveStreamToFileTest, FailsForFoldersThatAreNotThere) {
@@ -141,7 +129,7 @@ TEST_F(PxtSaveStreamToFileTest, LeavesTheStreamToItsOwner) {
   const StreamPointer stream = Encoded(kInputs[0]);
   const Bytes before = BytesOf(*stream);
   ASSERT_EQ(ToFile(stream.get(), PxtFileTypeTiffGroup3), 1);
-  EXPECT_EQ(test_support::ReferencesTo(*stream), 1U);
+  EXPECT_EQ(ReferencesTo(*stream), 1U);
   EXPECT_TRUE(BytesOf(*stream) == before);
 }
 
@@ -168,8 +156,8 @@ TEST_F(PxtSaveStreamToStreamTest, SavesWhatTheStreamHolds) {
       ASSERT_NE(result, nullptr);
       EXPECT_NE(result.get(), stream.get());
       EXPECT_TRUE(BytesOf(*result) == FileOf(*bitmap, type));
-      EXPECT_EQ(test_support::ReferencesTo(*result), 1U);
-      EXPECT_EQ(test_support::ReferencesTo(*stream), 1U);
+      EXPECT_EQ(ReferencesTo(*result), 1U);
+      EXPECT_EQ(ReferencesTo(*stream), 1U);
     }
   }
 }
@@ -189,7 +177,7 @@ TEST_F(PxtSaveStreamToStreamTest, LeavesTheArgumentOnFailure) {
   }
   ExpectNotSaved(nullptr, PxtFileTypePng);
   EXPECT_EQ(PxtSaveStreamToStream(stream.get(), nullptr, PxtFileTypePng), 0);
-  EXPECT_EQ(test_support::ReferencesTo(*stream), 1U);
+  EXPECT_EQ(ReferencesTo(*stream), 1U);
 }
 
 TEST_F(PxtSaveStreamToStreamTest, CanReplaceTheStreamThatItReads) {
@@ -225,8 +213,8 @@ TEST_F(PxtStreamToStreamTest, SavesWhatTheConversionMakesOfTheStream) {
         ASSERT_EQ(PxtStreamToStream(method, stream.get(), Type(type), Receive(result)), 1);
         ASSERT_NE(result, nullptr);
         EXPECT_TRUE(BytesOf(*result) == FileOf(*converted, type));
-        EXPECT_EQ(test_support::ReferencesTo(*result), 1U);
-        EXPECT_EQ(test_support::ReferencesTo(*stream), 1U);
+        EXPECT_EQ(ReferencesTo(*result), 1U);
+        EXPECT_EQ(ReferencesTo(*stream), 1U);
       }
     }
   }
@@ -244,8 +232,8 @@ TEST_F(PxtStreamToStreamTest, GivesImagesOfTheMethodsFormatWithTheirResolution) 
               method == MethodGray8 ? PixelFormat8bppIndexed : PixelFormat1bppIndexed);
     EXPECT_EQ(bitmap->GetWidth(), 40U);
     EXPECT_EQ(bitmap->GetHeight(), 21U);
-    EXPECT_NEAR(bitmap->GetHorizontalResolution(), test_support::kSampleDpiX, 0.02);
-    EXPECT_NEAR(bitmap->GetVerticalResolution(), test_support::kSampleDpiY, 0.02);
+    EXPECT_NEAR(bitmap->GetHorizontalResolution(), kSampleDpiX, kDpiTolerance);
+    EXPECT_NEAR(bitmap->GetVerticalResolution(), kSampleDpiY, kDpiTolerance);
     BitmapPointer converted;
     ASSERT_EQ(PxtBitmapToBitmap(method, *source, Receive(converted)), 1);
     EXPECT_EQ(PixelsOf(*bitmap), PixelsOf(*converted));
@@ -275,7 +263,8 @@ TEST_F(PxtStreamToStreamTest, LeavesTheArgumentOnFailure) {
     ExpectNotConverted(method, nullptr, PxtFileTypePng);
     EXPECT_EQ(PxtStreamToStream(method, stream.get(), PxtFileTypePng, nullptr), 0);
   }
-  EXPECT_EQ(test_support::ReferencesTo(*stream), 1U);
+  EXPECT_EQ(ReferencesTo(*stream), 1U);
 }
 
 }  // namespace
+}  // namespace pixtola::test

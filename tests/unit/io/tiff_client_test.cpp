@@ -12,21 +12,15 @@
 #include "support/test_bitmap.h"
 #include "support/tiff_bytes.h"
 
-namespace pixtola {
+namespace pixtola::test {
 namespace {
-
-using test_support::Bytes;
-using test_support::RecordingStream;
-using test_support::StreamCall;
-using test_support::StreamRecord;
-using test_support::TiffPointer;
 
 using Records = std::vector<StreamRecord>;
 
 Bytes AnyTiff() {
-  test_support::TiffPage page;
+  TiffPage page;
   page.rows = {0x5A};
-  return test_support::TiffBytes({page});
+  return TiffBytes({page});
 }
 
 /// What a procedure does that makes one call.
@@ -216,4 +210,4 @@ TEST_F(TiffClientTest, BeginsAFileWithItsHeader) {
 }
 
 }  // namespace
-}  // namespace pixtola
+}  // namespace pixtola::test

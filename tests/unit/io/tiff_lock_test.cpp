@@ -12,21 +12,21 @@
 #include "support/temporary_folder.h"
 #include "support/test_bitmap.h"
 
-namespace pixtola {
+namespace pixtola::test {
 namespace {
 
 TEST(TiffLock, ServesSeveralThreads) {
-  const test_support::TemporaryFolder folder;
+  const TemporaryFolder folder;
   std::atomic<int> right{0};
   const auto work = [&](std::uint8_t thread) {
     const std::wstring path = (folder / (std::to_string(thread) + ".tif")).wstring();
     for (std::uint8_t i = 0; i < 25; ++i) {
-      const test_support::Bytes rows(32 * 4, static_cast<std::uint8_t>(thread * 50 + i));
-      const auto page = test_support::MakeBitmap(32, 32, PixelFormat1bppIndexed, rows);
-      test_support::BitmapPointer read;
+      const Bytes rows(32 * 4, static_cast<std::uint8_t>(thread * 50 + i));
+      const auto page = MakeBitmap(32, 32, PixelFormat1bppIndexed, rows);
+      BitmapPointer read;
       WriteTiffFile(page.get(), PxtFileTypeTiffGroup4, path.c_str());
-      ReadTiffFile(path.c_str(), 0, test_support::Receive(read));
-      right += read != nullptr && test_support::PixelsOf(*read) == rows ? 1 : 0;
+      ReadTiffFile(path.c_str(), 0, Receive(read));
+      right += read != nullptr && PixelsOf(*read) == rows ? 1 : 0;
     }
   };
   std::vector<std::thread> threads;
@@ -36,4 +36,4 @@ TEST(TiffLock, ServesSeveralThreads) {
 }
 
 }  // namespace
-}  // namespace pixtola
+}  // namespace pixtola::test

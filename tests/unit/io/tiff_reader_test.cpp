@@ -13,22 +13,8 @@
 #include "support/tiff_bytes.h"
 #include "support/tiff_file.h"
 
-namespace pixtola {
+namespace pixtola::test {
 namespace {
-
-using test_support::BitmapPointer;
-using test_support::Bytes;
-using test_support::NumberAt;
-using test_support::PaletteOf;
-using test_support::PixelsOf;
-using test_support::PlaceOfField;
-using test_support::Receive;
-using test_support::RecordingStream;
-using test_support::StreamCall;
-using test_support::StreamRecord;
-using test_support::TemporaryFolder;
-using test_support::TiffPage;
-using test_support::WriteTiff;
 
 const std::vector<Gdiplus::ARGB> kBlackFirst = {0xFF000000, 0xFFFFFFFF};
 
@@ -242,8 +228,8 @@ TEST_F(ReadTiffFileTest, TakesTheResolutionAsDotsPerInchWhateverItsUnit) {
     };
     const BitmapPointer bitmap = WriteAndRead(page);
     ASSERT_NE(bitmap, nullptr);
-    EXPECT_NEAR(bitmap->GetHorizontalResolution(), 300, 0.02);
-    EXPECT_NEAR(bitmap->GetVerticalResolution(), 150, 0.02);
+    EXPECT_NEAR(bitmap->GetHorizontalResolution(), 300, kDpiTolerance);
+    EXPECT_NEAR(bitmap->GetVerticalResolution(), 150, kDpiTolerance);
   }
 }
 
@@ -273,10 +259,10 @@ TEST_F(ReadTiffFileTest, RefusesImagesBeyondTheDecodeLimit) {
   page.bits_per_sample = 8;
   page.rows.resize(10000);
   {
-    const test_support::DecodeLimitGuard limit({9999, 1 << 20});
+    const DecodeLimitGuard limit({9999, 1 << 20});
     EXPECT_EQ(WriteAndRead(page), nullptr);
   }
-  const test_support::DecodeLimitGuard limit({10000, 1 << 20});
+  const DecodeLimitGuard limit({10000, 1 << 20});
   EXPECT_NE(Read(0), nullptr);
 }
 
@@ -289,13 +275,13 @@ TEST_F(ReadTiffFileTest, RefusesCompressionsThatKnowNoLimit) {
                0xFF, 0xFF, 0x7F, 0xFF, 0xFF, 0xFF, 8,    0,    3,    0x40};
   WriteTiff(folder_ / "page.tif", {page});
   ASSERT_NE(Read(0), nullptr);
-  Bytes file = test_support::ReadWholeFile(folder_ / "page.tif");
+  Bytes file = ReadWholeFile(folder_ / "page.tif");
   const Bytes compression = {0x03, 0x01, 0x03, 0x00, 0x01, 0x00, 0x00, 0x00, 0x01, 0x00};
   const auto tag = std::search(file.begin(), file.end(), compression.begin(), compression.end());
   ASSERT_NE(tag, file.end());
   tag[8] = COMPRESSION_JBIG & 0xFF;
   tag[9] = COMPRESSION_JBIG >> 8;
-  test_support::WriteWholeFile(folder_ / "page.tif", file);
+  WriteWholeFile(folder_ / "page.tif", file);
   EXPECT_EQ(Read(0), nullptr);
   BitmapPointer opened;
   EXPECT_EQ(PxtOpenImageFile((folder_ / "page.tif").wstring().c_str(), Receive(opened)), 0);
@@ -306,7 +292,7 @@ TEST(ReadTiffStream, LooksAtNoPixelsOfJbig) {
   TiffPage page;
   page.width = 16;
   page.rows = {0x12, 0x34};
-  Bytes file = test_support::TiffBytes({page});
+  Bytes file = TiffBytes({page});
   const auto is_strip_read = [&] {
     RecordingStream stream(file);
     BitmapPointer bitmap;
@@ -369,16 +355,16 @@ TEST_F(ReadTiffFileTest, SurvivesFilesCutAnywhere) {
     TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_CCITTFAX4);
   };
   WriteTiff(folder_ / "page.tif", {page});
-  const auto whole = test_support::ReadWholeFile(folder_ / "page.tif");
+  const auto whole = ReadWholeFile(folder_ / "page.tif");
   ASSERT_GT(whole.size(), 100U);
   ASSERT_NE(Read(0), nullptr);
   for (std::size_t size = 0; size < whole.size(); ++size) {
     Bytes cut = whole;
     cut.resize(size);
-    test_support::WriteWholeFile(folder_ / "page.tif", cut);
+    WriteWholeFile(folder_ / "page.tif", cut);
     Read(0);  // any outcome but a crash
   }
 }
 
 }  // namespace
-}  // namespace pixtola
+}  // namespace pixtola::test

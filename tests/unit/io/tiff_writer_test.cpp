@@ -10,18 +10,8 @@
 #include "support/test_bitmap.h"
 #include "support/tiff_file.h"
 
-namespace pixtola {
+namespace pixtola::test {
 namespace {
-
-using test_support::BitmapPointer;
-using test_support::Bytes;
-using test_support::HoldLock;
-using test_support::MakeBitmap;
-using test_support::PaletteBlock;
-using test_support::PixelsOf;
-using test_support::Receive;
-using test_support::ShortTag;
-using test_support::TemporaryFolder;
 
 constexpr PxtFileType kTiffTypes[] = {PxtFileTypeTiffGroup3, PxtFileTypeTiffGroup4,
                                       PxtFileTypeTiffLzw, PxtFileTypeTiffRunLength,
@@ -96,24 +86,23 @@ TEST_F(WriteTiffFileTest, WritesTheResolutionWithoutAUnit) {
   const BitmapPointer bitmap = Checkered(32, 8);
   bitmap->SetResolution(300, 204);
   ASSERT_EQ(Write(*bitmap, PxtFileTypeTiffGroup3), 1);
-  EXPECT_EQ(ShortTag(path_, TIFFTAG_RESOLUTIONUNIT, test_support::kTagIsAbsent),
-            test_support::kTagIsAbsent);
+  EXPECT_EQ(ShortTag(path_, TIFFTAG_RESOLUTIONUNIT, kTagIsAbsent), kTagIsAbsent);
   const BitmapPointer read = Read();
-  EXPECT_NEAR(read->GetHorizontalResolution(), 300, 0.02);
-  EXPECT_NEAR(read->GetVerticalResolution(), 204, 0.02);
+  EXPECT_NEAR(read->GetHorizontalResolution(), 300, kDpiTolerance);
+  EXPECT_NEAR(read->GetVerticalResolution(), 204, kDpiTolerance);
 }
 
 TEST_F(WriteTiffFileTest, HandsTheLastStripOverAtFullSize) {
   // 800 bits a row make 81 rows a strip of about 8 KiB; the second strip holds 19 rows of 100.
   ASSERT_EQ(Write(*Checkered(800, 100), PxtFileTypeTiffNone), 1);
-  const auto tiff = test_support::OpenTiff(path_, "r");
+  const auto tiff = OpenTiff(path_, "r");
   ASSERT_EQ(TIFFNumberOfStrips(tiff.get()), 2U);
   EXPECT_EQ(TIFFRawStripSize(tiff.get(), 1), TIFFRawStripSize(tiff.get(), 0));
 }
 
 TEST_F(WriteTiffFileTest, GivesALowImageAStripOfItsOwnHeight) {
   ASSERT_EQ(Write(*Checkered(800, 3), PxtFileTypeTiffNone), 1);
-  const auto tiff = test_support::OpenTiff(path_, "r");
+  const auto tiff = OpenTiff(path_, "r");
   EXPECT_EQ(TIFFRawStripSize(tiff.get(), 0), 300);
 }
 
@@ -134,7 +123,7 @@ TEST_F(WriteTiffFileTest, WritesEightBitImagesWithTheirColours) {
   const BitmapPointer read = Read();
   ASSERT_NE(read, nullptr);
   EXPECT_EQ(PixelsOf(*read), PixelsOf(*bitmap));
-  EXPECT_EQ(test_support::PaletteOf(*read).at(1), 0xFFFFEEDDU);
+  EXPECT_EQ(PaletteOf(*read).at(1), 0xFFFFEEDDU);
 }
 
 TEST_F(WriteTiffFileTest, RefusesFormatsWithoutASampleLayout) {
@@ -153,7 +142,7 @@ TEST_F(WriteTiffFileTest, RefusesTypesThatAreNotTiff) {
 
 TEST_F(WriteTiffFileTest, KnowsNoDecodeLimit) {
   const BitmapPointer bitmap = Checkered(800, 100);
-  const test_support::DecodeLimitGuard limit({1, 16});
+  const DecodeLimitGuard limit({1, 16});
   EXPECT_EQ(Write(*bitmap, PxtFileTypeTiffLzw), 1);
   EXPECT_EQ(Write(*bitmap, PxtFileTypeTiffGroup4), 1);
 }
@@ -176,4 +165,4 @@ TEST_F(WriteTiffFileTest, FailsForNullArgumentsAndFoldersThatAreNotThere) {
 }
 
 }  // namespace
-}  // namespace pixtola
+}  // namespace pixtola::test

@@ -8,7 +8,7 @@
 
 #include "Pixtola.h"
 
-namespace pixtola {
+namespace pixtola::test {
 namespace {
 
 std::uint8_t Byte(std::uint32_t value) { return static_cast<std::uint8_t>(value); }
@@ -157,4 +157,4 @@ TEST(HsvToRgb, AllColorsFollowTheRules) {
 }
 
 }  // namespace
-}  // namespace pixtola
+}  // namespace pixtola::test

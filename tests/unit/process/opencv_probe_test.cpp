@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-namespace pixtola {
+namespace pixtola::test {
 namespace {
 
 TEST(OpenCvProbe, FindsNothing) {
@@ -38,4 +38,4 @@ TEST(OpenCvProbe, KnowsModulesByTheirExactNames) {
 }
 
 }  // namespace
-}  // namespace pixtola
+}  // namespace pixtola::test

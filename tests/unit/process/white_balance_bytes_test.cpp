@@ -11,6 +11,7 @@
 
 #include "platform.h"
 
+namespace pixtola::test {
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
@@ -241,3 +242,4 @@ TEST(WhiteBalanceBytes, EqualsItsDefinitionOnLargeImages) {
 }
 
 }  // namespace
+}  // namespace pixtola::test

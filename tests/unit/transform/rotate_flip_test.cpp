@@ -10,6 +10,7 @@
 
 #include "Pixtola.h"
 
+namespace pixtola::test {
 namespace {
 
 using Gdiplus::BitmapData;
@@ -430,3 +431,4 @@ TEST(RotateFlip, StridesThatDoNotFitAreRejected) {
 }
 
 }  // namespace
+}  // namespace pixtola::test

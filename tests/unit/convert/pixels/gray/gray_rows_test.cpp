@@ -12,7 +12,7 @@
 namespace pixtola {
 namespace {
 
-using test_support::PaletteBlock;
+using test::PaletteBlock;
 using Bytes = std::vector<std::uint8_t>;
 
 GrayLookup LookupOf(const std::vector<Gdiplus::ARGB>& entries) {

@@ -11,7 +11,7 @@
 namespace pixtola {
 namespace {
 
-using test_support::PaletteBlock;
+using test::PaletteBlock;
 using Bytes = std::vector<std::uint8_t>;
 
 TEST(ConvertToGray, TurnsWhiteInto254) {

@@ -14,26 +14,11 @@
 #include "support/scripted_stream.h"
 #include "support/temporary_folder.h"
 #include "support/test_bitmap.h"
+#include "support/test_images.h"
 #include "support/tiff_file.h"
 
+namespace pixtola::test {
 namespace {
-
-using test_support::BitmapPointer;
-using test_support::Bytes;
-using test_support::BytesOf;
-using test_support::kDpiTolerance;
-using test_support::PaletteOf;
-using test_support::PixelsOf;
-using test_support::Receive;
-using test_support::RecordingStream;
-using test_support::SampleBitmap;
-using test_support::SeekTo;
-using test_support::SizeOf;
-using test_support::StreamCall;
-using test_support::StreamOf;
-using test_support::StreamPointer;
-using test_support::StreamRecord;
-using test_support::TemporaryFolder;
 
 /// One of each container; TIFF as libtiff writes it and as the platform does.
 struct Container {
@@ -56,7 +41,7 @@ constexpr Container kContainers[] = {
 
 /// Whether the platform under test is known to write no colours that the TIFF reader finds.
 bool IsKnownToLoseColours(const Container& container) {
-  return expectations::kTiffPalettesLackLowBytes && container.type == PxtFileTypeTiffNone;
+  return kTiffPalettesLackLowBytes && container.type == PxtFileTypeTiffNone;
 }
 
 StreamPointer Encoded(const Container& container) {
@@ -96,10 +81,9 @@ TEST(PxtExtractBitmap, ReadsEveryContainerWithoutLosses) {
     EXPECT_EQ(bitmap->GetLastStatus(), Gdiplus::Ok);
     EXPECT_EQ(PixelsOf(*bitmap, PixelFormat32bppARGB), PixelsOf(*source, PixelFormat32bppARGB));
     const bool has_resolution = container.type != PxtFileTypeGif;
-    EXPECT_NEAR(bitmap->GetHorizontalResolution(), has_resolution ? test_support::kSampleDpiX : 96,
+    EXPECT_NEAR(bitmap->GetHorizontalResolution(), has_resolution ? kSampleDpiX : 96,
                 kDpiTolerance);
-    EXPECT_NEAR(bitmap->GetVerticalResolution(), has_resolution ? test_support::kSampleDpiY : 96,
-                kDpiTolerance);
+    EXPECT_NEAR(bitmap->GetVerticalResolution(), has_resolution ? kSampleDpiY : 96, kDpiTolerance);
   }
 }
 
@@ -147,7 +131,7 @@ TEST(PxtExtractBitmap, LeavesTheStreamAndItsReferencesAsTheyWere) {
     const Bytes before = BytesOf(*stream);
     const BitmapPointer bitmap = Extract(*stream);
     ASSERT_NE(bitmap, nullptr);
-    EXPECT_EQ(test_support::ReferencesTo(*stream), 1U);
+    EXPECT_EQ(ReferencesTo(*stream), 1U);
     EXPECT_TRUE(BytesOf(*stream) == before);
   }
 }
@@ -163,8 +147,8 @@ TEST(PxtExtractBitmap, MakesBitmapsThatDoNotNeedTheStream) {
     ASSERT_NE(bitmap, nullptr);
     // Overwritten, emptied, gone: before the pixels are looked at for the first time.
     SeekTo(*stream, 0);
-    test_support::Write(*stream, Bytes(static_cast<std::size_t>(SizeOf(*stream)), 0x5A));
-    test_support::SetSize(*stream, 0);
+    Write(*stream, Bytes(static_cast<std::size_t>(SizeOf(*stream)), 0x5A));
+    SetSize(*stream, 0);
     stream.reset();
     EXPECT_TRUE(PixelsOf(*bitmap) == pixels);
     ExpectSameImage(*bitmap, *expected);
@@ -187,21 +171,21 @@ TEST(PxtExtractBitmap, GivesANewUnlockedBitmapEachTime) {
 
 TEST(PxtExtractBitmap, TakesTheFirstOfSeveralPages) {
   const TemporaryFolder folder;
-  std::vector<test_support::TiffPage> pages(3);
+  std::vector<TiffPage> pages(3);
   pages[0].rows = {0x11};
   pages[1].rows = {0x22};
   pages[2].rows = {0x33};
-  test_support::WriteTiff(folder / "pages.tif", pages);
-  const StreamPointer stream = StreamOf(test_support::ReadWholeFile(folder / "pages.tif"));
+  WriteTiff(folder / "pages.tif", pages);
+  const StreamPointer stream = StreamOf(ReadWholeFile(folder / "pages.tif"));
   const BitmapPointer bitmap = Extract(*stream);
   ASSERT_NE(bitmap, nullptr);
   EXPECT_EQ(PixelsOf(*bitmap), Bytes{0x11});
 }
 
 /// All test images of a folder and those below it.
-std::vector<std::filesystem::path> TestImages() {
+std::vector<std::filesystem::path> AllTestImages() {
   std::vector<std::filesystem::path> images;
-  for (const auto& entry : std::filesystem::recursive_directory_iterator(PIXTOLA_TEST_IMAGES)) {
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(TestImages())) {
     if (entry.is_regular_file() && entry.path().extension() != ".md") images.push_back(entry);
   }
   std::sort(images.begin(), images.end());
@@ -210,11 +194,11 @@ std::vector<std::filesystem::path> TestImages() {
 }
 
 TEST(PxtExtractBitmap, FindsInAStreamWhatIsFoundInTheFile) {
-  for (const auto& path : TestImages()) {
+  for (const auto& path : AllTestImages()) {
     SCOPED_TRACE(path);
     BitmapPointer opened;
     PxtOpenImageFile(path.wstring().c_str(), Receive(opened));
-    const StreamPointer stream = StreamOf(test_support::ReadWholeFile(path));
+    const StreamPointer stream = StreamOf(ReadWholeFile(path));
     const BitmapPointer extracted = Extract(*stream);
     ASSERT_EQ(extracted != nullptr, opened != nullptr);
     if (opened != nullptr) ExpectSameImage(*extracted, *opened);
@@ -222,13 +206,13 @@ TEST(PxtExtractBitmap, FindsInAStreamWhatIsFoundInTheFile) {
 }
 
 TEST(PxtExtractBitmap, FindsWhatThePlatformDecodes) {
-  for (const auto& path : TestImages()) {
+  for (const auto& path : AllTestImages()) {
     const bool is_tiff = path.extension() == ".tif" || path.extension() == ".tiff";
     if (is_tiff) continue;  // libtiff reads those
     SCOPED_TRACE(path);
     Gdiplus::Bitmap decoded(path.wstring().c_str());
     if (decoded.GetLastStatus() != Gdiplus::Ok) continue;
-    const BitmapPointer extracted = Extract(*StreamOf(test_support::ReadWholeFile(path)));
+    const BitmapPointer extracted = Extract(*StreamOf(ReadWholeFile(path)));
     ASSERT_NE(extracted, nullptr);
     EXPECT_EQ(extracted->GetPixelFormat(), decoded.GetPixelFormat());
     EXPECT_TRUE(PixelsOf(*extracted) == PixelsOf(decoded));
@@ -245,10 +229,10 @@ TEST(PxtExtractBitmap, FindsWhatThePlatformDecodes) {
 
 TEST(PxtExtractBitmap, LeavesTiffThatItsOwnReaderRefusesToThePlatform) {
   // Gray of 4 bits.
-  const auto path = std::filesystem::path(PIXTOLA_TEST_IMAGES) / "pillow" / "hopper_gray_4bpp.tif";
+  const auto path = TestImages() / "pillow" / "hopper_gray_4bpp.tif";
   Gdiplus::Bitmap decoded(path.wstring().c_str());
   ASSERT_EQ(decoded.GetLastStatus(), Gdiplus::Ok);
-  const StreamPointer stream = StreamOf(test_support::ReadWholeFile(path));
+  const StreamPointer stream = StreamOf(ReadWholeFile(path));
   SeekTo(*stream, 100);
   const BitmapPointer extracted = Extract(*stream);
   ASSERT_NE(extracted, nullptr);
@@ -273,7 +257,7 @@ TEST(PxtExtractBitmap, GivesNullForWhatIsNoImage) {
                                Bytes{'h', 'e', 'l', 'l', 'o'}, Bytes(1000, 0), Bytes(1000, 0xFF)}) {
     const StreamPointer stream = StreamOf(content);
     ExpectNull(*stream);
-    EXPECT_EQ(test_support::ReferencesTo(*stream), 1U);
+    EXPECT_EQ(ReferencesTo(*stream), 1U);
   }
 }
 
@@ -291,11 +275,11 @@ TEST(PxtExtractBitmap, KnowsNoPcx) {
   const auto path = folder / "image.pcx";
   const BitmapPointer bitmap = SampleBitmap(PixelFormat24bppRGB, 29, 17);
   ASSERT_EQ(PxtSaveBitmapToFile(bitmap.get(), PxtFileTypePcx, path.wstring().c_str()), 1);
-  ExpectNull(*StreamOf(test_support::ReadWholeFile(path)));
+  ExpectNull(*StreamOf(ReadWholeFile(path)));
 }
 
 TEST(PxtExtractBitmap, GivesNullForAStreamThatFails) {
-  test_support::ScriptedStream stream;
+  ScriptedStream stream;
   stream.result = static_cast<HRESULT>(0x8003001EU);  // STG_E_READFAULT
   for (const HRESULT seek_result : {HRESULT{S_OK}, static_cast<HRESULT>(0x80030019U)}) {
     stream.seek_result = seek_result;
@@ -304,7 +288,7 @@ TEST(PxtExtractBitmap, GivesNullForAStreamThatFails) {
     EXPECT_EQ(stream.references, 1U);
     ASSERT_FALSE(stream.calls.empty());
     EXPECT_EQ(stream.calls.front(),
-              test_support::ScriptedStream::Call("Seek", 0, static_cast<DWORD>(STREAM_SEEK_SET)));
+              ScriptedStream::Call("Seek", 0, static_cast<DWORD>(STREAM_SEEK_SET)));
   }
 }
 
@@ -381,3 +365,4 @@ TEST(PxtExtractBitmap, RefusesNullArguments) {
 }
 
 }  // namespace
+}  // namespace pixtola::test

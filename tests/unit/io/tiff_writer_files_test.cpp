@@ -18,21 +18,8 @@
 #include "support/test_bitmap.h"
 #include "support/tiff_bytes.h"
 
-namespace pixtola {
+namespace pixtola::test {
 namespace {
-
-using test_support::BitmapPointer;
-using test_support::Bytes;
-using test_support::FieldsOf;
-using test_support::HoldLock;
-using test_support::MakeBitmap;
-using test_support::PackedBytes;
-using test_support::PaletteBlock;
-using test_support::PixelsOf;
-using test_support::RecordingStream;
-using test_support::StreamCall;
-using test_support::TiffMemory;
-using test_support::TiffPointer;
 
 constexpr PxtFileType kTiffTypes[] = {PxtFileTypeTiffGroup3, PxtFileTypeTiffGroup4,
                                       PxtFileTypeTiffLzw, PxtFileTypeTiffRunLength,
@@ -94,7 +81,7 @@ Bytes DecodedRows(const Bytes& file) {
   return rows;
 }
 
-std::uint32_t Value(const test_support::TiffFields& fields, std::uint16_t tag) {
+std::uint32_t Value(const TiffFields& fields, std::uint16_t tag) {
   const auto field = fields.find(tag);
   return field != fields.end() ? field->second.values.at(0) : 99999;
 }
@@ -108,7 +95,7 @@ class WrittenTiffTest : public testing::Test {
     RecordingStream stream;
     EXPECT_EQ(WriteTiffStream(&bitmap, type, &stream), 1);
     EXPECT_EQ(stream.references, 1U);
-    const Bytes file = test_support::ReadWholeFile(path_);
+    const Bytes file = ReadWholeFile(path_);
     EXPECT_TRUE(file == stream.bytes) << "the file and the stream differ";
     return file;
   }
@@ -129,7 +116,7 @@ class WrittenTiffTest : public testing::Test {
     bitmap.UnlockBits(&data);
   }
 
-  test_support::TemporaryFolder folder_;
+  TemporaryFolder folder_;
   std::filesystem::path path_ = folder_ / "written.tif";
 };
 
@@ -185,7 +172,7 @@ TEST_F(WrittenTiffTest, HasTheseTagsAndNoOthers) {
   const std::uint32_t compressions[] = {COMPRESSION_CCITTFAX3, COMPRESSION_CCITTFAX4,
                                         COMPRESSION_LZW, COMPRESSION_PACKBITS, COMPRESSION_NONE};
   for (std::size_t i = 0; i < 5; ++i) {
-    const test_support::TiffFields fields = FieldsOf(Write(*bitmap, kTiffTypes[i]));
+    const TiffFields fields = FieldsOf(Write(*bitmap, kTiffTypes[i]));
     std::set<std::uint16_t> written;
     for (const auto& [tag, field] : fields) written.insert(tag);
     EXPECT_EQ(written, tags) << kTiffTypes[i];
@@ -235,7 +222,7 @@ TEST_F(WrittenTiffTest, FillsTheLastStripWithRowsOfTheOneBefore) {
     for (const PxtFileType type : kTiffTypes) {
       Bytes file = Write(*bitmap, type);
       // A file that tells of all rows that its strips hold.
-      const std::size_t place = test_support::PlaceOfField(file, TIFFTAG_IMAGELENGTH);
+      const std::size_t place = PlaceOfField(file, TIFFTAG_IMAGELENGTH);
       ASSERT_EQ(file.at(place), height);
       file[place] = static_cast<std::uint8_t>(expected.size() / 100);
       EXPECT_TRUE(DecodedRows(file) == expected) << height << ", type " << type;
@@ -273,7 +260,7 @@ TEST_F(WrittenTiffTest, KeepsIndexesAndRepeatsTheBytesOfTheirColours) {
       ASSERT_EQ(bitmap->SetPalette(PaletteBlock(0, palette).get()), Gdiplus::Ok);
       for (const PxtFileType type : kDeepTypes) {
         const Bytes file = Write(*bitmap, type);
-        const test_support::TiffFields fields = FieldsOf(file);
+        const TiffFields fields = FieldsOf(file);
         EXPECT_EQ(Value(fields, TIFFTAG_PHOTOMETRIC), std::uint32_t{PHOTOMETRIC_PALETTE});
         EXPECT_EQ(Value(fields, TIFFTAG_BITSPERSAMPLE), bits);
         EXPECT_EQ(Value(fields, TIFFTAG_SAMPLESPERPIXEL), 1U);
@@ -295,7 +282,7 @@ TEST_F(WrittenTiffTest, KeepsDeepPixelsAsTheyLieInMemory) {
       const BitmapPointer bitmap = MakeBitmap(width, height, format, rows);
       for (const PxtFileType type : kDeepTypes) {
         const Bytes file = Write(*bitmap, type);
-        const test_support::TiffFields fields = FieldsOf(file);
+        const TiffFields fields = FieldsOf(file);
         EXPECT_EQ(Value(fields, TIFFTAG_PHOTOMETRIC), std::uint32_t{PHOTOMETRIC_RGB});
         EXPECT_EQ(Value(fields, TIFFTAG_SAMPLESPERPIXEL), samples);
         EXPECT_EQ(fields.at(TIFFTAG_BITSPERSAMPLE).values, std::vector<std::uint32_t>(samples, 8));
@@ -362,9 +349,9 @@ TEST_F(WrittenTiffTest, LeavesThePaddingOfRowsOut) {
 TEST_F(WrittenTiffTest, ReplacesALongerFile) {
   const BitmapPointer bitmap = RandomBitmap(32, 8, PixelFormat1bppIndexed);
   const Bytes expected = Write(*bitmap, PxtFileTypeTiffNone);
-  test_support::WriteWholeFile(path_, Bytes(10000, 0x77));
+  WriteWholeFile(path_, Bytes(10000, 0x77));
   ASSERT_EQ(WriteTiffFile(bitmap.get(), PxtFileTypeTiffNone, path_.wstring().c_str()), 1);
-  EXPECT_EQ(test_support::ReadWholeFile(path_), expected);
+  EXPECT_EQ(ReadWholeFile(path_), expected);
 }
 
 TEST_F(WrittenTiffTest, BeginsAtTheStartOfAStreamThatIsNotEmpty) {
@@ -407,7 +394,7 @@ TEST_F(WrittenTiffTest, SurvivesEveryFailureOfAStream) {
       for (int failing = 1; has_failed; ++failing) {
         RecordingStream stream;
         int calls = 0;
-        stream.fails = [&](const test_support::StreamRecord& record) {
+        stream.fails = [&](const StreamRecord& record) {
           return record.call == call && ++calls == failing;
         };
         const int result = WriteTiffStream(bitmap.get(), type, &stream);
@@ -453,4 +440,4 @@ TEST_F(WrittenTiffTest, NeedsABitmapAStreamAndACompression) {
 }
 
 }  // namespace
-}  // namespace pixtola
+}  // namespace pixtola::test

@@ -1,4 +1,5 @@
-// Starts GDI+ before the first test of a program and shuts it down after the last.
+// The main function of all programs of GoogleTest: GDI+ is started before the first test and shut
+// down after the last.
 
 #include <gtest/gtest.h>
 
@@ -18,7 +19,10 @@ class GdiplusEnvironment : public testing::Environment {
   ULONG_PTR token_ = 0;
 };
 
-const testing::Environment* const environment =
-    testing::AddGlobalTestEnvironment(new GdiplusEnvironment);
-
 }  // namespace
+
+int main(int argument_count, char** arguments) {
+  testing::InitGoogleTest(&argument_count, arguments);
+  testing::AddGlobalTestEnvironment(new GdiplusEnvironment);
+  return RUN_ALL_TESTS();
+}

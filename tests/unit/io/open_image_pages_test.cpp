@@ -14,17 +14,8 @@
 #include "support/test_bitmap.h"
 #include "support/tiff_bytes.h"
 
+namespace pixtola::test {
 namespace {
-
-using test_support::BitmapPointer;
-using test_support::Bytes;
-using test_support::MakeBitmap;
-using test_support::PixelsOf;
-using test_support::PlainTiff;
-using test_support::Receive;
-using test_support::Short;
-using test_support::TiffFields;
-using test_support::TiffPage;
 
 constexpr std::int32_t kLastPage = std::numeric_limits<std::int32_t>::max();
 
@@ -84,7 +75,7 @@ class OpenPageTest : public testing::Test {
   std::wstring PathOf(const std::string& name) const { return (folder_ / name).wstring(); }
 
   void Put(const std::string& name, const Bytes& bytes) const {
-    test_support::WriteWholeFile(folder_ / name, bytes);
+    WriteWholeFile(folder_ / name, bytes);
   }
   void Save(const std::string& name, PxtFileType type) const {
     const BitmapPointer bitmap = MakeBitmap(2, 1, PixelFormat24bppRGB, {0, 0, 255, 7, 0, 0});
@@ -111,14 +102,14 @@ class OpenPageTest : public testing::Test {
     return bitmaps;
   }
 
-  test_support::TemporaryFolder folder_;
+  TemporaryFolder folder_;
 };
 
 // The order of the readers.
 
 TEST_F(OpenPageTest, TriesTiffFirstWhateverTheName) {
   for (const std::string name : {"page.jpg", "page.pcx", "page.bmp", "page", "page.txt"}) {
-    test_support::WriteTiff(folder_ / name, {BilevelPage(0x5A)});
+    WriteTiff(folder_ / name, {BilevelPage(0x5A)});
     for (const BitmapPointer& bitmap : OpenBothWays(name)) {
       ASSERT_NE(bitmap, nullptr) << name;
       EXPECT_EQ(PixelsOf(*bitmap), (Bytes{0x5A}));
@@ -134,7 +125,7 @@ TEST_F(OpenPageTest, LetsTheLibrarysOwnReaderReadTiffBeforeThePlatform) {
   color.samples_per_pixel = 3;
   color.photometric = PHOTOMETRIC_RGB;
   color.rows = {1, 2, 3};
-  test_support::WriteTiff(folder_ / "color.tif", {color});
+  WriteTiff(folder_ / "color.tif", {color});
   for (const BitmapPointer& bitmap : OpenBothWays("color.tif")) {
     ASSERT_NE(bitmap, nullptr);
     EXPECT_EQ(bitmap->GetPixelFormat(), PixelFormat32bppARGB);
@@ -143,7 +134,7 @@ TEST_F(OpenPageTest, LetsTheLibrarysOwnReaderReadTiffBeforeThePlatform) {
 }
 
 TEST_F(OpenPageTest, LeavesTiffThatItsReaderRefusesToThePlatform) {
-  test_support::WriteTiff(folder_ / "gray.tif", {FourBitGrayPage()});
+  WriteTiff(folder_ / "gray.tif", {FourBitGrayPage()});
   for (const BitmapPointer& bitmap : OpenBothWays("gray.tif")) {
     ASSERT_NE(bitmap, nullptr);
     EXPECT_EQ(PixelsOf(*bitmap, PixelFormat24bppRGB), (Bytes{0, 0, 0, 255, 255, 255}));
@@ -176,7 +167,7 @@ TEST_F(OpenPageTest, TriesPcxLastWhateverTheName) {
 TEST_F(OpenPageTest, FailsAfterAllThreeForWhatIsNoImage) {
   Bytes pcx = PcxBytes();
   pcx[0] = 11;
-  Bytes tiff = test_support::TiffBytes({BilevelPage(0)});
+  Bytes tiff = TiffBytes({BilevelPage(0)});
   tiff.resize(8);
   Put("pcx", pcx);
   Put("tiff", tiff);
@@ -207,8 +198,7 @@ TEST_F(OpenPageTest, RefusesNullArguments) {
 }
 
 TEST_F(OpenPageTest, FindsFilesWhoseNamesHaveLettersOfAllKinds) {
-  test_support::WriteWholeFile((folder_ / "").parent_path() / u8"Gr\u00F6\u00DFe \u65E5\u672C",
-                               PcxBytes());
+  WriteWholeFile((folder_ / "").parent_path() / u8"Gr\u00F6\u00DFe \u65E5\u672C", PcxBytes());
   BitmapPointer bitmap;
   EXPECT_EQ(
       PxtOpenImageFile((PathOf("") + L"Gr\u00F6\u00DFe \u65E5\u672C").c_str(), Receive(bitmap)), 1);
@@ -219,7 +209,7 @@ TEST_F(OpenPageTest, FindsFilesWhoseNamesHaveLettersOfAllKinds) {
 // What is opened stands for itself.
 
 TEST_F(OpenPageTest, NeedsTheFileNoMore) {
-  test_support::WriteTiff(folder_ / "tiff", {BilevelPage(0x5A)});
+  WriteTiff(folder_ / "tiff", {BilevelPage(0x5A)});
   Put("pcx", PcxBytes());
   Put("gif", GifBytes(3));
   Save("bmp", PxtFileTypeBmp);
@@ -229,7 +219,7 @@ TEST_F(OpenPageTest, NeedsTheFileNoMore) {
     for (const BitmapPointer& bitmap : OpenBothWays(name)) {
       ASSERT_NE(bitmap, nullptr) << name;
       const Bytes before = PixelsOf(*bitmap, PixelFormat32bppARGB);
-      const Bytes file = test_support::ReadWholeFile(folder_ / name);
+      const Bytes file = ReadWholeFile(folder_ / name);
       Put(name, Bytes(file.size(), 0xEE));
       EXPECT_EQ(PixelsOf(*bitmap, PixelFormat32bppARGB), before) << name;
       // Written, renamed and deleted: nobody holds it.
@@ -247,7 +237,7 @@ TEST_F(OpenPageTest, NeedsTheFileNoMore) {
 
 TEST_F(OpenPageTest, OpensThePagesOfATiff) {
   const std::vector<TiffPage> pages = {BilevelPage(0x11), BilevelPage(0x22), BilevelPage(0x33)};
-  test_support::WriteTiff(folder_ / "pages.tif", pages);
+  WriteTiff(folder_ / "pages.tif", pages);
   for (std::int32_t i = 0; i < 3; ++i) {
     const BitmapPointer bitmap = OpenPage("pages.tif", i);
     ASSERT_NE(bitmap, nullptr) << i;
@@ -267,16 +257,16 @@ TEST_F(OpenPageTest, DoesNotFindLaterPagesThatOnlyThePlatformReads) {
   for (const std::uint16_t bits : {std::uint16_t{2}, std::uint16_t{4}}) {
     TiffPage gray = FourBitGrayPage();
     gray.bits_per_sample = bits;
-    test_support::WriteTiff(folder_ / "pages.tif", {BilevelPage(0x11), gray, BilevelPage(0x33)});
+    WriteTiff(folder_ / "pages.tif", {BilevelPage(0x11), gray, BilevelPage(0x33)});
     EXPECT_EQ(OpenPage("pages.tif", 1), nullptr);  // the platform's copy has one page
     const BitmapPointer last = OpenPage("pages.tif", 2);
     ASSERT_NE(last, nullptr);
     EXPECT_EQ(PixelsOf(*last), (Bytes{0x33}));
 
-    test_support::WriteTiff(folder_ / "pages.tif", {gray, BilevelPage(0x22)});
+    WriteTiff(folder_ / "pages.tif", {gray, BilevelPage(0x22)});
     for (const std::int32_t page : {-1, 0}) {
       const BitmapPointer first = OpenPage("pages.tif", page);
-      const bool is_decoded = bits != 2 || !expectations::kTiffOf2BitsIsNotDecoded;
+      const bool is_decoded = bits != 2 || !kTiffOf2BitsIsNotDecoded;
       ASSERT_EQ(first != nullptr, is_decoded) << bits << " bits, page " << page;
       EXPECT_TRUE(first == nullptr || first->GetWidth() == 2);
     }
@@ -318,3 +308,4 @@ TEST_F(OpenPageTest, ReadsAGifsFirstFrame) {
 }
 
 }  // namespace
+}  // namespace pixtola::test

@@ -1,4 +1,4 @@
-#include "contract/resource_library.h"
+#include "support/resource_library.h"
 
 const void* AddressInResourceLibrary() {
   static const char inside = 0;

@@ -14,19 +14,10 @@
 #include "support/test_bitmap.h"
 #include "support/tiff_file.h"
 
+namespace pixtola::test {
 namespace {
 
 using Gdiplus::PixelFormat;
-using test_support::Alpha;
-using test_support::BitmapPointer;
-using test_support::Bytes;
-using test_support::kDpiTolerance;
-using test_support::PaletteOf;
-using test_support::PixelsOf;
-using test_support::Receive;
-using test_support::SampleBitmap;
-using test_support::StreamPointer;
-using test_support::TemporaryFolder;
 
 constexpr PixelFormat k1 = PixelFormat1bppIndexed;
 constexpr PixelFormat k4 = PixelFormat4bppIndexed;
@@ -82,21 +73,20 @@ bool KeepsColours(PxtFileType type, PixelFormat format) {
 
 /// Whether the platform under test is known to write nothing of use.
 bool IsKnownToFail(PxtFileType type, PixelFormat format) {
-  return expectations::kGifEncoderKnows8BitsOnly && type == PxtFileTypeGif && format != k8;
+  return kGifEncoderKnows8BitsOnly && type == PxtFileTypeGif && format != k8;
 }
 
 /// Whether the platform under test is known to write no colours that the TIFF reader finds.
 bool IsKnownToLosePalettes(PxtFileType type, PixelFormat format) {
-  return expectations::kTiffPalettesLackLowBytes && (format == k4 || format == k8) &&
+  return kTiffPalettesLackLowBytes && (format == k4 || format == k8) &&
          (type == PxtFileTypeTiffLzw || type == PxtFileTypeTiffNone);
 }
 
 /// Whether the platform under test is known to choose another format.
 bool IsReloadedDifferently(PxtFileType type, PixelFormat format) {
-  const unsigned bits = test_support::BitsOf(format);
+  const unsigned bits = BitsOf(format);
   const bool is_by_the_platform = type == PxtFileTypeBmp || type == PxtFileTypePng;
-  return expectations::kDeepBitmapsAreSavedDifferently && (bits == 16 || bits == 32) &&
-         is_by_the_platform;
+  return kDeepBitmapsAreSavedDifferently && (bits == 16 || bits == 32) && is_by_the_platform;
 }
 
 class SavedAndOpened : public testing::Test {
@@ -126,8 +116,7 @@ class SavedAndOpened : public testing::Test {
       for (std::size_t i = 0; i < std::size(kFormats); ++i) {
         const PixelFormat format = kFormats[i];
         if (IsKnownToFail(opened.type, format)) continue;
-        SCOPED_TRACE(testing::Message()
-                     << reference_pixels::NameOf(format) << " as " << opened.type);
+        SCOPED_TRACE(testing::Message() << NameOf(format) << " as " << opened.type);
         // PCX fills whole bytes of bilevel rows only.
         const BitmapPointer bitmap = SampleBitmap(format, 24, 11);
         ASSERT_NE(bitmap, nullptr);
@@ -179,10 +168,8 @@ TEST_F(SavedAndOpened, KeepTheirResolution) {
   ForEveryTypeAndFormat(
       [](PxtFileType type, Gdiplus::Bitmap&, Gdiplus::Bitmap& after, PixelFormat) {
         const bool has_none = type == PxtFileTypeGif;
-        EXPECT_NEAR(after.GetHorizontalResolution(), has_none ? 96 : test_support::kSampleDpiX,
-                    kDpiTolerance);
-        EXPECT_NEAR(after.GetVerticalResolution(), has_none ? 96 : test_support::kSampleDpiY,
-                    kDpiTolerance);
+        EXPECT_NEAR(after.GetHorizontalResolution(), has_none ? 96 : kSampleDpiX, kDpiTolerance);
+        EXPECT_NEAR(after.GetVerticalResolution(), has_none ? 96 : kSampleDpiY, kDpiTolerance);
       });
 }
 
@@ -202,7 +189,7 @@ TEST_F(SavedAndOpened, AreTheSameThroughAStream) {
     if (opened.type == PxtFileTypePcx) continue;
     for (const PixelFormat format : kFormats) {
       if (IsKnownToFail(opened.type, format)) continue;
-      SCOPED_TRACE(testing::Message() << reference_pixels::NameOf(format) << " as " << opened.type);
+      SCOPED_TRACE(testing::Message() << NameOf(format) << " as " << opened.type);
       const BitmapPointer bitmap = SampleBitmap(format, 13, 11);
       const BitmapPointer file = ThroughAFile(*bitmap, opened.type);
       const BitmapPointer stream = ThroughAStream(*bitmap, opened.type);
@@ -223,7 +210,7 @@ TEST_F(SavedAndOpened, AreTheSameThroughAStream) {
 TEST_F(SavedAndOpened, KeepFlatColoursInJpeg) {
   Bytes rows;
   for (int i = 0; i < 16 * 16; ++i) rows.insert(rows.end(), {40, 120, 200});
-  const BitmapPointer bitmap = test_support::MakeBitmap(16, 16, k24, rows);
+  const BitmapPointer bitmap = MakeBitmap(16, 16, k24, rows);
   for (const PxtFileType type : {PxtFileTypeJpegLow, PxtFileTypeJpeg, PxtFileTypeJpegHigh}) {
     const BitmapPointer opened = ThroughAFile(*bitmap, type);
     ASSERT_NE(opened, nullptr);
@@ -256,8 +243,7 @@ TEST_F(SavedAndOpened, AreDividedByAlphaOnTheirWayToPng) {
 TEST_F(SavedAndOpened, ShowBlackAsBlackWhicheverEntryItIs) {
   // The TIFF tells which of the two is white; opened, 0 is black again.
   const BitmapPointer bitmap = SampleBitmap(k1, 24, 11);
-  ASSERT_EQ(bitmap->SetPalette(test_support::PaletteBlock(0, {0xFFFFFFFF, 0xFF000000}).get()),
-            Gdiplus::Ok);
+  ASSERT_EQ(bitmap->SetPalette(PaletteBlock(0, {0xFFFFFFFF, 0xFF000000}).get()), Gdiplus::Ok);
   for (int type = 5; type <= 9; ++type) {
     const BitmapPointer opened = ThroughAFile(*bitmap, static_cast<PxtFileType>(type));
     ASSERT_NE(opened, nullptr);
@@ -267,12 +253,12 @@ TEST_F(SavedAndOpened, ShowBlackAsBlackWhicheverEntryItIs) {
 }
 
 TEST_F(SavedAndOpened, OfDeepChannelsKeepWhatScreensShow) {
-  if (expectations::k48BitChannelsHave16Bits) GTEST_SKIP() << "Wine's channels are others";
+  if (k48BitChannelsHave16Bits) GTEST_SKIP() << "Wine's channels are others";
   for (const PixelFormat format : {PixelFormat48bppRGB, PixelFormat64bppARGB}) {
     const BitmapPointer bitmap = SampleBitmap(format, 24, 11);
     ASSERT_NE(bitmap, nullptr);
     for (const Opened& opened : kOpened) {
-      SCOPED_TRACE(testing::Message() << reference_pixels::NameOf(format) << " as " << opened.type);
+      SCOPED_TRACE(testing::Message() << NameOf(format) << " as " << opened.type);
       const BitmapPointer result = ThroughAFile(*bitmap, opened.type);
       ASSERT_NE(result, nullptr);
       EXPECT_EQ(result->GetWidth(), 24U);
@@ -302,7 +288,7 @@ TEST_F(SavedAndOpened, AColourScanIsAGroup3FaxPage) {
       rows.push_back(static_cast<std::uint8_t>(is_ink ? 20 : (x + y) / 2));
     }
   }
-  const BitmapPointer scan = test_support::MakeBitmap(kWidth, kHeight, k24, rows);
+  const BitmapPointer scan = MakeBitmap(kWidth, kHeight, k24, rows);
   ASSERT_NE(scan, nullptr);
   ASSERT_EQ(scan->SetResolution(204, 196), Gdiplus::Ok);
 
@@ -320,19 +306,18 @@ TEST_F(SavedAndOpened, AColourScanIsAGroup3FaxPage) {
   EXPECT_EQ(PixelsOf(*scan), rows);
 
   // What is in the file, as libtiff finds it.
-  const auto tiff = test_support::OpenTiff(path_, "r");
+  const auto tiff = OpenTiff(path_, "r");
   ASSERT_NE(tiff, nullptr);
   const auto tag = [&tiff](std::uint32_t name) {
     std::uint16_t value = 0;
-    return TIFFGetField(tiff.get(), name, &value) != 0 ? unsigned{value}
-                                                       : test_support::kTagIsAbsent;
+    return TIFFGetField(tiff.get(), name, &value) != 0 ? unsigned{value} : kTagIsAbsent;
   };
   EXPECT_EQ(tag(TIFFTAG_COMPRESSION), 3U);
   EXPECT_EQ(tag(TIFFTAG_BITSPERSAMPLE), 1U);
   EXPECT_EQ(tag(TIFFTAG_SAMPLESPERPIXEL), 1U);
   EXPECT_EQ(tag(TIFFTAG_PHOTOMETRIC), unsigned{PHOTOMETRIC_MINISBLACK});
   EXPECT_EQ(tag(TIFFTAG_ORIENTATION), unsigned{ORIENTATION_TOPLEFT});
-  EXPECT_EQ(tag(TIFFTAG_RESOLUTIONUNIT), test_support::kTagIsAbsent);
+  EXPECT_EQ(tag(TIFFTAG_RESOLUTIONUNIT), kTagIsAbsent);
   std::uint32_t width = 0;
   std::uint32_t height = 0;
   EXPECT_EQ(TIFFGetField(tiff.get(), TIFFTAG_IMAGEWIDTH, &width), 1);
@@ -363,3 +348,4 @@ TEST_F(SavedAndOpened, AColourScanIsAGroup3FaxPage) {
 }
 
 }  // namespace
+}  // namespace pixtola::test

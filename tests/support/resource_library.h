@@ -1,8 +1,8 @@
 // A shared library that has resources of its own, for their tests.
-#ifndef PIXTOLA_TESTS_CONTRACT_RESOURCE_LIBRARY_H_
-#define PIXTOLA_TESTS_CONTRACT_RESOURCE_LIBRARY_H_
+#ifndef PIXTOLA_TESTS_SUPPORT_RESOURCE_LIBRARY_H_
+#define PIXTOLA_TESTS_SUPPORT_RESOURCE_LIBRARY_H_
 
 /// Something of the library's own: a program that calls this has the library loaded.
 const void* AddressInResourceLibrary();
 
-#endif  // PIXTOLA_TESTS_CONTRACT_RESOURCE_LIBRARY_H_
+#endif  // PIXTOLA_TESTS_SUPPORT_RESOURCE_LIBRARY_H_

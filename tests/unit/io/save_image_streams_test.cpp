@@ -15,21 +15,8 @@
 #include "support/test_bitmap.h"
 #include "support/tiff_file.h"
 
+namespace pixtola::test {
 namespace {
-
-using test_support::BitmapPointer;
-using test_support::Bytes;
-using test_support::BytesOf;
-using test_support::HoldLock;
-using test_support::MakeBitmap;
-using test_support::PaletteBlock;
-using test_support::PixelsOf;
-using test_support::Receive;
-using test_support::SampleBitmap;
-using test_support::ShortTag;
-using test_support::StreamPointer;
-using test_support::TemporaryFolder;
-using test_support::UntouchedStream;
 
 /// All but PCX.
 constexpr PxtFileType kStreamTypes[] = {
@@ -48,8 +35,7 @@ constexpr Gdiplus::PixelFormat kFormats[] = {
 
 /// Whether the platform under test is known to write nothing of use.
 bool IsKnownToFail(PxtFileType type, Gdiplus::PixelFormat format) {
-  return expectations::kGifEncoderKnows8BitsOnly && type == PxtFileTypeGif &&
-         format != PixelFormat8bppIndexed;
+  return kGifEncoderKnows8BitsOnly && type == PxtFileTypeGif && format != PixelFormat8bppIndexed;
 }
 
 StreamPointer Save(Gdiplus::Bitmap& bitmap, PxtFileType type) {
@@ -67,8 +53,8 @@ class PxtSaveBitmapToStreamTest : public testing::Test {
   /// A tag of the TIFF in a stream, as libtiff finds it in a file of the same bytes.
   unsigned TagOf(IStream& stream, std::uint32_t tag) {
     std::filesystem::remove(path_);
-    test_support::WriteWholeFile(path_, BytesOf(stream));
-    return ShortTag(path_, tag, test_support::kTagIsAbsent);
+    WriteWholeFile(path_, BytesOf(stream));
+    return ShortTag(path_, tag, kTagIsAbsent);
   }
   /// Expects a call to fail and to leave its argument alone.
   void ExpectNoStream(Gdiplus::Bitmap& bitmap, int type) {
@@ -90,10 +76,10 @@ TEST_F(PxtSaveBitmapToStreamTest, WritesTheBytesThatAFileGets) {
       SCOPED_TRACE(testing::Message() << std::hex << format << " as " << type);
       std::filesystem::remove(path_);
       ASSERT_EQ(SaveFile(*bitmap, type), 1);
-      const Bytes file = test_support::ReadWholeFile(path_);
+      const Bytes file = ReadWholeFile(path_);
       const StreamPointer stream = Save(*bitmap, type);
       ASSERT_NE(stream, nullptr);
-      EXPECT_EQ(test_support::SizeOf(*stream), file.size());
+      EXPECT_EQ(SizeOf(*stream), file.size());
       EXPECT_TRUE(BytesOf(*stream) == file);
       EXPECT_EQ(bitmap->GetLastStatus(), Gdiplus::Ok);
     }
@@ -118,17 +104,16 @@ TEST_F(PxtSaveBitmapToStreamTest, WritesTheBytesOfTheFileForEveryLengthOfTiff) {
   std::uint64_t skipped_bytes = 0;
   for (UINT height = 1; height <= 48; ++height) {
     const BitmapPointer bitmap = SampleBitmap(PixelFormat1bppIndexed, 40 + height % 3 * 8, height);
-    for (const PxtFileType type :
-         {PxtFileTypeTiffGroup3, PxtFileTypeTiffGroup4, PxtFileTypeTiffLzw,
-          PxtFileTypeTiffRunLength, PxtFileTypeTiffNone}) {
+    for (const PxtFileType type : {PxtFileTypeTiffGroup3, PxtFileTypeTiffGroup4, PxtFileTypeTiffLzw,
+                                   PxtFileTypeTiffRunLength, PxtFileTypeTiffNone}) {
       std::filesystem::remove(path_);
       ASSERT_EQ(SaveFile(*bitmap, type), 1);
-      const Bytes file = test_support::ReadWholeFile(path_);
+      const Bytes file = ReadWholeFile(path_);
       UseMemory();
       const StreamPointer stream = Save(*bitmap, type);
       ASSERT_NE(stream, nullptr);
       EXPECT_TRUE(BytesOf(*stream) == file) << height << " rows as " << type;
-      skipped_bytes += TIFFGetStrileByteCount(test_support::OpenTiff(path_, "r").get(), 0) % 2;
+      skipped_bytes += TIFFGetStrileByteCount(OpenTiff(path_, "r").get(), 0) % 2;
     }
   }
   EXPECT_GE(skipped_bytes, 20U);
@@ -139,10 +124,10 @@ TEST_F(PxtSaveBitmapToStreamTest, GivesAMemoryStreamWithOneReference) {
   for (const PxtFileType type : kStreamTypes) {
     const StreamPointer stream = Save(*bitmap, type);
     ASSERT_NE(stream, nullptr) << type;
-    EXPECT_EQ(test_support::ReferencesTo(*stream), 1U) << type;
+    EXPECT_EQ(ReferencesTo(*stream), 1U) << type;
     HGLOBAL block = nullptr;
     ASSERT_EQ(GetHGlobalFromStream(stream.get(), &block), S_OK) << type;
-    EXPECT_GE(GlobalSize(block), test_support::SizeOf(*stream)) << type;
+    EXPECT_GE(GlobalSize(block), SizeOf(*stream)) << type;
   }
 }
 
@@ -152,7 +137,7 @@ TEST_F(PxtSaveBitmapToStreamTest, CutsTheStreamToWhatWasWritten) {
   const BitmapPointer dot = SampleBitmap(PixelFormat24bppRGB, 1, 1);
   const StreamPointer bmp = Save(*dot, PxtFileTypeBmp);
   ASSERT_NE(bmp, nullptr);
-  EXPECT_EQ(test_support::SizeOf(*bmp), 54U + 4U);
+  EXPECT_EQ(SizeOf(*bmp), 54U + 4U);
   const Bytes png = BytesOf(*Save(*dot, PxtFileTypePng));
   ASSERT_GT(png.size(), 8U);
   EXPECT_LT(png.size(), 4096U);
@@ -186,7 +171,7 @@ TEST_F(PxtSaveBitmapToStreamTest, LeavesTheBitmapAsItIs) {
       Save(*bitmap, type);
       ASSERT_EQ(PixelsOf(*bitmap), pixels) << type;
       EXPECT_EQ(bitmap->GetPixelFormat(), format);
-      EXPECT_FLOAT_EQ(bitmap->GetHorizontalResolution(), test_support::kSampleDpiX);
+      EXPECT_FLOAT_EQ(bitmap->GetHorizontalResolution(), kSampleDpiX);
     }
   }
 }
@@ -207,7 +192,7 @@ TEST_F(PxtSaveBitmapToStreamTest, MakesFaxAndRunLengthImagesBilevel) {
     EXPECT_EQ(TagOf(*stream, TIFFTAG_COMPRESSION), compression);
     EXPECT_EQ(TagOf(*stream, TIFFTAG_BITSPERSAMPLE), 1U);
     // libtiff wrote it: the platform's encoder would have told a resolution unit.
-    EXPECT_EQ(TagOf(*stream, TIFFTAG_RESOLUTIONUNIT), test_support::kTagIsAbsent);
+    EXPECT_EQ(TagOf(*stream, TIFFTAG_RESOLUTIONUNIT), kTagIsAbsent);
     BitmapPointer converted;
     ASSERT_EQ(PxtBitmapToBitmap(method, *bitmap, Receive(converted)), 1);
     BitmapPointer extracted;
@@ -225,7 +210,7 @@ TEST_F(PxtSaveBitmapToStreamTest, WritesBilevelTiffWithLibtiffAndDeeperOnesWithT
     const StreamPointer stream = Save(*bilevel, static_cast<PxtFileType>(type));
     ASSERT_NE(stream, nullptr) << type;
     EXPECT_EQ(TagOf(*stream, TIFFTAG_COMPRESSION), compressions[type - 5]) << type;
-    EXPECT_EQ(TagOf(*stream, TIFFTAG_RESOLUTIONUNIT), test_support::kTagIsAbsent) << type;
+    EXPECT_EQ(TagOf(*stream, TIFFTAG_RESOLUTIONUNIT), kTagIsAbsent) << type;
   }
   for (const auto format : {PixelFormat8bppIndexed, PixelFormat24bppRGB, PixelFormat32bppARGB}) {
     const BitmapPointer deep = SampleBitmap(format, 40, 21);
@@ -234,7 +219,7 @@ TEST_F(PxtSaveBitmapToStreamTest, WritesBilevelTiffWithLibtiffAndDeeperOnesWithT
       ASSERT_NE(stream, nullptr) << type;
       EXPECT_EQ(TagOf(*stream, TIFFTAG_RESOLUTIONUNIT), unsigned{RESUNIT_INCH}) << type;
       EXPECT_EQ(TagOf(*stream, TIFFTAG_BITSPERSAMPLE), 8U) << type;
-      if (expectations::kTiffEncoderIgnoresCompression) continue;
+      if (kTiffEncoderIgnoresCompression) continue;
       EXPECT_EQ(TagOf(*stream, TIFFTAG_COMPRESSION), type == PxtFileTypeTiffLzw
                                                          ? unsigned{COMPRESSION_LZW}
                                                          : unsigned{COMPRESSION_NONE});
@@ -250,7 +235,7 @@ unsigned FirstQuantum(const Bytes& jpeg) {
 }
 
 TEST_F(PxtSaveBitmapToStreamTest, WritesJpegInThreeQualities) {
-  if (expectations::kJpegEncoderIgnoresQuality) GTEST_SKIP() << "the quality is not used";
+  if (kJpegEncoderIgnoresQuality) GTEST_SKIP() << "the quality is not used";
   const BitmapPointer bitmap = SampleBitmap(PixelFormat24bppRGB, 64, 64);
   const Bytes middle = BytesOf(*Save(*bitmap, PxtFileTypeJpeg));
   const Bytes low = BytesOf(*Save(*bitmap, PxtFileTypeJpegLow));
@@ -307,7 +292,7 @@ TEST_F(PxtSaveBitmapToStreamTest, RecordsAFailedLockOfABilevelBitmap) {
 }
 
 TEST_F(PxtSaveBitmapToStreamTest, RecordsThePlatformsFailure) {
-  if (expectations::kGrayOf16BitsIsNotRefused) GTEST_SKIP() << "Wine encodes it or says otherwise";
+  if (kGrayOf16BitsIsNotRefused) GTEST_SKIP() << "Wine encodes it or says otherwise";
   Bytes row(8);
   Gdiplus::Bitmap bitmap(4, 1, 8, PixelFormat16bppGrayScale, row.data());
   ASSERT_EQ(bitmap.GetLastStatus(), Gdiplus::Ok);
@@ -336,10 +321,10 @@ TEST_F(PxtSaveBitmapToStreamTest, TouchesNoFileForCodesThatAreNone) {
     EXPECT_EQ(SaveFile(*bitmap, static_cast<PxtFileType>(type)), 0) << type;
     EXPECT_TRUE(folder_.is_empty()) << type;
   }
-  test_support::WriteWholeFile(path_, {1, 2, 3});
+  WriteWholeFile(path_, {1, 2, 3});
   for (const int type : kUnknownTypes) {
     EXPECT_EQ(SaveFile(*bitmap, static_cast<PxtFileType>(type)), 0) << type;
-    EXPECT_EQ(test_support::ReadWholeFile(path_), (Bytes{1, 2, 3})) << type;
+    EXPECT_EQ(ReadWholeFile(path_), (Bytes{1, 2, 3})) << type;
   }
 }
 
@@ -348,11 +333,12 @@ TEST_F(PxtSaveBitmapToStreamTest, ReplacesLongerFiles) {
   for (int type = 0; type < 12; ++type) {
     std::filesystem::remove(path_);
     ASSERT_EQ(SaveFile(*bitmap, static_cast<PxtFileType>(type)), 1) << type;
-    const Bytes fresh = test_support::ReadWholeFile(path_);
-    test_support::WriteWholeFile(path_, Bytes(fresh.size() + 100'000, 0x55));
+    const Bytes fresh = ReadWholeFile(path_);
+    WriteWholeFile(path_, Bytes(fresh.size() + 100'000, 0x55));
     ASSERT_EQ(SaveFile(*bitmap, static_cast<PxtFileType>(type)), 1) << type;
-    EXPECT_TRUE(test_support::ReadWholeFile(path_) == fresh) << type;
+    EXPECT_TRUE(ReadWholeFile(path_) == fresh) << type;
   }
 }
 
 }  // namespace
+}  // namespace pixtola::test

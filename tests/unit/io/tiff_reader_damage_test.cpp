@@ -16,16 +16,8 @@
 #include "support/test_bitmap.h"
 #include "support/tiff_bytes.h"
 
-namespace pixtola {
+namespace pixtola::test {
 namespace {
-
-using test_support::BitmapPointer;
-using test_support::Bytes;
-using test_support::PaletteOf;
-using test_support::PixelsOf;
-using test_support::Receive;
-using test_support::RecordingStream;
-using test_support::TiffPage;
 
 /// What a hostile file may make the reader allocate here.
 constexpr platform::DecodeLimit kLimit = {1 << 20, 1 << 28};
@@ -71,7 +63,7 @@ std::vector<NamedFile> AllFiles() {
       };
       files.push_back({"compression " + std::to_string(compression) + " of " +
                            std::to_string(page.bits_per_sample * page.samples_per_pixel) + " bits",
-                       test_support::TiffBytes({page})});
+                       TiffBytes({page})});
     }
   }
   return files;
@@ -82,7 +74,7 @@ class DamagedTiffTest : public testing::Test {
   /// Whether there is an image; it must be the same from a file and from a stream.
   bool IsRead(const Bytes& file, const std::string& name) {
     std::filesystem::remove(path_);  // to replace its contents would wait for the disk
-    test_support::WriteWholeFile(path_, file);
+    WriteWholeFile(path_, file);
     BitmapPointer from_file;
     const int file_result = ReadTiffFile(path_.wstring().c_str(), 0, Receive(from_file));
     EXPECT_EQ(file_result, from_file != nullptr ? 1 : 0) << name;
@@ -101,12 +93,12 @@ class DamagedTiffTest : public testing::Test {
     return true;
   }
 
-  test_support::TemporaryFolder folder_;
+  TemporaryFolder folder_;
   std::filesystem::path path_ = folder_ / "page.tif";
 };
 
 TEST_F(DamagedTiffTest, GivesAnImageOrNoneWhereverItIsCut) {
-  const test_support::DecodeLimitGuard limit(kLimit);
+  const DecodeLimitGuard limit(kLimit);
   const std::vector<NamedFile> files = AllFiles();
   ASSERT_GE(files.size(), 11U);
   for (const auto& [name, whole] : files) {
@@ -115,13 +107,13 @@ TEST_F(DamagedTiffTest, GivesAnImageOrNoneWhereverItIsCut) {
       const Bytes cut(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size));
       const bool is_read = IsRead(cut, name + ", cut to " + std::to_string(size));
       // Directories come last: without the start of one there is no page.
-      EXPECT_FALSE(is_read && size <= test_support::NumberAt(whole, 4, 4)) << name << ' ' << size;
+      EXPECT_FALSE(is_read && size <= NumberAt(whole, 4, 4)) << name << ' ' << size;
     }
   }
 }
 
 TEST_F(DamagedTiffTest, GivesAnImageOrNoneWhateverIsChanged) {
-  const test_support::DecodeLimitGuard limit(kLimit);
+  const DecodeLimitGuard limit(kLimit);
   std::mt19937 random(1);
   int read = 0;
   int refused = 0;
@@ -156,8 +148,8 @@ TEST_F(DamagedTiffTest, IsKeptInPartOnlyWhenItIsDeep) {
   color.photometric = PHOTOMETRIC_RGB;
   color.rows.assign(300, 0x40);
   for (const TiffPage& page : {gray, color}) {
-    Bytes file = test_support::TiffBytes({page});
-    const std::size_t count = test_support::PlaceOfField(file, TIFFTAG_STRIPBYTECOUNTS);
+    Bytes file = TiffBytes({page});
+    const std::size_t count = PlaceOfField(file, TIFFTAG_STRIPBYTECOUNTS);
     ASSERT_EQ(file.at(count), 20);  // ten runs
     file[count] = 10;
     EXPECT_EQ(IsRead(file, "half a strip"), page.samples_per_pixel == 3);
@@ -171,4 +163,4 @@ TEST_F(DamagedTiffTest, IsKeptInPartOnlyWhenItIsDeep) {
 }
 
 }  // namespace
-}  // namespace pixtola
+}  // namespace pixtola::test

@@ -24,19 +24,8 @@
 #include "support/test_bitmap.h"
 #include "support/tiff_bytes.h"
 
-namespace pixtola {
+namespace pixtola::test {
 namespace {
-
-using test_support::BitmapPointer;
-using test_support::Bytes;
-using test_support::MakeBitmap;
-using test_support::PixelsOf;
-using test_support::Receive;
-using test_support::RecordingStream;
-using test_support::StreamCall;
-using test_support::StreamRecord;
-using test_support::TiffPage;
-using test_support::TiffPointer;
 
 Bytes BilevelTiff() {
   TiffPage page;
@@ -46,7 +35,7 @@ Bytes BilevelTiff() {
   page.more_tags = [](TIFF* tiff) {
     TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_PACKBITS);
   };
-  return test_support::TiffBytes({page});
+  return TiffBytes({page});
 }
 
 Bytes ColorTiff() {
@@ -57,7 +46,7 @@ Bytes ColorTiff() {
   page.samples_per_pixel = 3;
   page.photometric = PHOTOMETRIC_RGB;
   page.rows.assign(600, 0x5A);
-  return test_support::TiffBytes({page});
+  return TiffBytes({page});
 }
 
 /// Whether this thread keeps others from using libtiff.
@@ -125,14 +114,14 @@ class TiffCallsTest : public testing::Test {
             [this] { WriteTiffStream(bitmap_.get(), PxtFileTypeTiffGroup3, nullptr); }};
   }
 
-  test_support::TemporaryFolder folder_;
+  TemporaryFolder folder_;
   Bytes right_ = BilevelTiff();
   Bytes damaged_ = [this] {
     // The strip is said to begin beyond the end.
     Bytes bytes = right_;
-    bytes.at(test_support::PlaceOfField(bytes, TIFFTAG_STRIPOFFSETS) + 1) = 0x7F;
-    test_support::WriteWholeFile(folder_ / "right.tif", right_);
-    test_support::WriteWholeFile(folder_ / "damaged.tif", bytes);
+    bytes.at(PlaceOfField(bytes, TIFFTAG_STRIPOFFSETS) + 1) = 0x7F;
+    WriteWholeFile(folder_ / "right.tif", right_);
+    WriteWholeFile(folder_ / "damaged.tif", bytes);
     return bytes;
   }();
   BitmapPointer bitmap_ = MakeBitmap(800, 200, PixelFormat1bppIndexed, Bytes(20000, 0x3C));
@@ -228,7 +217,7 @@ TEST_F(TiffCallsTest, ReplaceHandlersWithOnesThatDoNothing) {
   // libtiff has something to say about the damaged file, to the handlers of others.
   CountAllMessages();
   {
-    test_support::TiffMemory memory(damaged_);
+    TiffMemory memory(damaged_);
     const TiffPointer tiff = memory.Open("r");
     std::uint8_t row[8];
     if (tiff != nullptr) TIFFReadScanline(tiff.get(), row, 0, 0);
@@ -361,14 +350,14 @@ TEST_F(TiffCallsTest, FailWhenTheStreamCannotBeReadAtAll) {
 }
 
 TEST_F(TiffCallsTest, NeverGiveAnotherImageWhenReadsFallShort) {
-  const std::optional<test_support::TiffPicture> expected = test_support::ReferenceTiffPage(right_);
+  const std::optional<TiffPicture> expected = ReferenceTiffPage(right_);
   ASSERT_TRUE(expected.has_value());
   for (const unsigned most : {0U, 1U, 7U, 100U, 1000U}) {
     RecordingStream stream(right_);
     stream.most_at_once = most;
     BitmapPointer bitmap;
     if (ReadTiffStream(&stream, Receive(bitmap)) == 1) {
-      EXPECT_EQ(test_support::DifferenceFrom(expected, bitmap.get()), "") << most;
+      EXPECT_EQ(DifferenceFrom(expected, bitmap.get()), "") << most;
     }
     EXPECT_EQ(stream.references, 1U);
   }
@@ -391,4 +380,4 @@ TEST_F(TiffCallsTest, SurviveStreamsThatClaimAnotherSize) {
 }
 
 }  // namespace
-}  // namespace pixtola
+}  // namespace pixtola::test
