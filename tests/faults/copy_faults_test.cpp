@@ -253,6 +253,22 @@ std::vector<Picture> PossibleCopies(Gdiplus::Bitmap& bitmap) {
           WithDpi(test_support::WithoutPalette(picture), 200, 300)};
 }
 
+TEST(PxtCopyBitmap, GoesOnWithoutAPaletteThatFindsNoMemory) {
+  const BitmapPointer bitmap =
+      test_support::MakeBitmap(8, 2, PixelFormat1bppIndexed, {0b10100000, 0b00010111});
+  bitmap->SetPalette(test_support::PaletteBlock(0, {0xFFFF0000, 0xFF00FF00}).get());
+  int without_palette = 0;
+  ForEveryFault(Fault::kAllocation, [&](FaultPlan& plan) {
+    BitmapPointer made;
+    const int result = plan.Run([&] { return PxtCopyBitmap(bitmap.get(), Receive(made)); });
+    EXPECT_EQ(result, made != nullptr ? 1 : 0);
+    if (made == nullptr) return;
+    EXPECT_EQ(test_support::PixelsOf(*made), (Bytes{0b10100000, 0b00010111}));
+    if (test_support::PaletteOf(*made) == DefaultColors(PixelFormat1bppIndexed)) ++without_palette;
+  });
+  EXPECT_EQ(without_palette, 1);
+}
+
 TEST(PxtCopyBitmap, HandsOutTheRightBitmapOrNoneWithoutMemory) {
   for (const Gdiplus::PixelFormat format : kFormats) {
     const BitmapPointer bitmap = RandomBitmap(kOddWidth, 37, format);

@@ -37,6 +37,7 @@ int __real_fclose(std::FILE* file);
 Gdiplus::GpStatus __real_GdipBitmapLockBits(Gdiplus::GpBitmap* bitmap, const Gdiplus::GpRect* rect,
                                             UINT flags, Gdiplus::PixelFormat format,
                                             Gdiplus::BitmapData* data);
+Gdiplus::GpStatus __real_GdipBitmapUnlockBits(Gdiplus::GpBitmap* bitmap, Gdiplus::BitmapData* data);
 Gdiplus::GpStatus __real_GdipGetImagePaletteSize(Gdiplus::GpImage* image, INT* size);
 Gdiplus::GpStatus __real_GdipGetImagePalette(Gdiplus::GpImage* image,
                                              Gdiplus::ColorPalette* palette, INT size);
@@ -211,6 +212,14 @@ void WritePaletteDown(const Gdiplus::ColorPalette* palette) {
   });
 }
 
+void WriteLockDown() {
+  WriteDown([](PlatformCalls& calls) { ++calls.locks; });
+}
+
+void WriteUnlockDown() {
+  WriteDown([](PlatformCalls& calls) { ++calls.unlocks; });
+}
+
 void WriteEncodingDown(bool is_to_stream, const Gdiplus::EncoderParameters* parameters) {
   WriteDown([&](PlatformCalls& calls) {
     EncodingCall call{is_to_stream, parameters != nullptr, {}, calls.blocks.size()};
@@ -352,8 +361,15 @@ int __wrap_fclose(std::FILE* file) {
 Gdiplus::GpStatus __wrap_GdipBitmapLockBits(Gdiplus::GpBitmap* bitmap, const Gdiplus::GpRect* rect,
                                             UINT flags, Gdiplus::PixelFormat format,
                                             Gdiplus::BitmapData* data) {
+  test_support::WriteLockDown();
   if (test_support::IsFaultDue(Fault::kLock)) return Gdiplus::OutOfMemory;
   return __real_GdipBitmapLockBits(bitmap, rect, flags, format, data);
+}
+
+Gdiplus::GpStatus __wrap_GdipBitmapUnlockBits(Gdiplus::GpBitmap* bitmap,
+                                              Gdiplus::BitmapData* data) {
+  test_support::WriteUnlockDown();
+  return __real_GdipBitmapUnlockBits(bitmap, data);
 }
 
 Gdiplus::GpStatus __wrap_GdipGetImagePaletteSize(Gdiplus::GpImage* image, INT* size) {
