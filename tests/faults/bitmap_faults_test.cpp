@@ -60,6 +60,48 @@ TEST(PxtBitmapToBytes, GivesNothingOrTheRightResultUnderFaults) {
 }
 
 // Rows that run upwards in memory are copied before they are converted.
+// The palette is the first thing that memory is asked for.
+TEST(PxtBitmapToBytes, GoesOnWithoutAPaletteThatFindsNoMemory) {
+  for (const Gdiplus::PixelFormat format : {PixelFormat1bppIndexed, PixelFormat4bppIndexed}) {
+    const BitmapPointer bitmap = RandomBitmap(45, 37, format);
+    for (const PxtConversionMethod method : kMethods) {
+      SCOPED_TRACE(testing::Message() << "format " << format << ", method " << method);
+      std::uint32_t size = 0;
+      std::uint32_t stride = 0;
+      ASSERT_EQ(PxtBitmapToBytes(method, *bitmap, nullptr, &size, &stride), 1);
+      Bytes undisturbed(size, kUntouched);
+      ASSERT_EQ(PxtBitmapToBytes(method, *bitmap, undisturbed.data(), &size, &stride), 1);
+      Bytes bytes(size, kUntouched);
+      FaultPlan plan(Fault::kAllocation, 1);
+      const auto convert = [&] {
+        return PxtBitmapToBytes(method, *bitmap, bytes.data(), &size, &stride);
+      };
+      EXPECT_EQ(plan.Run(convert), 1);
+      EXPECT_TRUE(plan.HasFired());
+      EXPECT_EQ(bytes, undisturbed);
+    }
+  }
+  // Only pixels of 8 bits need it, and only when they are converted.
+  const BitmapPointer bitmap = RandomBitmap(45, 37, PixelFormat8bppIndexed);
+  std::uint32_t size = 0;
+  std::uint32_t stride = 0;
+  FaultPlan query_plan(Fault::kAllocation, 1);
+  const auto query = [&] {
+    return PxtBitmapToBytes(MethodGray8, *bitmap, nullptr, &size, &stride);
+  };
+  EXPECT_EQ(query_plan.Run(query), 1);
+  EXPECT_TRUE(query_plan.HasFired());
+  EXPECT_EQ(size, 48U * 37);
+  EXPECT_EQ(stride, 48U);
+  Bytes bytes(size, kUntouched);
+  FaultPlan plan(Fault::kAllocation, 1);
+  const auto convert = [&] {
+    return PxtBitmapToBytes(MethodGray8, *bitmap, bytes.data(), &size, &stride);
+  };
+  EXPECT_EQ(plan.Run(convert), 0);
+  EXPECT_TRUE(IsUntouched(bytes));
+}
+
 TEST(PxtBitmapToBytes, GivesNothingWhenRowsCannotBeTurnedRound) {
   Bytes pixels = RandomBytes(48 * 4 * 20);
   Gdiplus::Bitmap bitmap(48, 20, -48 * 4, PixelFormat32bppRGB, pixels.data() + 48 * 4 * 19);

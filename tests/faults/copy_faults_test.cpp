@@ -230,6 +230,21 @@ std::vector<Picture> PossibleCopies(Gdiplus::Bitmap& bitmap) {
   return {picture, WithoutPalette(picture), WithDpi(WithoutPalette(picture), 200, 300)};
 }
 
+TEST(PxtCopyBitmap, GoesOnWithoutAPaletteThatFindsNoMemory) {
+  const BitmapPointer bitmap = MakeBitmap(8, 2, PixelFormat1bppIndexed, {0b10100000, 0b00010111});
+  bitmap->SetPalette(PaletteBlock(0, {0xFFFF0000, 0xFF00FF00}).get());
+  int without_palette = 0;
+  ForEveryFault(Fault::kAllocation, [&](FaultPlan& plan) {
+    BitmapPointer made;
+    const int result = plan.Run([&] { return PxtCopyBitmap(bitmap.get(), Receive(made)); });
+    EXPECT_EQ(result, made != nullptr ? 1 : 0);
+    if (made == nullptr) return;
+    EXPECT_EQ(PixelsOf(*made), (Bytes{0b10100000, 0b00010111}));
+    if (PaletteOf(*made) == DefaultColors(PixelFormat1bppIndexed)) ++without_palette;
+  });
+  EXPECT_EQ(without_palette, 1);
+}
+
 TEST(PxtCopyBitmap, HandsOutTheRightBitmapOrNoneWithoutMemory) {
   for (const Gdiplus::PixelFormat format : kFormats) {
     const BitmapPointer bitmap = RandomBitmap(kOddWidth, 37, format);

@@ -11,6 +11,7 @@
 #include "faults/fault_makers.h"
 #include "faults/fault_streams.h"
 #include "support/fault_injection.h"
+#include "support/platform_calls.h"
 
 namespace pixtola::test {
 namespace {
@@ -180,6 +181,19 @@ TEST(PxtExtractBitmapUnderFaults, LetsThePlatformDecodeWhatLibtiffCannotRead) {
     EXPECT_TRUE(result == 0 || PixelsOf(*extracted, PixelFormat32bppARGB) == colors);
   });
   EXPECT_GE(faults, 3U);
+}
+
+TEST(PxtExtractBitmap, LeavesTheLockOfTheDecodedBitmapToItsEnd) {
+  for (const Container& container : kContainers) {
+    if (IsTiff(container)) continue;
+    SCOPED_TRACE(testing::Message() << "type " << container.type << " of " << container.format);
+    const Source source(container.type, container.format);
+    BitmapPointer extracted;
+    PlatformCalls calls;
+    EXPECT_EQ(calls.Run([&] { return source.Extract(Receive(extracted)); }), 1);
+    // Nobody unlocks the decoded bitmap, which is gone.
+    EXPECT_EQ(calls.locks, calls.unlocks + 1);
+  }
 }
 
 // Kept on purpose: of deep pages libtiff makes what it can. What is missing is black.

@@ -44,6 +44,8 @@ void MakeFaulty(IStream*& stream);
 // Each writes a call down where that is wanted.
 void WriteSectionDown(HDC device, const BITMAPINFO* info, UINT usage, HANDLE file, DWORD offset);
 void WriteBlockDown(UINT flags, SIZE_T size);
+void WriteLockDown();
+void WriteUnlockDown();
 void WritePaletteDown(const Gdiplus::ColorPalette* palette);
 void WriteEncodingDown(bool is_to_stream, const Gdiplus::EncoderParameters* parameters);
 

@@ -37,6 +37,7 @@ int __real_fclose(std::FILE* file);
 Gdiplus::GpStatus __real_GdipBitmapLockBits(Gdiplus::GpBitmap* bitmap, const Gdiplus::GpRect* rect,
                                             UINT flags, Gdiplus::PixelFormat format,
                                             Gdiplus::BitmapData* data);
+Gdiplus::GpStatus __real_GdipBitmapUnlockBits(Gdiplus::GpBitmap* bitmap, Gdiplus::BitmapData* data);
 Gdiplus::GpStatus __real_GdipGetImagePaletteSize(Gdiplus::GpImage* image, INT* size);
 Gdiplus::GpStatus __real_GdipGetImagePalette(Gdiplus::GpImage* image,
                                              Gdiplus::ColorPalette* palette, INT size);
@@ -116,8 +117,15 @@ int __wrap_fclose(std::FILE* file) {
 Gdiplus::GpStatus __wrap_GdipBitmapLockBits(Gdiplus::GpBitmap* bitmap, const Gdiplus::GpRect* rect,
                                             UINT flags, Gdiplus::PixelFormat format,
                                             Gdiplus::BitmapData* data) {
+  pixtola::test::WriteLockDown();
   if (IsFaultDue(Fault::kLock)) return Gdiplus::OutOfMemory;
   return __real_GdipBitmapLockBits(bitmap, rect, flags, format, data);
+}
+
+Gdiplus::GpStatus __wrap_GdipBitmapUnlockBits(Gdiplus::GpBitmap* bitmap,
+                                              Gdiplus::BitmapData* data) {
+  pixtola::test::WriteUnlockDown();
+  return __real_GdipBitmapUnlockBits(bitmap, data);
 }
 
 Gdiplus::GpStatus __wrap_GdipGetImagePaletteSize(Gdiplus::GpImage* image, INT* size) {

@@ -47,6 +47,14 @@ void WritePaletteDown(const Gdiplus::ColorPalette* palette) {
   });
 }
 
+void WriteLockDown() {
+  WriteDown([](PlatformCalls& calls) { ++calls.locks; });
+}
+
+void WriteUnlockDown() {
+  WriteDown([](PlatformCalls& calls) { ++calls.unlocks; });
+}
+
 void WriteEncodingDown(bool is_to_stream, const Gdiplus::EncoderParameters* parameters) {
   WriteDown([&](PlatformCalls& calls) {
     EncodingCall call{is_to_stream, parameters != nullptr, {}, calls.blocks.size()};

@@ -60,6 +60,8 @@ class PlatformCalls {
   std::vector<BlockCall> blocks;
   std::vector<std::vector<Gdiplus::ARGB>> palettes;  ///< the colours that bitmaps are given
   std::vector<EncodingCall> encodings;
+  std::size_t locks = 0;    ///< calls of GdipBitmapLockBits
+  std::size_t unlocks = 0;  ///< calls of GdipBitmapUnlockBits
 
  private:
   /// Calls are written down from here to the end of the scope, in one place at a time.

@@ -206,6 +206,24 @@ TEST_F(ReadTiffFileTest, ReadsRgbAs32BitArgb) {
   EXPECT_EQ(PixelsOf(*bitmap), (Bytes{3, 2, 1, 255, 255, 254, 253, 255}));
 }
 
+TEST_F(ReadTiffFileTest, MultipliesColoursByTheirAlpha) {
+  TiffPage page;
+  page.width = 3;
+  page.bits_per_sample = 8;
+  page.samples_per_pixel = 4;
+  page.photometric = PHOTOMETRIC_RGB;
+  // Red, green, blue, alpha, of which 51 is a fifth of 255.
+  page.rows = {255, 100, 50, 51, 255, 100, 50, 255, 255, 100, 50, 0};
+  page.more_tags = [](TIFF* tiff) {
+    const std::uint16_t kind = EXTRASAMPLE_UNASSALPHA;
+    TIFFSetField(tiff, TIFFTAG_EXTRASAMPLES, 1, &kind);
+  };
+  const BitmapPointer bitmap = WriteAndRead(page);
+  ASSERT_NE(bitmap, nullptr);
+  EXPECT_EQ(bitmap->GetPixelFormat(), PixelFormat32bppARGB);
+  EXPECT_EQ(PixelsOf(*bitmap), (Bytes{10, 20, 51, 51, 50, 100, 255, 255, 0, 0, 0, 0}));
+}
+
 TEST_F(ReadTiffFileTest, ReadsSixteenBitGrayAs32BitArgb) {
   TiffPage page;
   page.width = 2;

@@ -70,6 +70,13 @@ TEST(FindCuts, DoesNotCountTheBrightestLevel) {
   EXPECT_EQ(CutsOf({{255, 1000}}, 0), (LevelCuts{255, 255}));
 }
 
+TEST(FindCuts, CountsTheDarkestLevelTowardTheClipCountButNotTheBrightest) {
+  // From the dark end the sums are 20, 30 and 40, and 20 is nearest to 14.
+  EXPECT_EQ(CutsOf({{0, 20}, {55, 10}, {155, 10}}, 14).low, 55);
+  // From the bright end they are 10 and 20, though the levels are the same seen from there.
+  EXPECT_EQ(CutsOf({{100, 10}, {200, 10}, {255, 20}}, 14).high, 100);
+}
+
 TEST(FindCuts, ChoosesTheSumNearestToTheClipCount) {
   // Sums 10 and 19 are 4 and 5 from 14; 10 and 18 are equally far, and the later one is taken.
   EXPECT_EQ(CutsOf({{10, 10}, {11, 9}, {12, 80}}, 14).low, 11);
