@@ -32,9 +32,9 @@ class PageFile {
     Require(WritePcxFile(wide_path_.c_str(), &bitmap) == 1, "WritePcxFile");
   }
   std::unique_ptr<Gdiplus::Bitmap> Read() const {
-    Gdiplus::Bitmap* bitmap = nullptr;
-    Require(ReadPcxFile(wide_path_.c_str(), &bitmap) == 1, "ReadPcxFile");
-    return std::unique_ptr<Gdiplus::Bitmap>(bitmap);
+    std::unique_ptr<Gdiplus::Bitmap> bitmap = ReadPcxFile(wide_path_.c_str());
+    Require(bitmap != nullptr, "ReadPcxFile");
+    return bitmap;
   }
   std::vector<std::uint8_t> bytes() const {
     std::ifstream file(path_, std::ios::binary);

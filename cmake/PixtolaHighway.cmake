@@ -12,6 +12,10 @@ if(PIXTOLA_WITH_HIGHWAY)
     # GCC cannot align the stack for wider vectors there.
     string(APPEND disabled_targets "|HWY_AVX2|HWY_AVX3|HWY_AVX3_DL")
   endif()
+  if(PIXTOLA_FEW_INSTRUCTION_SETS)
+    # What is left has vectors of 16 and of 32 bytes.
+    string(APPEND disabled_targets "|HWY_SSSE3|HWY_AVX3|HWY_AVX3_DL")
+  endif()
   target_compile_definitions(
     pixtola_highway
     INTERFACE PIXTOLA_WITH_HIGHWAY=1 HWY_WANT_AVX3_DL "HWY_DISABLED_TARGETS=(${disabled_targets})")

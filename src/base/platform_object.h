@@ -11,8 +11,6 @@
 
 namespace pixtola {
 
-using BitmapPointer = std::unique_ptr<Gdiplus::Bitmap>;
-
 /// Null when there is no memory. The classes' own `new` need not tell: on some platforms it hands
 /// GdipAlloc's null on to the constructor.
 template <typename T, typename... Arguments>

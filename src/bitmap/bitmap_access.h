@@ -5,10 +5,9 @@
 #ifndef PIXTOLA_BITMAP_BITMAP_ACCESS_H_
 #define PIXTOLA_BITMAP_BITMAP_ACCESS_H_
 
-#include <memory>
 #include <optional>
 
-#include "base/memory.h"
+#include "base/owners.h"
 #include "platform.h"
 
 namespace pixtola {
@@ -30,7 +29,6 @@ class ReadLock {
 
   bool is_locked() const { return is_locked_; }
   const Gdiplus::BitmapData& data() const { return data_; }
-  const std::uint8_t* first_row() const { return static_cast<const std::uint8_t*>(data_.Scan0); }
 
  private:
   Gdiplus::Bitmap& bitmap_;
@@ -38,10 +36,8 @@ class ReadLock {
   bool is_locked_;
 };
 
-using PalettePointer = std::unique_ptr<Gdiplus::ColorPalette, FreeMemory>;
-
 /// A copy of the bitmap's palette, without entries when it has none or they cannot be had; null
-/// when its size cannot be had. Nothing without memory, which some callers pass over and others
+/// when its size cannot be had. Nothing when out of memory, which some callers pass over and others
 /// fail for.
 std::optional<PalettePointer> CopyPalette(Gdiplus::Bitmap& bitmap);
 

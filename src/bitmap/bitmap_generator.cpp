@@ -43,21 +43,20 @@ Gdiplus::Status CopyPixels(Gdiplus::Bitmap& source, Gdiplus::GpBitmap* destinati
 
 }  // namespace
 
-CBitmapGenerator::CBitmapGenerator(const std::uint8_t* data, Gdiplus::PixelFormat format,
-                                   std::uint32_t width, std::uint32_t height, std::uint32_t stride,
-                                   float dpi_x, float dpi_y, const Gdiplus::ColorPalette* palette) {
+CBitmapGenerator::CBitmapGenerator(const ImageView& pixels, Gdiplus::PixelFormat format,
+                                   Resolution resolution, const Gdiplus::ColorPalette* palette) {
   Rows rows;
-  status = PrepareRows(data, format, width, height, stride, rows);
+  status = PrepareRows(pixels, rows);
   if (status != Gdiplus::Ok) return;
-
-  const Gdiplus::Rect whole(0, 0, static_cast<INT>(width), static_cast<INT>(height));
+  const Gdiplus::Rect whole(0, 0, static_cast<INT>(pixels.width), static_cast<INT>(pixels.height));
   // The platform takes rows to write to, but this bitmap is only ever read.
-  Gdiplus::Bitmap over_rows(whole.Width, whole.Height, static_cast<INT>(rows.stride), format,
-                            const_cast<BYTE*>(rows.first));
+  Gdiplus::Bitmap over_rows(whole.Width, whole.Height, static_cast<INT>(rows.image.stride), format,
+                            const_cast<BYTE*>(rows.image.first_row));
   status = over_rows.GetLastStatus();
   if (status != Gdiplus::Ok) return;
-  over_rows.SetResolution(dpi_x, dpi_y);
+  over_rows.SetResolution(resolution.x, resolution.y);
 
+  Gdiplus::GpBitmap* made = nullptr;
   const Gdiplus::ColorPalette* chosen_palette =
       IsIndexed(format) ? ChoosePalette(format, palette) : nullptr;
   if (IsIndexed(format)) {
@@ -65,29 +64,25 @@ CBitmapGenerator::CBitmapGenerator(const std::uint8_t* data, Gdiplus::PixelForma
     stream = EncodeToMemory(over_rows, PxtFileTypeBmp);
     if (stream != nullptr) {
       const platform::DecodeWithoutLimit without_limit;  // the pixels are there already
-      status = Flat::GdipCreateBitmapFromStream(stream, &bitmap);
-      if (status != Gdiplus::Ok) bitmap = nullptr;
+      status = Flat::GdipCreateBitmapFromStream(stream.get(), &made);
+      if (status == Gdiplus::Ok) bitmap.reset(made);
       return;
     }
     // Without an encoded copy the rows are copied like those of other formats.
   }
 
-  status = Flat::GdipCreateBitmapFromScan0(whole.Width, whole.Height, 0, format, nullptr, &bitmap);
+  status = Flat::GdipCreateBitmapFromScan0(whole.Width, whole.Height, 0, format, nullptr, &made);
   if (status != Gdiplus::Ok) return;
-  if (chosen_palette != nullptr) Flat::GdipSetImagePalette(bitmap, chosen_palette);
-  status = CopyPixels(over_rows, bitmap, whole, format);
+  bitmap.reset(made);
+  if (chosen_palette != nullptr) Flat::GdipSetImagePalette(made, chosen_palette);
+  status = CopyPixels(over_rows, made, whole, format);
   if (status == Gdiplus::Ok) {
-    Flat::GdipBitmapSetResolution(bitmap, dpi_x, dpi_y);
+    Flat::GdipBitmapSetResolution(made, resolution.x, resolution.y);
   } else {
-    Flat::GdipDisposeImage(Detach());
+    bitmap.reset();
   }
 }
 
-CBitmapGenerator::~CBitmapGenerator() {
-  if (bitmap != nullptr) Flat::GdipDisposeImage(bitmap);
-  if (stream != nullptr) stream->Release();
-}
-
-Gdiplus::GpBitmap* CBitmapGenerator::Detach() { return std::exchange(bitmap, nullptr); }
+NativeBitmap CBitmapGenerator::Detach() { return std::exchange(bitmap, nullptr); }
 
 }  // namespace pixtola

@@ -2,29 +2,28 @@
 #ifndef PIXTOLA_BITMAP_BITMAP_GENERATOR_H_
 #define PIXTOLA_BITMAP_BITMAP_GENERATOR_H_
 
-#include <cstdint>
-
+#include "base/owners.h"
+#include "format/image_view.h"
+#include "format/resolution.h"
 #include "platform.h"
 
 namespace pixtola {
 
 class CBitmapGenerator {
  public:
-  /// `data` points to the top row; `stride` is in bytes and, read as a negative 32-bit number,
-  /// walks upwards in memory. The outcome is in `status`.
-  CBitmapGenerator(const std::uint8_t* data, Gdiplus::PixelFormat format, std::uint32_t width,
-                   std::uint32_t height, std::uint32_t stride, float dpi_x, float dpi_y,
+  /// Pixels of `format`, whose rows may run upwards in memory. The outcome is in `status`.
+  CBitmapGenerator(const ImageView& pixels, Gdiplus::PixelFormat format, Resolution resolution,
                    const Gdiplus::ColorPalette* palette);
   CBitmapGenerator(const CBitmapGenerator&) = delete;
   CBitmapGenerator& operator=(const CBitmapGenerator&) = delete;
-  virtual ~CBitmapGenerator();
+  virtual ~CBitmapGenerator() = default;
 
   /// Hands the bitmap over; the generator then holds none.
-  Gdiplus::GpBitmap* Detach();
+  NativeBitmap Detach();
 
   Gdiplus::Status status = Gdiplus::Ok;
-  Gdiplus::GpBitmap* bitmap = nullptr;  ///< owned until detached; never there unless status is Ok
-  IStream* stream = nullptr;  ///< what an encoded copy is decoded from; outlives the bitmap
+  ComPointer<IStream> stream;  ///< what an encoded copy is decoded from; outlives the bitmap
+  NativeBitmap bitmap;         ///< until it is detached; never there unless status is Ok
 };
 
 }  // namespace pixtola

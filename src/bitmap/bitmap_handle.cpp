@@ -4,21 +4,15 @@
 #include <cstddef>
 #include <cstdint>
 #include <limits>
-#include <memory>
 #include <span>
-#include <type_traits>
 #include <utility>
 
+#include "base/owners.h"
 #include "platform.h"
 
 namespace pixtola {
 
 namespace {
-
-struct DeleteHandle {
-  void operator()(HBITMAP handle) const { DeleteObject(handle); }
-};
-using BitmapHandle = std::unique_ptr<std::remove_pointer_t<HBITMAP>, DeleteHandle>;
 
 constexpr std::size_t kPixelBytes = sizeof(Gdiplus::ARGB);
 

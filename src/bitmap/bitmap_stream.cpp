@@ -4,6 +4,7 @@
 #include <limits>
 #include <utility>
 
+#include "format/file_types.h"
 #include "format/pixel_format.h"
 #include "format/stride.h"
 
@@ -106,15 +107,16 @@ HRESULT CBitmapStream::Clone(IStream** stream) {
   return inner_ != nullptr ? inner_->Clone(stream) : E_UNEXPECTED;
 }
 
-IStream* CBitmapStream::Finish() {
+ComPointer<IStream> CBitmapStream::Finish() {
   ULARGE_INTEGER size{};
   size.QuadPart = written_size_;
-  return SUCCEEDED(SetSize(size)) ? std::exchange(inner_, nullptr) : nullptr;
+  return ComPointer<IStream>(SUCCEEDED(SetSize(size)) ? std::exchange(inner_, nullptr) : nullptr);
 }
 
 std::uint64_t EncodedSizeEstimate(Gdiplus::Bitmap& bitmap, PxtFileType type) {
   // How well TIFF compresses cannot be told.
-  if (type >= PxtFileTypeTiffGroup3 && type <= PxtFileTypeTiffNone) return 0;
+  const FileType* found = FindFileType(type);
+  if (found != nullptr && found->tiff_compression != 0) return 0;
   constexpr std::uint64_t kHeaders = 44;
   constexpr std::uint64_t kLeast = 4096;
   const UINT width = bitmap.GetWidth();

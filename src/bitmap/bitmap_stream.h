@@ -4,6 +4,7 @@
 
 #include <cstdint>
 
+#include "base/owners.h"
 #include "platform.h"
 
 namespace pixtola {
@@ -21,7 +22,7 @@ namespace pixtola {
 /// Without an inner stream operations return E_UNEXPECTED, AddRef and Release 0.
 class CBitmapStream final : public virtual IStream {
  public:
-  /// With a block of `size` bytes. There is no inner stream when memory lacks.
+  /// With a block of `size` bytes. There is no inner stream when out of memory.
   explicit CBitmapStream(std::uint64_t size);
   CBitmapStream(const CBitmapStream&) = delete;
   CBitmapStream& operator=(const CBitmapStream&) = delete;
@@ -50,9 +51,9 @@ class CBitmapStream final : public virtual IStream {
   /// The furthest position reached by a write.
   std::uint64_t written_size() const { return written_size_; }
 
-  /// Cuts the inner stream to what was written and hands it over, one reference; null when there is
-  /// none or it cannot be cut.
-  IStream* Finish();
+  /// Cuts the inner stream to what was written and hands it over; null when there is none or it
+  /// cannot be cut.
+  ComPointer<IStream> Finish();
 
  private:
   /// Writes zeros from the written size on, up to `gap_end`, and goes back to `position`.

@@ -4,13 +4,13 @@
 #ifndef PIXTOLA_BITMAP_ENCODED_COPY_H_
 #define PIXTOLA_BITMAP_ENCODED_COPY_H_
 
+#include "base/owners.h"
 #include "platform.h"
 
 namespace pixtola {
 
-/// Encodes a bitmap into a new memory stream, of which the caller gets one reference. Null when
-/// that fails.
-IStream* EncodeToMemory(Gdiplus::Bitmap& bitmap, PxtFileType type);
+/// Encodes a bitmap into a new memory stream; null when that fails.
+ComPointer<IStream> EncodeToMemory(Gdiplus::Bitmap& bitmap, PxtFileType type);
 
 }  // namespace pixtola
 

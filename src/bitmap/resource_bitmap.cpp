@@ -1,20 +1,16 @@
 // PxtLoadBitmapFromResource: an image that a module brings along.
 
 #include <cstring>
-#include <memory>
 
+#include "base/owners.h"
 #include "platform.h"
 
 namespace pixtola {
 
 namespace {
 
-struct FreeGlobal {
-  void operator()(void* block) const { GlobalFree(block); }
-};
-using GlobalBlock = std::unique_ptr<void, FreeGlobal>;
-
-/// A movable block with the bytes of a resource; null when it is missing, empty or memory lacks.
+/// A movable block with the bytes of a resource; null when it is missing or empty, or when out of
+/// memory.
 GlobalBlock CopyResource(const wchar_t* name, const wchar_t* type, HMODULE module) {
   const HRSRC resource = FindResourceW(module, name, type);
   if (resource == nullptr) return nullptr;
@@ -41,10 +37,11 @@ int PxtLoadBitmapFromResource(const wchar_t* name, const wchar_t* type, HMODULE 
   // Outlives the stream and what is decoded from it.
   const GlobalBlock block = CopyResource(name, type, module);
   if (block == nullptr) return 0;
-  IStream* stream = nullptr;
+  IStream* made = nullptr;
   constexpr BOOL kKeepBlock = FALSE;
-  if (FAILED(CreateStreamOnHGlobal(block.get(), kKeepBlock, &stream))) return 0;
-  Gdiplus::Bitmap decoded(stream);
-  stream->Release();
+  if (FAILED(CreateStreamOnHGlobal(block.get(), kKeepBlock, &made))) return 0;
+  ComPointer<IStream> stream(made);
+  Gdiplus::Bitmap decoded(stream.get());
+  stream.reset();
   return decoded.GetLastStatus() == Gdiplus::Ok ? PxtCopyBitmap(&decoded, result) : 0;
 }

@@ -1,6 +1,7 @@
 #include "bitmap/rows.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <limits>
 
@@ -11,66 +12,67 @@ namespace pixtola {
 
 namespace {
 
-/// Copies `row_bytes` of each of `height` rows, which lie `source_stride` bytes apart, into zeroed
-/// rows `stride` bytes apart with `slack` bytes after the last. Null without memory.
-Block<std::uint8_t> CopyRows(const std::uint8_t* first, std::ptrdiff_t source_stride,
-                             std::uint64_t row_bytes, std::uint32_t height, std::uint32_t stride,
-                             std::uint64_t slack) {
-  Block<std::uint8_t> copy = AllocateZeroed<std::uint8_t>(std::uint64_t{stride} * height + slack);
-  for (std::uint32_t y = 0; copy != nullptr && y < height; ++y) {
-    std::memcpy(copy.get() + std::size_t{y} * stride, first + source_stride * y, row_bytes);
+/// Copies `row_bytes` of each row into zeroed rows `stride` bytes apart, with `slack` bytes after
+/// the last.
+Rows CopyRows(const ImageView& source, std::uint64_t row_bytes, std::uint32_t stride,
+              std::uint64_t slack) {
+  Rows rows{source, AllocateZeroed<std::uint8_t>(std::uint64_t{stride} * source.height + slack)};
+  rows.image.first_row = rows.copy.get();
+  rows.image.stride = stride;
+  for (std::uint32_t y = 0; rows.copy != nullptr && y < source.height; ++y) {
+    std::memcpy(rows.copy.get() + std::size_t{y} * stride, source.Row(y), row_bytes);
   }
-  return copy;
+  return rows;
 }
 
 /// What may be read of a bottom-up row: its pixels only, since the top row, the last in memory,
 /// need not be followed by any padding.
-std::uint64_t BottomUpRowBytes(std::uint32_t bits_per_pixel, std::uint32_t width,
-                               std::uint32_t row_distance) {
-  return std::min<std::uint64_t>(row_distance, PackedRowBytes(bits_per_pixel, width));
+std::uint64_t BottomUpRowBytes(const ImageView& pixels, std::uint64_t row_distance) {
+  return std::min(row_distance, PackedRowBytes(pixels.bits_per_pixel, pixels.width));
+}
+
+/// From one row to the next, in whichever direction.
+std::uint64_t RowDistance(const ImageView& pixels) {
+  return static_cast<std::uint64_t>(std::abs(std::int64_t{pixels.stride}));
 }
 
 }  // namespace
 
-Rows TopDownRows(const Gdiplus::BitmapData& data) {
-  const auto* first = static_cast<const std::uint8_t*>(data.Scan0);
-  if (data.Stride >= 0) return {first, static_cast<std::uint32_t>(data.Stride)};
-  Rows rows;
-  rows.stride = 0 - static_cast<std::uint32_t>(data.Stride);
-  rows.copy = CopyRows(first, data.Stride,
-                       BottomUpRowBytes(BitsPerPixel(data.PixelFormat), data.Width, rows.stride),
-                       data.Height, rows.stride, 0);
-  rows.first = rows.copy.get();
-  return rows;
+ImageView ViewOf(const Gdiplus::BitmapData& data) {
+  return {static_cast<const std::uint8_t*>(data.Scan0), data.Width, data.Height, data.Stride,
+          BitsPerPixel(data.PixelFormat)};
 }
 
-Gdiplus::Status PrepareRows(const std::uint8_t* data, Gdiplus::PixelFormat format,
-                            std::uint32_t width, std::uint32_t height, std::uint32_t stride,
-                            Rows& rows) {
-  const std::uint32_t bits = BitsPerPixel(format);
-  const auto signed_stride = static_cast<std::int32_t>(stride);
-  const bool is_bottom_up = signed_stride < 0;
-  const std::uint32_t row_distance = is_bottom_up ? 0 - stride : stride;
-  rows.stride = RoundUpTo4(row_distance);
+Rows TopDownRows(const ImageView& pixels) {
+  if (pixels.stride >= 0) return {pixels, nullptr};
+  const std::uint64_t distance = RowDistance(pixels);
+  return CopyRows(pixels, BottomUpRowBytes(pixels, distance), static_cast<std::uint32_t>(distance),
+                  0);
+}
+
+Gdiplus::Status PrepareRows(const ImageView& pixels, Rows& rows) {
   // What the platform could only read as a negative number is no size and no stride either.
-  constexpr std::uint32_t kLargest = std::numeric_limits<std::int32_t>::max();
-  const bool fits = width <= kLargest && height <= kLargest && rows.stride <= kLargest;
-  if (data == nullptr || !fits || !IsValidStride(width, bits, rows.stride)) {
+  constexpr std::uint64_t kLargest = std::numeric_limits<std::int32_t>::max();
+  const std::uint64_t distance = RowDistance(pixels);
+  const std::uint64_t rounded = (distance + 3) / 4 * 4;
+  const bool fits = pixels.width <= kLargest && pixels.height <= kLargest && rounded <= kLargest;
+  const auto stride = static_cast<std::uint32_t>(rounded);
+  if (pixels.first_row == nullptr || !fits ||
+      !IsValidStride(pixels.width, pixels.bits_per_pixel, stride)) {
     return Gdiplus::InvalidParameter;
   }
   // The stride check lets through rows that are longer than their stride (4-bit ones, and sizes
   // that wrap). Their last row would reach past the caller's image; a copy has room for it.
   const std::uint64_t longest_row =
-      std::max<std::uint64_t>(rows.stride, PackedRowBytes(bits, width));
-  if (!is_bottom_up && rows.stride == stride && longest_row == stride) {
-    rows.first = data;
+      std::max(rounded, PackedRowBytes(pixels.bits_per_pixel, pixels.width));
+  const bool is_bottom_up = pixels.stride < 0;
+  if (!is_bottom_up && rounded == distance && longest_row == distance) {
+    rows.image = pixels;
     return Gdiplus::Ok;
   }
-  rows.copy = CopyRows(data, signed_stride,
-                       is_bottom_up ? BottomUpRowBytes(bits, width, row_distance) : stride, height,
-                       rows.stride, longest_row - rows.stride);
-  rows.first = rows.copy.get();
-  return rows.first != nullptr ? Gdiplus::Ok : Gdiplus::OutOfMemory;
+  rows = CopyRows(pixels, is_bottom_up ? BottomUpRowBytes(pixels, distance) : distance, stride,
+                  longest_row - stride);
+  return rows.copy != nullptr ? Gdiplus::Ok : Gdiplus::OutOfMemory;
 }
 
 }  // namespace pixtola

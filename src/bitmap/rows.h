@@ -6,28 +6,27 @@
 #include <cstdint>
 
 #include "base/memory.h"
+#include "format/image_view.h"
 #include "platform.h"
 
 namespace pixtola {
 
 /// Rows from the top down: the original ones, or a copy.
 struct Rows {
-  const std::uint8_t* first = nullptr;
-  std::uint32_t stride = 0;    ///< bytes
+  ImageView image;             ///< without rows when there was no memory for the copy
   Block<std::uint8_t> copy{};  ///< holds the rows when they are not the original ones
 };
 
-/// The rows of a locked bitmap for conversion; copied when the bitmap holds them bottom-up. `first`
-/// is null when there was no memory for the copy.
-Rows TopDownRows(const Gdiplus::BitmapData& data);
+/// What a bitmap shows while it is locked.
+ImageView ViewOf(const Gdiplus::BitmapData& data);
+
+/// Rows for conversion; copied when they run upwards.
+Rows TopDownRows(const ImageView& pixels);
 
 /// Rows over which the platform can make a bitmap: top-down, with a stride that is a multiple of 4
-/// and no row reaching past the end. Copied only where the original ones are not like that.
-/// `stride` is negative, as a 32-bit number, when rows run upwards from `data`. Returns
+/// and no row reaching past the end. Copied only where the original ones are not like that. Returns
 /// InvalidParameter for null or a stride that does not fit, OutOfMemory, or Ok.
-Gdiplus::Status PrepareRows(const std::uint8_t* data, Gdiplus::PixelFormat format,
-                            std::uint32_t width, std::uint32_t height, std::uint32_t stride,
-                            Rows& rows);
+Gdiplus::Status PrepareRows(const ImageView& pixels, Rows& rows);
 
 }  // namespace pixtola
 

@@ -4,21 +4,18 @@
 
 namespace pixtola {
 
-CWrappedBitmap::CWrappedBitmap(const std::uint8_t* data, Gdiplus::PixelFormat format,
-                               std::uint32_t width, std::uint32_t height, std::uint32_t stride,
-                               float dpi_x, float dpi_y, const Gdiplus::ColorPalette* palette)
-    : CBitmapGenerator(data, format, width, height, stride, dpi_x, dpi_y, palette),
+CWrappedBitmap::CWrappedBitmap(const ImageView& pixels, Gdiplus::PixelFormat format,
+                               Resolution resolution, const Gdiplus::ColorPalette* palette)
+    : CBitmapGenerator(pixels, format, resolution, palette),
       // Not every platform has a constructor through which a derived class adopts a handle: the
       // base starts as the failed bitmap of size 0 and gets the handle afterwards.
       Gdiplus::Bitmap(0, 0, format) {
-  platform::AdoptNativeImage(*this, Detach(), CBitmapGenerator::status);
+  platform::AdoptNativeImage(*this, Detach().release(), CBitmapGenerator::status);
 }
 
-BitmapPointer MakeWrappedBitmap(const std::uint8_t* data, Gdiplus::PixelFormat format,
-                                std::uint32_t width, std::uint32_t height, std::uint32_t stride,
-                                float dpi_x, float dpi_y, const Gdiplus::ColorPalette* palette) {
-  BitmapPointer bitmap = MakePlatformObject<CWrappedBitmap>(data, format, width, height, stride,
-                                                            dpi_x, dpi_y, palette);
+BitmapPointer MakeWrappedBitmap(const ImageView& pixels, Gdiplus::PixelFormat format,
+                                Resolution resolution, const Gdiplus::ColorPalette* palette) {
+  BitmapPointer bitmap = MakePlatformObject<CWrappedBitmap>(pixels, format, resolution, palette);
   const bool is_made = bitmap != nullptr && bitmap->GetLastStatus() == Gdiplus::Ok;
   return is_made ? std::move(bitmap) : nullptr;
 }

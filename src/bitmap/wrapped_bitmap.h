@@ -3,10 +3,10 @@
 #ifndef PIXTOLA_BITMAP_WRAPPED_BITMAP_H_
 #define PIXTOLA_BITMAP_WRAPPED_BITMAP_H_
 
-#include <cstdint>
-
-#include "base/platform_object.h"
+#include "base/owners.h"
 #include "bitmap/bitmap_generator.h"
+#include "format/image_view.h"
+#include "format/resolution.h"
 #include "platform.h"
 
 namespace pixtola {
@@ -15,15 +15,13 @@ namespace pixtola {
 class CWrappedBitmap : CBitmapGenerator, public Gdiplus::Bitmap {
  public:
   /// Arguments as for CBitmapGenerator, whose status becomes the object's last status.
-  CWrappedBitmap(const std::uint8_t* data, Gdiplus::PixelFormat format, std::uint32_t width,
-                 std::uint32_t height, std::uint32_t stride, float dpi_x, float dpi_y,
+  CWrappedBitmap(const ImageView& pixels, Gdiplus::PixelFormat format, Resolution resolution,
                  const Gdiplus::ColorPalette* palette);
 };
 
 /// Makes a bitmap from rows of pixels; null when it could not be made.
-BitmapPointer MakeWrappedBitmap(const std::uint8_t* data, Gdiplus::PixelFormat format,
-                                std::uint32_t width, std::uint32_t height, std::uint32_t stride,
-                                float dpi_x, float dpi_y, const Gdiplus::ColorPalette* palette);
+BitmapPointer MakeWrappedBitmap(const ImageView& pixels, Gdiplus::PixelFormat format,
+                                Resolution resolution, const Gdiplus::ColorPalette* palette);
 
 }  // namespace pixtola
 

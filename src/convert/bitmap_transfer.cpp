@@ -1,9 +1,10 @@
 // Between bitmaps and bytes: conversions of a bitmap's pixels, bitmaps from pixels in memory, and a
 // bitmap's pixels out into memory.
+#include "convert/bitmap_transfer.h"
 
 #include <algorithm>
 #include <cstdlib>
-#include <memory>
+#include <utility>
 
 #include "base/memory.h"
 #include "bitmap/bitmap_access.h"
@@ -33,6 +34,34 @@ RECT WholeBitmap(Gdiplus::Bitmap& bitmap) {
 
 }  // namespace
 
+std::optional<BitmapPointer> ConvertBitmapRect(PxtConversionMethod method, Gdiplus::Bitmap& bitmap,
+                                               RECT& rect) {
+  uint32_t size = 0;
+  uint32_t stride = 0;
+  if (PxtBitmapRectToBytes(method, bitmap, &rect, nullptr, &size, &stride) == 0 || size == 0) {
+    return std::nullopt;
+  }
+  const auto bytes = Allocate<std::uint8_t>(size);
+  if (bytes == nullptr ||
+      PxtBitmapRectToBytes(method, bitmap, &rect, bytes.get(), &size, &stride) == 0) {
+    return std::nullopt;
+  }
+  Resolution resolution;
+  resolution.y = bitmap.GetVerticalResolution();
+  resolution.x = bitmap.GetHorizontalResolution();
+  const Gdiplus::PixelFormat format =
+      method == MethodGray8 ? PixelFormat8bppIndexed : PixelFormat1bppIndexed;
+  return MakeWrappedBitmap(
+      {bytes.get(), Extent(rect.left, rect.right), Extent(rect.top, rect.bottom),
+       SignedStride(stride), BitsPerPixel(format)},
+      format, resolution, nullptr);
+}
+
+BitmapPointer ConvertBitmap(PxtConversionMethod method, Gdiplus::Bitmap& bitmap) {
+  RECT whole = WholeBitmap(bitmap);
+  return ConvertBitmapRect(method, bitmap, whole).value_or(nullptr);
+}
+
 }  // namespace pixtola
 
 int PxtBitmapRectToBytes(PxtConversionMethod method, Gdiplus::Bitmap& bitmap, RECT* rect,
@@ -58,10 +87,10 @@ int PxtBitmapRectToBytes(PxtConversionMethod method, Gdiplus::Bitmap& bitmap, RE
 
   const ReadLock lock(bitmap, width, height, format);
   if (!lock.is_locked()) return 0;
-  const Rows rows = TopDownRows(lock.data());
-  return PxtBytesRectToBytes(method, rows.first, rect, bits, lock.data().Width, lock.data().Height,
-                             rows.stride, destination, destination_size, destination_stride,
-                             palette.get());
+  const Rows rows = TopDownRows(ViewOf(lock.data()));
+  return PxtBytesRectToBytes(method, rows.image.first_row, rect, bits, rows.image.width,
+                             rows.image.height, static_cast<std::uint32_t>(rows.image.stride),
+                             destination, destination_size, destination_stride, palette.get());
 }
 
 int PxtBitmapToBytes(PxtConversionMethod method, Gdiplus::Bitmap& bitmap, uint8_t* destination,
@@ -73,25 +102,11 @@ int PxtBitmapToBytes(PxtConversionMethod method, Gdiplus::Bitmap& bitmap, uint8_
 
 int PxtBitmapRectToBitmap(PxtConversionMethod method, Gdiplus::Bitmap& bitmap, RECT* rect,
                           Gdiplus::Bitmap** result) {
-  using namespace pixtola;
   if (rect == nullptr || result == nullptr) return 0;
-  uint32_t size = 0;
-  uint32_t stride = 0;
-  if (PxtBitmapRectToBytes(method, bitmap, rect, nullptr, &size, &stride) == 0 || size == 0) {
-    return 0;
-  }
-  const auto bytes = Allocate<std::uint8_t>(size);
-  if (bytes == nullptr ||
-      PxtBitmapRectToBytes(method, bitmap, rect, bytes.get(), &size, &stride) == 0) {
-    return 0;
-  }
-  *result = nullptr;
-  const float dpi_y = bitmap.GetVerticalResolution();
-  const float dpi_x = bitmap.GetHorizontalResolution();
-  const Gdiplus::PixelFormat format =
-      method == MethodGray8 ? PixelFormat8bppIndexed : PixelFormat1bppIndexed;
-  return PxtInsertBytes(bytes.get(), format, Extent(rect->left, rect->right),
-                        Extent(rect->top, rect->bottom), stride, dpi_x, dpi_y, result, nullptr);
+  std::optional<pixtola::BitmapPointer> made = pixtola::ConvertBitmapRect(method, bitmap, *rect);
+  if (!made.has_value()) return 0;
+  *result = made->release();
+  return *result != nullptr ? 1 : 0;
 }
 
 int PxtBitmapToBitmap(PxtConversionMethod method, Gdiplus::Bitmap& bitmap,
@@ -103,9 +118,11 @@ int PxtBitmapToBitmap(PxtConversionMethod method, Gdiplus::Bitmap& bitmap,
 int PxtInsertBytes(const uint8_t* bytes, Gdiplus::PixelFormat format, uint32_t width,
                    uint32_t height, uint32_t stride, float horizontal_dpi, float vertical_dpi,
                    Gdiplus::Bitmap** result, const Gdiplus::ColorPalette* palette) {
+  using namespace pixtola;
   if (bytes == nullptr || result == nullptr) return 0;
-  std::unique_ptr<Gdiplus::Bitmap> bitmap = pixtola::MakeWrappedBitmap(
-      bytes, format, width, height, stride, horizontal_dpi, vertical_dpi, palette);
+  BitmapPointer bitmap =
+      MakeWrappedBitmap({bytes, width, height, SignedStride(stride), BitsPerPixel(format)}, format,
+                        {horizontal_dpi, vertical_dpi}, palette);
   if (bitmap == nullptr) return 0;
   *result = bitmap.release();
   return 1;
@@ -122,12 +139,11 @@ int PxtInsertBytesRect(const uint8_t* bytes, Gdiplus::PixelFormat format, uint32
       !ClipInclusive(clipped.top, clipped.bottom, height)) {
     return 0;
   }
-  Gdiplus::Bitmap* made = nullptr;
-  if (PxtInsertBytes(bytes, format, width, height, stride, horizontal_dpi, vertical_dpi, &made,
-                     nullptr) == 0) {
-    return 0;
-  }
-  std::unique_ptr<Gdiplus::Bitmap> whole(made);
+  const Resolution resolution{horizontal_dpi, vertical_dpi};
+  BitmapPointer whole =
+      MakeWrappedBitmap({bytes, width, height, SignedStride(stride), BitsPerPixel(format)}, format,
+                        resolution, nullptr);
+  if (whole == nullptr) return 0;
   const Gdiplus::Rect part(clipped.left, clipped.top, clipped.right - clipped.left + 1,
                            clipped.bottom - clipped.top + 1);
   if (static_cast<uint32_t>(part.Width) == width && static_cast<uint32_t>(part.Height) == height) {
@@ -136,10 +152,7 @@ int PxtInsertBytesRect(const uint8_t* bytes, Gdiplus::PixelFormat format, uint32
   }
   Gdiplus::BitmapData data{};
   if (whole->LockBits(&part, Gdiplus::ImageLockModeRead, format, &data) != Gdiplus::Ok) return 0;
-  *result = MakeWrappedBitmap(static_cast<const std::uint8_t*>(data.Scan0), format, data.Width,
-                              data.Height, static_cast<std::uint32_t>(data.Stride), horizontal_dpi,
-                              vertical_dpi, nullptr)
-                .release();
+  *result = MakeWrappedBitmap(ViewOf(data), format, resolution, nullptr).release();
   // The temporary bitmap goes while it is locked; the new one has its own pixels.
   return *result != nullptr ? 1 : 0;
 }

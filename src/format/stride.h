@@ -2,12 +2,18 @@
 #ifndef PIXTOLA_FORMAT_STRIDE_H_
 #define PIXTOLA_FORMAT_STRIDE_H_
 
+#include <cstddef>
 #include <cstdint>
 
 namespace pixtola {
 
 /// Rounds up to a multiple of 4; wraps at 32 bits.
 constexpr std::uint32_t RoundUpTo4(std::uint32_t bytes) { return (bytes + 3) & ~std::uint32_t{3}; }
+
+/// A stride that was given in 32 bits, where it may stand for a negative number.
+constexpr std::ptrdiff_t SignedStride(std::uint32_t stride) {
+  return static_cast<std::int32_t>(stride);
+}
 
 /// Bytes that `width` pixels really occupy, padding excluded. Never wraps.
 constexpr std::uint64_t PackedRowBytes(std::uint32_t bits_per_pixel, std::uint32_t width) {

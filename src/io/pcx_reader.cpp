@@ -7,11 +7,14 @@
 #include <string>
 #include <utility>
 
-#include "base/file.h"
+#include "base/file_bytes.h"
+#include "base/owners.h"
 #include "base/pixel_memory.h"
 #include "base/text.h"
+#include "bitmap/wrapped_bitmap.h"
 #include "format/palettes.h"
 #include "format/pixel_format.h"
+#include "format/stride.h"
 #include "io/pcx_layout.h"
 #include "io/pixels/pcx_header.h"
 #include "io/pixels/pcx_plane_kernels.h"
@@ -165,23 +168,24 @@ bool ReadImage(const wchar_t* path, PcxImage& image) {
 
 }  // namespace
 
-int ReadPcxFile(const wchar_t* path, Gdiplus::Bitmap** bitmap) try {
-  if (path == nullptr || bitmap == nullptr) return 0;
+BitmapPointer ReadPcxFile(const wchar_t* path) try {
+  if (path == nullptr) return nullptr;
   const std::wstring trimmed(Trim(path));
   PcxImage image;
-  if (trimmed.empty() || !ReadImage(trimmed.c_str(), image)) return 0;
-  Gdiplus::Bitmap* made = nullptr;
-  if (PxtInsertBytes(image.pixels.get(), image.layout->format, image.width, image.height,
-                     image.stride, image.header.horizontal_dpi, image.header.vertical_dpi, &made,
-                     nullptr) == 0) {
-    return 0;
-  }
+  if (trimmed.empty() || !ReadImage(trimmed.c_str(), image)) return nullptr;
+  const PcxHeader& header = image.header;
+  const Gdiplus::PixelFormat format = image.layout->format;
+  BitmapPointer bitmap = MakeWrappedBitmap(
+      {image.pixels.get(), image.width, image.height, SignedStride(image.stride),
+       BitsPerPixel(format)},
+      format, {static_cast<float>(header.horizontal_dpi), static_cast<float>(header.vertical_dpi)},
+      nullptr);
+  if (bitmap == nullptr) return nullptr;
   // A palette that cannot be set shows in the bitmap's last status.
-  if (image.layout->palette_size != 0) made->SetPalette(&image.palette);
-  *bitmap = made;
-  return 1;
+  if (image.layout->palette_size != 0) bitmap->SetPalette(&image.palette);
+  return bitmap;
 } catch (const std::bad_alloc&) {
-  return 0;
+  return nullptr;
 }
 
 }  // namespace pixtola

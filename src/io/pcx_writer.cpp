@@ -8,9 +8,10 @@
 #include <limits>
 #include <optional>
 
-#include "base/file.h"
 #include "base/memory.h"
+#include "base/owners.h"
 #include "bitmap/bitmap_access.h"
+#include "bitmap/rows.h"
 #include "format/pixel_format.h"
 #include "format/stride.h"
 #include "io/pixels/pcx_header.h"
@@ -110,8 +111,9 @@ bool WriteRows(std::FILE* file, Gdiplus::Bitmap& bitmap, const PcxShape& shape) 
   if (!lock.is_locked()) return true;
   const PcxPlaneKernels& plane_kernels = BestPcxPlaneKernels();
   const PcxRleKernels& rle_kernels = BestPcxRleKernels();
+  const ImageView image = ViewOf(lock.data());
   for (UINT y = 0; y < shape.height; ++y) {
-    const std::uint8_t* row = lock.first_row() + std::ptrdiff_t{lock.data().Stride} * y;
+    const std::uint8_t* row = image.Row(y);
     if (shape.is_color()) {
       plane_kernels.separate_rgb(row, shape.width, line.get(), line.get() + plane_bytes,
                                  line.get() + 2 * plane_bytes);

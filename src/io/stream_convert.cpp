@@ -3,9 +3,11 @@
 #include <optional>
 #include <utility>
 
+#include "base/owners.h"
 #include "base/platform_object.h"
 #include "bitmap/bitmap_access.h"
 #include "bitmap/wrapped_bitmap.h"
+#include "convert/bitmap_transfer.h"
 #include "format/pixel_format.h"
 #include "io/tiff_reader.h"
 #include "platform.h"
@@ -37,16 +39,19 @@ BitmapPointer ExtractWithPlatform(IStream& stream) {
     if (!copied.has_value()) return nullptr;
     palette = *std::move(copied);
   }
-  const float dpi_x = decoded->GetHorizontalResolution();
-  const float dpi_y = decoded->GetVerticalResolution();
-  return MakeWrappedBitmap(static_cast<const std::uint8_t*>(data.Scan0), format, width, height,
-                           static_cast<std::uint32_t>(data.Stride), dpi_x, dpi_y, palette.get());
+  Resolution resolution;
+  resolution.x = decoded->GetHorizontalResolution();
+  resolution.y = decoded->GetVerticalResolution();
+  return MakeWrappedBitmap({static_cast<const std::uint8_t*>(data.Scan0), width, height,
+                            data.Stride, BitsPerPixel(format)},
+                           format, resolution, palette.get());
 }
 
-BitmapPointer Extract(IStream* stream) {
-  Gdiplus::Bitmap* bitmap = nullptr;
-  PxtExtractBitmap(stream, &bitmap);
-  return BitmapPointer(bitmap);
+BitmapPointer Extract(IStream& stream) {
+  if (!SeekToStart(stream)) return nullptr;
+  BitmapPointer bitmap = ReadTiffStream(&stream);
+  if (bitmap != nullptr) return bitmap;
+  return SeekToStart(stream) ? ExtractWithPlatform(stream) : nullptr;
 }
 
 }  // namespace
@@ -54,35 +59,28 @@ BitmapPointer Extract(IStream* stream) {
 }  // namespace pixtola
 
 int PxtExtractBitmap(IStream* stream, Gdiplus::Bitmap** bitmap) {
-  using namespace pixtola;
   if (stream == nullptr || bitmap == nullptr) return 0;
   *bitmap = nullptr;
-  if (!SeekToStart(*stream)) return 0;
-  if (ReadTiffStream(stream, bitmap) != 0) return 1;
-  if (!SeekToStart(*stream)) return 0;
-  *bitmap = ExtractWithPlatform(*stream).release();
+  *bitmap = pixtola::Extract(*stream).release();
   return *bitmap != nullptr ? 1 : 0;
 }
 
 int PxtSaveStreamToFile(IStream* stream, PxtFileType type, const wchar_t* path) {
-  if (path == nullptr) return 0;
-  const auto bitmap = pixtola::Extract(stream);
+  if (stream == nullptr || path == nullptr) return 0;
+  const auto bitmap = pixtola::Extract(*stream);
   return PxtSaveBitmapToFile(bitmap.get(), type, path);
 }
 
 int PxtSaveStreamToStream(IStream* stream, IStream** result, PxtFileType type) {
-  if (result == nullptr) return 0;
-  const auto bitmap = pixtola::Extract(stream);
+  if (stream == nullptr || result == nullptr) return 0;
+  const auto bitmap = pixtola::Extract(*stream);
   return PxtSaveBitmapToStream(bitmap.get(), result, type);
 }
 
 int PxtStreamToStream(PxtConversionMethod method, IStream* stream, PxtFileType type,
                       IStream** result) {
-  if (result == nullptr) return 0;
-  auto bitmap = pixtola::Extract(stream);
-  if (bitmap == nullptr) return 0;
-  Gdiplus::Bitmap* converted = nullptr;
-  if (PxtBitmapToBitmap(method, *bitmap, &converted) == 0) return 0;
-  bitmap.reset(converted);
+  if (stream == nullptr || result == nullptr) return 0;
+  auto bitmap = pixtola::Extract(*stream);
+  if (bitmap != nullptr) bitmap = pixtola::ConvertBitmap(method, *bitmap);
   return PxtSaveBitmapToStream(bitmap.get(), result, type);
 }

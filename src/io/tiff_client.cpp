@@ -1,5 +1,7 @@
 #include "io/tiff_client.h"
 
+#include <tiffio.h>
+
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
@@ -21,7 +23,7 @@ ULONG TransferSize(tmsize_t size) {
 tmsize_t ReadStream(thandle_t client, void* buffer, tmsize_t size) {
   if (buffer == nullptr || size <= 0) return 0;
   IStream& stream = StreamOf(client);
-  const StreamReference reference(stream);
+  const auto reference = Share(stream);
   ULONG read = 0;
   stream.Read(buffer, TransferSize(size), &read);  // an error shows in the count
   return static_cast<tmsize_t>(read);
@@ -30,7 +32,7 @@ tmsize_t ReadStream(thandle_t client, void* buffer, tmsize_t size) {
 tmsize_t WriteStream(thandle_t client, void* buffer, tmsize_t size) {
   if (buffer == nullptr || size <= 0) return 0;
   IStream& stream = StreamOf(client);
-  const StreamReference reference(stream);
+  const auto reference = Share(stream);
   ULONG written = 0;
   stream.Write(buffer, TransferSize(size), &written);
   return static_cast<tmsize_t>(written);
@@ -38,7 +40,7 @@ tmsize_t WriteStream(thandle_t client, void* buffer, tmsize_t size) {
 
 toff_t SeekStream(thandle_t client, toff_t offset, int whence) {
   IStream& stream = StreamOf(client);
-  const StreamReference reference(stream);
+  const auto reference = Share(stream);
   const DWORD origin = whence == SEEK_CUR   ? STREAM_SEEK_CUR
                        : whence == SEEK_END ? STREAM_SEEK_END
                                             : STREAM_SEEK_SET;
@@ -52,7 +54,7 @@ toff_t SeekStream(thandle_t client, toff_t offset, int whence) {
 
 toff_t SizeOfStream(thandle_t client) {
   IStream& stream = StreamOf(client);
-  const StreamReference reference(stream);
+  const auto reference = Share(stream);
   STATSTG stat{};
   stream.Stat(&stat, STATFLAG_NONAME);
   return static_cast<std::uint32_t>(stat.cbSize.QuadPart);
@@ -67,11 +69,12 @@ void UnmapStream(thandle_t /*client*/, void* /*base*/, toff_t /*size*/) {}
 
 }  // namespace
 
-TIFF* OpenTiffStream(IStream& stream, const char* mode) {
+TiffFile OpenTiffStream(IStream& stream, const char* mode) {
   const platform::TiffOptions options = platform::MakeTiffOptions(mode[0] == 'r');
   if (options == nullptr) return nullptr;
-  return TIFFClientOpenExt("TIFFStream", mode, &stream, ReadStream, WriteStream, SeekStream,
-                           CloseStream, SizeOfStream, MapStream, UnmapStream, options.get());
+  return TiffFile(TIFFClientOpenExt("TIFFStream", mode, &stream, ReadStream, WriteStream,
+                                    SeekStream, CloseStream, SizeOfStream, MapStream, UnmapStream,
+                                    options.get()));
 }
 
 }  // namespace pixtola

@@ -1,5 +1,7 @@
 #include "io/tiff_lock.h"
 
+#include <tiffio.h>
+
 #include <cstdarg>
 
 namespace pixtola {

@@ -2,10 +2,6 @@
 #ifndef PIXTOLA_IO_TIFF_LOCK_H_
 #define PIXTOLA_IO_TIFF_LOCK_H_
 
-#include <tiffio.h>
-
-#include <memory>
-
 #include "base/critical_section.h"
 
 namespace pixtola {
@@ -17,11 +13,6 @@ extern CriticalSection TiffLock;
 
 /// Keeps libtiff, in the whole process, from printing. Whoever calls this holds TiffLock.
 void SilenceTiff();
-
-struct CloseTiff {
-  void operator()(TIFF* tiff) const { TIFFClose(tiff); }
-};
-using TiffFile = std::unique_ptr<TIFF, CloseTiff>;
 
 }  // namespace pixtola
 

@@ -3,13 +3,14 @@
 #include <tiffio.h>
 
 #include <algorithm>
-#include <memory>
 #include <mutex>
 #include <utility>
 
+#include "base/owners.h"
 #include "base/pixel_memory.h"
 #include "bitmap/wrapped_bitmap.h"
 #include "format/palettes.h"
+#include "format/stride.h"
 #include "io/tiff_client.h"
 #include "io/tiff_lock.h"
 
@@ -26,8 +27,7 @@ struct Page {
   std::uint16_t photometric = PHOTOMETRIC_MINISBLACK;
   std::uint16_t compression = COMPRESSION_NONE;
   // Kept on purpose: taken as dots per inch whatever the file's resolution unit.
-  float dpi_x = 0;
-  float dpi_y = 0;
+  Resolution resolution;
 
   std::uint32_t depth() const { return std::uint32_t{bits_per_sample} * samples_per_pixel; }
 };
@@ -40,8 +40,8 @@ Page ReadTags(TIFF* tiff) {
   TIFFGetField(tiff, TIFFTAG_SAMPLESPERPIXEL, &page.samples_per_pixel);
   TIFFGetField(tiff, TIFFTAG_PHOTOMETRIC, &page.photometric);
   TIFFGetField(tiff, TIFFTAG_COMPRESSION, &page.compression);
-  TIFFGetField(tiff, TIFFTAG_XRESOLUTION, &page.dpi_x);
-  TIFFGetField(tiff, TIFFTAG_YRESOLUTION, &page.dpi_y);
+  TIFFGetField(tiff, TIFFTAG_XRESOLUTION, &page.resolution.x);
+  TIFFGetField(tiff, TIFFTAG_YRESOLUTION, &page.resolution.y);
   return page;
 }
 
@@ -70,9 +70,9 @@ BitmapPointer ReadDeepPage(TIFF* tiff, const Page& page) {
   }
   auto* bytes = reinterpret_cast<std::uint8_t*>(raster.get());
   for (std::uint64_t i = 0; i < pixels; ++i) std::swap(bytes[4 * i], bytes[4 * i + 2]);
-  return MakeWrappedBitmap(bytes, PixelFormat32bppARGB, page.width, page.height,
-                           PxtCalcStride(page.width, PixelFormat32bppARGB), page.dpi_x, page.dpi_y,
-                           nullptr);
+  const std::uint32_t stride = PxtCalcStride(page.width, PixelFormat32bppARGB);
+  return MakeWrappedBitmap({bytes, page.width, page.height, SignedStride(stride), 32},
+                           PixelFormat32bppARGB, page.resolution, nullptr);
 }
 
 /// The page's colour map as a palette; false when it has none.
@@ -166,42 +166,39 @@ BitmapPointer ReadIndexedPage(TIFF* tiff, const Page& page) {
   }
   const Gdiplus::ColorPalette* palette = nullptr;
   if (layout.has_palette) palette = &layout.color_map;
-  return MakeWrappedBitmap(rows.get(), layout.format, page.width, page.height, stride, page.dpi_x,
-                           page.dpi_y, palette);
+  return MakeWrappedBitmap(
+      {rows.get(), page.width, page.height, std::ptrdiff_t{stride}, page.depth()}, layout.format,
+      page.resolution, palette);
 }
 
-int ReadTiffPage(TIFF* tiff, std::uint32_t page_index, Gdiplus::Bitmap** bitmap) {
-  if (!SelectPage(tiff, page_index)) return 0;
+BitmapPointer ReadTiffPage(TIFF* tiff, std::uint32_t page_index) {
+  if (!SelectPage(tiff, page_index)) return nullptr;
   const Page page = ReadTags(tiff);
   if (!platform::IsTiffCompressionRead(page.compression) || !platform::IsTiffPageAllowed(tiff)) {
-    return 0;
+    return nullptr;
   }
-  BitmapPointer made = page.depth() > 8 ? ReadDeepPage(tiff, page) : ReadIndexedPage(tiff, page);
-  if (made == nullptr) return 0;
-  *bitmap = made.release();
-  return 1;
+  return page.depth() > 8 ? ReadDeepPage(tiff, page) : ReadIndexedPage(tiff, page);
 }
 
 }  // namespace
 
-int ReadTiffFile(const wchar_t* path, std::uint32_t page_index, Gdiplus::Bitmap** bitmap) {
+BitmapPointer ReadTiffFile(const wchar_t* path, std::uint32_t page_index) {
   const std::scoped_lock lock(TiffLock);
-  if (path == nullptr || bitmap == nullptr) return 0;
+  if (path == nullptr) return nullptr;
   SilenceTiff();
   // "m": not mapped into memory, where a file that is cut short meanwhile would be fatal. "h": the
   // header only, no directory yet.
   const TiffFile tiff(platform::OpenTiffFile(path, "rmh"));
-  return tiff != nullptr ? ReadTiffPage(tiff.get(), page_index, bitmap) : 0;
+  return tiff != nullptr ? ReadTiffPage(tiff.get(), page_index) : nullptr;
 }
 
-int ReadTiffStream(IStream* stream, Gdiplus::Bitmap** bitmap) {
+BitmapPointer ReadTiffStream(IStream* stream) {
   const std::scoped_lock lock(TiffLock);
-  if (stream == nullptr) return 0;
-  const StreamReference reference(*stream);
-  if (bitmap == nullptr) return 0;
+  if (stream == nullptr) return nullptr;
+  const auto reference = Share(*stream);
   SilenceTiff();
-  const TiffFile tiff(OpenTiffStream(*stream, "rh"));
-  return tiff != nullptr ? ReadTiffPage(tiff.get(), 0, bitmap) : 0;
+  const TiffFile tiff = OpenTiffStream(*stream, "rh");
+  return tiff != nullptr ? ReadTiffPage(tiff.get(), 0) : nullptr;
 }
 
 }  // namespace pixtola

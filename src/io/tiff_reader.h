@@ -4,17 +4,16 @@
 
 #include <cstdint>
 
+#include "base/owners.h"
 #include "platform.h"
 
 namespace pixtola {
 
-/// Reads page `page_index` (0 is the first) of a TIFF file into a new bitmap. Returns 1, or 0 with
-/// `*bitmap` untouched.
-int ReadTiffFile(const wchar_t* path, std::uint32_t page_index, Gdiplus::Bitmap** bitmap);
+/// Page `page_index` (0 is the first) of a TIFF file as a new bitmap; null when it cannot be read.
+BitmapPointer ReadTiffFile(const wchar_t* path, std::uint32_t page_index);
 
-/// Reads the first page of the TIFF in a stream that stands at its start. Returns 1, or 0 with
-/// `*bitmap` untouched.
-int ReadTiffStream(IStream* stream, Gdiplus::Bitmap** bitmap);
+/// The first page of the TIFF in a stream that stands at its start; null when it cannot be read.
+BitmapPointer ReadTiffStream(IStream* stream);
 
 }  // namespace pixtola
 

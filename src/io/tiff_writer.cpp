@@ -10,7 +10,9 @@
 #include <utility>
 
 #include "base/memory.h"
+#include "base/owners.h"
 #include "bitmap/bitmap_access.h"
+#include "format/file_types.h"
 #include "io/tiff_client.h"
 #include "io/tiff_lock.h"
 
@@ -20,20 +22,8 @@ namespace {
 
 /// libtiff's code, or 0 for file types that are not TIFF.
 std::uint16_t CompressionOf(PxtFileType type) {
-  switch (type) {
-    case PxtFileTypeTiffGroup3:
-      return COMPRESSION_CCITTFAX3;
-    case PxtFileTypeTiffGroup4:
-      return COMPRESSION_CCITTFAX4;
-    case PxtFileTypeTiffLzw:
-      return COMPRESSION_LZW;
-    case PxtFileTypeTiffRunLength:
-      return COMPRESSION_PACKBITS;
-    case PxtFileTypeTiffNone:
-      return COMPRESSION_NONE;
-    default:
-      return 0;
-  }
+  const FileType* found = FindFileType(type);
+  return found != nullptr ? found->tiff_compression : std::uint16_t{0};
 }
 
 struct SampleLayout {
@@ -164,11 +154,11 @@ int WriteTiffFile(Gdiplus::Bitmap* bitmap, PxtFileType type, const wchar_t* path
 int WriteTiffStream(Gdiplus::Bitmap* bitmap, PxtFileType type, IStream* stream) {
   const std::scoped_lock lock(TiffLock);
   if (stream == nullptr) return 0;
-  const StreamReference reference(*stream);
+  const auto reference = Share(*stream);
   const std::uint16_t compression = CompressionOf(type);
   if (bitmap == nullptr || compression == 0) return 0;
   SilenceTiff();
-  const TiffFile tiff(OpenTiffStream(*stream, "w"));
+  const TiffFile tiff = OpenTiffStream(*stream, "w");
   return tiff != nullptr ? WriteTiffPage(tiff.get(), compression, *bitmap) : 0;
 }
 

@@ -24,7 +24,12 @@ class PcxReaderUnderFaults : public testing::Test {
     ASSERT_EQ(WritePcxFile(path_.wstring().c_str(), &bitmap), 1);
   }
 
-  int Read(Gdiplus::Bitmap** bitmap) { return ReadPcxFile(wide_path_.c_str(), bitmap); }
+  int Read(Gdiplus::Bitmap** bitmap) {
+    BitmapPointer read = ReadPcxFile(wide_path_.c_str());
+    if (read == nullptr) return 0;
+    *bitmap = read.release();
+    return 1;
+  }
 
   Picture ReadUndisturbed() {
     BitmapPointer bitmap;

@@ -234,7 +234,7 @@ TEST_F(ScriptedBitmapStream, IsCutToWhatWasWrittenAtTheEnd) {
   inner_.position = 2;
   stream_.Write("", 1, nullptr);
   inner_.calls.clear();
-  EXPECT_EQ(stream_.Finish(), &inner_);
+  EXPECT_EQ(stream_.Finish().release(), &inner_);
   EXPECT_EQ(inner_.calls,
             (std::vector<std::string>{ScriptedStream::Call("SetSize", 5'000'000'000)}));
   EXPECT_EQ(inner_.references, 1U);
@@ -245,7 +245,7 @@ TEST(CBitmapStream, HandsItsOneReferenceOver) {
   {
     CBitmapStream stream(0);
     PutInside(stream, inner);
-    EXPECT_EQ(stream.Finish(), &inner);
+    EXPECT_EQ(stream.Finish().release(), &inner);
     EXPECT_EQ(inner.references, 1U);
   }
   EXPECT_EQ(inner.references, 1U);
@@ -344,7 +344,7 @@ TEST(CBitmapStream, KnowsHowFarItWasWrittenInMemory) {
   EXPECT_EQ(stream.written_size(), 11U);
   SeekTo(stream, 4000);
   EXPECT_EQ(stream.written_size(), 11U);
-  const StreamPointer inner(stream.Finish());
+  const StreamPointer inner(stream.Finish().release());
   ASSERT_NE(inner, nullptr);
   EXPECT_EQ(SizeOf(*inner), 11U);
   EXPECT_EQ(BytesOf(*inner), (Bytes{1, 2, 33, 44, 55, 6, 7, 8, 99, 100, 101}));
@@ -392,7 +392,7 @@ TEST(CBitmapStream, HoldsZerosWhereAWriterSkippedBytes) {
     Bytes expected{1, 22, 3};
     expected.resize(3 + gap, 0);
     expected.insert(expected.end(), {4, 5});
-    const StreamPointer inner(stream.Finish());
+    const StreamPointer inner(stream.Finish().release());
     ASSERT_NE(inner, nullptr);
     EXPECT_EQ(BytesOf(*inner), expected) << gap;
   }
@@ -407,14 +407,14 @@ TEST(CBitmapStream, GrowsBeyondItsFirstSize) {
     expected.insert(expected.end(), piece.begin(), piece.end());
   }
   EXPECT_EQ(stream.written_size(), 3700U);
-  const StreamPointer inner(stream.Finish());
+  const StreamPointer inner(stream.Finish().release());
   ASSERT_NE(inner, nullptr);
   EXPECT_EQ(BytesOf(*inner), expected);
 }
 
 TEST(CBitmapStream, IsEmptyAtTheEndWhenNothingWasWritten) {
   CBitmapStream stream(4096);
-  const StreamPointer inner(stream.Finish());
+  const StreamPointer inner(stream.Finish().release());
   ASSERT_NE(inner, nullptr);
   EXPECT_EQ(SizeOf(*inner), 0U);
 }
@@ -424,7 +424,7 @@ TEST(CBitmapStream, LivesOnInWhatItHandsOver) {
   {
     CBitmapStream stream(100);
     Write(stream, {1, 2, 3});
-    inner.reset(stream.Finish());
+    inner.reset(stream.Finish().release());
   }
   ASSERT_NE(inner, nullptr);
   EXPECT_EQ(ReferencesTo(*inner), 1U);

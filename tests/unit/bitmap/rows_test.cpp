@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "support/guarded_buffer.h"
+#include "unit/bitmap/format_view.h"
 
 namespace pixtola::test {
 namespace {
@@ -14,9 +15,9 @@ namespace {
 TEST(PrepareRows, UsesAlignedRowsInPlace) {
   const std::vector<std::uint8_t> data(32);
   Rows rows;
-  ASSERT_EQ(PrepareRows(data.data(), PixelFormat24bppRGB, 2, 4, 8, rows), Gdiplus::Ok);
-  EXPECT_EQ(rows.first, data.data());
-  EXPECT_EQ(rows.stride, 8U);
+  ASSERT_EQ(PrepareRows(FormatView(data.data(), PixelFormat24bppRGB, 2, 4, 8), rows), Gdiplus::Ok);
+  EXPECT_EQ(rows.image.first_row, data.data());
+  EXPECT_EQ(rows.image.stride, 8);
   EXPECT_EQ(rows.copy, nullptr);
 }
 
@@ -24,13 +25,13 @@ TEST(PrepareRows, CopiesOtherStridesToTheNextMultipleOfFour) {
   GuardedBuffer data(10);
   for (std::size_t i = 0; i < 10; ++i) data.data()[i] = static_cast<std::uint8_t>(i + 1);
   Rows rows;
-  ASSERT_EQ(PrepareRows(data.data(), PixelFormat24bppRGB, 1, 2, 5, rows), Gdiplus::Ok);
-  EXPECT_EQ(rows.stride, 8U);
+  ASSERT_EQ(PrepareRows(FormatView(data.data(), PixelFormat24bppRGB, 1, 2, 5), rows), Gdiplus::Ok);
+  EXPECT_EQ(rows.image.stride, 8);
   ASSERT_NE(rows.copy, nullptr);
-  EXPECT_EQ(rows.first, rows.copy.get());
-  EXPECT_EQ(std::vector<std::uint8_t>(rows.first, rows.first + 5),
+  EXPECT_EQ(rows.image.first_row, rows.copy.get());
+  EXPECT_EQ(std::vector<std::uint8_t>(rows.image.first_row, rows.image.first_row + 5),
             (std::vector<std::uint8_t>{1, 2, 3, 4, 5}));
-  EXPECT_EQ(std::vector<std::uint8_t>(rows.first + 8, rows.first + 13),
+  EXPECT_EQ(std::vector<std::uint8_t>(rows.image.first_row + 8, rows.image.first_row + 13),
             (std::vector<std::uint8_t>{6, 7, 8, 9, 10}));
 }
 
@@ -38,15 +39,16 @@ TEST(PrepareRows, ReadsOnlyThePixelsOfTheTopRowOfABottomUpImage) {
   // Two rows of one 24-bit pixel, 8 bytes apart; nothing follows the upper one.
   GuardedBuffer data(8 + 3);
   Rows rows;
-  ASSERT_EQ(PrepareRows(data.data() + 8, PixelFormat24bppRGB, 1, 2, 0U - 8U, rows), Gdiplus::Ok);
-  EXPECT_EQ(rows.stride, 8U);
+  ASSERT_EQ(PrepareRows(FormatView(data.data() + 8, PixelFormat24bppRGB, 1, 2, 0U - 8U), rows),
+            Gdiplus::Ok);
+  EXPECT_EQ(rows.image.stride, 8);
 }
 
 TEST(PrepareRows, RefusesStridesThatWidenBeyondSignedNumbers) {
   GuardedBuffer data(8);
   for (const std::uint32_t stride : {0x7FFFFFFDU, 0x7FFFFFFFU, 0x80000000U}) {
     Rows rows;
-    EXPECT_EQ(PrepareRows(data.data(), PixelFormat24bppRGB, 1, 2, stride, rows),
+    EXPECT_EQ(PrepareRows(FormatView(data.data(), PixelFormat24bppRGB, 1, 2, stride), rows),
               Gdiplus::InvalidParameter)
         << stride;
   }
@@ -60,9 +62,9 @@ TEST(TopDownRows, LeavesTopDownRowsInPlace) {
   data.Stride = 8;
   data.PixelFormat = PixelFormat24bppRGB;
   data.Scan0 = bytes.data();
-  const Rows rows = TopDownRows(data);
-  EXPECT_EQ(rows.first, bytes.data());
-  EXPECT_EQ(rows.stride, 8U);
+  const Rows rows = TopDownRows(ViewOf(data));
+  EXPECT_EQ(rows.image.first_row, bytes.data());
+  EXPECT_EQ(rows.image.stride, 8);
   EXPECT_EQ(rows.copy, nullptr);
 }
 
@@ -77,10 +79,10 @@ TEST(TopDownRows, TurnsBottomUpRowsAndClearsTheirPadding) {
     data.Stride = -4;
     data.PixelFormat = PixelFormat24bppRGB;
     data.Scan0 = bytes.data() + 4;
-    const Rows rows = TopDownRows(data);
-    ASSERT_NE(rows.first, nullptr);
-    EXPECT_EQ(rows.stride, 4U);
-    EXPECT_EQ(std::vector<std::uint8_t>(rows.first, rows.first + 8),
+    const Rows rows = TopDownRows(ViewOf(data));
+    ASSERT_NE(rows.image.first_row, nullptr);
+    EXPECT_EQ(rows.image.stride, 4);
+    EXPECT_EQ(std::vector<std::uint8_t>(rows.image.first_row, rows.image.first_row + 8),
               (std::vector<std::uint8_t>{1, 2, 3, 0, 4, 5, 6, 0}));
   }
 }

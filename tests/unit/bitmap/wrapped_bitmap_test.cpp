@@ -17,6 +17,7 @@
 #include "support/platform_expectations.h"
 #include "support/scripted_stream.h"
 #include "support/test_bitmap.h"
+#include "unit/bitmap/format_view.h"
 
 namespace pixtola::test {
 namespace {
@@ -30,13 +31,14 @@ CBitmapGenerator& GeneratorOf(CWrappedBitmap& bitmap) { return (CBitmapGenerator
 BitmapPointer Make(const std::uint8_t* data, Gdiplus::PixelFormat format, std::uint32_t width,
                    std::uint32_t height, std::uint32_t stride, float dpi = 300,
                    const Gdiplus::ColorPalette* palette = nullptr) {
-  return MakeWrappedBitmap(data, format, width, height, stride, dpi, dpi, palette);
+  return MakeWrappedBitmap(FormatView(data, format, width, height, stride), format, {dpi, dpi},
+                           palette);
 }
 
 TEST(CWrappedBitmap, MovesTheBitmapOutOfTheGenerator) {
   const Bytes data(16);
   for (const auto format : {PixelFormat8bppIndexed, PixelFormat32bppARGB}) {
-    CWrappedBitmap bitmap(data.data(), format, 1, 4, 4, 96, 96, nullptr);
+    CWrappedBitmap bitmap(FormatView(data.data(), format, 1, 4, 4), format, {96, 96}, nullptr);
     EXPECT_EQ(GeneratorOf(bitmap).bitmap, nullptr);
     EXPECT_EQ(GeneratorOf(bitmap).status, Gdiplus::Ok);
     EXPECT_EQ(GeneratorOf(bitmap).stream != nullptr, format == PixelFormat8bppIndexed);
@@ -47,7 +49,8 @@ TEST(CWrappedBitmap, MovesTheBitmapOutOfTheGenerator) {
 TEST(CWrappedBitmap, EndsItsImageBeforeTheStreamBehindIt) {
   // Bases end in the reverse of their order.
   const Bytes data(16);
-  CWrappedBitmap bitmap(data.data(), PixelFormat8bppIndexed, 4, 4, 4, 96, 96, nullptr);
+  CWrappedBitmap bitmap(FormatView(data.data(), PixelFormat8bppIndexed, 4, 4, 4),
+                        PixelFormat8bppIndexed, {96, 96}, nullptr);
   const void* const generator = &GeneratorOf(bitmap);
   const void* const image = static_cast<Gdiplus::Bitmap*>(&bitmap);
   EXPECT_EQ(generator, static_cast<void*>(&bitmap));
@@ -58,12 +61,12 @@ TEST(CWrappedBitmap, DeletedAsABitmapReleasesItsStreamOnce) {
   const Bytes data(16);
   BitmapPointer bitmap = Make(data.data(), PixelFormat8bppIndexed, 4, 4, 4);
   ASSERT_NE(bitmap, nullptr);
-  IStream*& stream = GeneratorOf(static_cast<CWrappedBitmap&>(*bitmap)).stream;
+  ComPointer<IStream>& stream = GeneratorOf(static_cast<CWrappedBitmap&>(*bitmap)).stream;
   ASSERT_NE(stream, nullptr);
-  StreamPointer original(stream);
+  StreamPointer original(stream.release());
   ScriptedStream recorded;
   recorded.references = 2;
-  stream = &recorded;
+  stream.reset(&recorded);
   bitmap.reset();
   EXPECT_EQ(recorded.references, 1U);
   EXPECT_TRUE(recorded.calls.empty());
@@ -77,7 +80,7 @@ TEST(CWrappedBitmap, EndsWithoutALeakWhenDeletedAsAnImage) {
     const std::unique_ptr<Gdiplus::Image> image =
         Make(data.data(), PixelFormat1bppIndexed, 4, 4, 4);
     ASSERT_NE(image, nullptr);
-    stream = GeneratorOf(static_cast<CWrappedBitmap&>(*image)).stream;
+    stream = GeneratorOf(static_cast<CWrappedBitmap&>(*image)).stream.get();
     ASSERT_NE(stream, nullptr);
     stream->AddRef();
   }
@@ -85,7 +88,8 @@ TEST(CWrappedBitmap, EndsWithoutALeakWhenDeletedAsAnImage) {
 }
 
 TEST(CWrappedBitmap, HasTheGeneratorsStatusAsItsLast) {
-  const CWrappedBitmap bitmap(nullptr, PixelFormat24bppRGB, 1, 1, 4, 96, 96, nullptr);
+  const CWrappedBitmap bitmap(FormatView(nullptr, PixelFormat24bppRGB, 1, 1, 4),
+                              PixelFormat24bppRGB, {96, 96}, nullptr);
   EXPECT_EQ(bitmap.GetLastStatus(), Gdiplus::InvalidParameter);
   EXPECT_EQ(bitmap.GetLastStatus(), Gdiplus::Ok);
 }
@@ -102,7 +106,8 @@ TEST(CWrappedBitmap, OwnsItsPixels) {
 TEST(CWrappedBitmap, KeepsSizeFormatAndResolution) {
   const Bytes data(8 * 3, 9);
   const BitmapPointer bitmap =
-      MakeWrappedBitmap(data.data(), PixelFormat24bppRGB, 2, 3, 8, 300, 150, nullptr);
+      MakeWrappedBitmap(FormatView(data.data(), PixelFormat24bppRGB, 2, 3, 8), PixelFormat24bppRGB,
+                        {300, 150}, nullptr);
   ASSERT_NE(bitmap, nullptr);
   EXPECT_EQ(bitmap->GetWidth(), 2U);
   EXPECT_EQ(bitmap->GetHeight(), 3U);
@@ -331,8 +336,8 @@ TEST(CWrappedBitmap, KeepsTheResolutionOfIndexedImagesToWholePixelsAMetre) {
   const Bytes data(16);
   for (const auto format : kIndexedFormats) {
     for (const float dpi : {50.0F, 72.0F, 96.0F, 150.0F, 203.2F, 300.0F, 600.0F, 2400.0F}) {
-      const BitmapPointer bitmap =
-          MakeWrappedBitmap(data.data(), format, 4, 4, 4, dpi, dpi + 1, nullptr);
+      const BitmapPointer bitmap = MakeWrappedBitmap(FormatView(data.data(), format, 4, 4, 4),
+                                                     format, {dpi, dpi + 1}, nullptr);
       ASSERT_NE(bitmap, nullptr);
       EXPECT_NEAR(bitmap->GetHorizontalResolution(), dpi, kDpiTolerance);
       EXPECT_NEAR(bitmap->GetVerticalResolution(), dpi + 1, kDpiTolerance);

@@ -31,13 +31,7 @@ TEST_F(ReadPcxFileTest, FailsForMissingFilesAndEmptyPaths) {
   EXPECT_EQ(Read((folder_ / "folder").wstring()), nullptr);
 }
 
-TEST_F(ReadPcxFileTest, RefusesNullArguments) {
-  Gdiplus::Bitmap* bitmap = nullptr;
-  EXPECT_EQ(ReadPcxFile(nullptr, &bitmap), 0);
-  EXPECT_EQ(bitmap, nullptr);
-  WriteWholeFile(path_, HeaderBytes(HeaderOf(1, 1, 8, 1)));
-  EXPECT_EQ(ReadPcxFile(path_.wstring().c_str(), nullptr), 0);
-}
+TEST_F(ReadPcxFileTest, RefusesNullPaths) { EXPECT_EQ(ReadPcxFile(nullptr), nullptr); }
 
 TEST_F(ReadPcxFileTest, DoesNotKeepTheFile) {
   for (const PcxFileLayout& layout : PcxFileLayouts()) {

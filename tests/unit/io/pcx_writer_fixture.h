@@ -95,8 +95,7 @@ class WritePcxFileTest : public testing::Test {
   }
 
   BitmapPointer Read() {
-    BitmapPointer bitmap;
-    ReadPcxFile(path_.wstring().c_str(), Receive(bitmap));
+    BitmapPointer bitmap = ReadPcxFile(path_.wstring().c_str());
     return bitmap;
   }
 

@@ -33,7 +33,7 @@ class TiffClientTest : public testing::Test {
  protected:
   TiffClientTest() {
     SilenceTiff();
-    tiff_.reset(OpenTiffStream(stream_, "r"));
+    tiff_.reset(OpenTiffStream(stream_, "r").release());
   }
   void SetUp() override {
     ASSERT_NE(tiff_, nullptr);
@@ -203,7 +203,7 @@ TEST_F(TiffClientTest, OpensNothingThatIsNoTiff) {
 
 TEST_F(TiffClientTest, BeginsAFileWithItsHeader) {
   RecordingStream stream;
-  const TiffPointer tiff(OpenTiffStream(stream, "w"));
+  const TiffFile tiff = OpenTiffStream(stream, "w");
   ASSERT_NE(tiff, nullptr);
   ASSERT_GE(stream.bytes.size(), 8U);
   EXPECT_EQ(Bytes(stream.bytes.begin(), stream.bytes.begin() + 4), (Bytes{'I', 'I', 42, 0}));

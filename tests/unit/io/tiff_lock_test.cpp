@@ -23,9 +23,8 @@ TEST(TiffLock, ServesSeveralThreads) {
     for (std::uint8_t i = 0; i < 25; ++i) {
       const Bytes rows(32 * 4, static_cast<std::uint8_t>(thread * 50 + i));
       const auto page = MakeBitmap(32, 32, PixelFormat1bppIndexed, rows);
-      BitmapPointer read;
       WriteTiffFile(page.get(), PxtFileTypeTiffGroup4, path.c_str());
-      ReadTiffFile(path.c_str(), 0, Receive(read));
+      const BitmapPointer read = ReadTiffFile(path.c_str(), 0);
       right += read != nullptr && PixelsOf(*read) == rows ? 1 : 0;
     }
   };

@@ -23,8 +23,7 @@ class WriteTiffFileTest : public testing::Test {
     return WriteTiffFile(&bitmap, type, path_.wstring().c_str());
   }
   BitmapPointer Read() {
-    BitmapPointer bitmap;
-    ReadTiffFile(path_.wstring().c_str(), 0, Receive(bitmap));
+    BitmapPointer bitmap = ReadTiffFile(path_.wstring().c_str(), 0);
     return bitmap;
   }
 
