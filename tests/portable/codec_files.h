@@ -16,6 +16,7 @@
 #include "codecs/handles.h"
 #include "decode_limit.h"
 #include "imaging/color_rows.h"
+#include "support/bytes.h"
 #include "support/decode_limit_guard.h"
 #include "support/memory_sink.h"
 
@@ -23,8 +24,9 @@ namespace pixtola::portable {
 
 using Gdiplus::ARGB;
 using Gdiplus::Status;
+using test::Append;
+using test::Bytes;
 using test::MemorySink;
-using Bytes = std::vector<std::uint8_t>;
 using BitmapPtr = std::unique_ptr<BitmapObject>;
 
 inline constexpr ARGB kBlack = 0xFF000000;

@@ -7,12 +7,10 @@
 #include "support/decode_limit_guard.h"
 #include "support/memory_streams.h"
 #include "support/test_bitmap.h"
+#include "support/test_formats.h"
 
 namespace pixtola::test {
 namespace {
-
-constexpr Gdiplus::PixelFormat kIndexedFormats[] = {PixelFormat1bppIndexed, PixelFormat4bppIndexed,
-                                                    PixelFormat8bppIndexed};
 
 TEST(CBitmapGenerator, ReportsInvalidParameterForNullData) {
   const CBitmapGenerator generator(nullptr, PixelFormat24bppRGB, 1, 1, 4, 96, 96, nullptr);
