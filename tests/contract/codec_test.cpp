@@ -13,9 +13,11 @@
 #include <vector>
 
 #include "platform.h"
+#include "support/memory_streams.h"
 #include "support/platform_expectations.h"
 #include "support/temporary_folder.h"
 #include "support/test_bitmap.h"
+#include "support/test_formats.h"
 
 namespace pixtola::test {
 namespace {
@@ -126,29 +128,6 @@ Loaded LoadStream(IStream& stream) {
   return Adopt(status, native);
 }
 
-struct ReleaseStream {
-  void operator()(IStream* stream) const { stream->Release(); }
-};
-using StreamPointer = std::unique_ptr<IStream, ReleaseStream>;
-
-StreamPointer EmptyStream() {
-  IStream* stream = nullptr;
-  EXPECT_EQ(CreateStreamOnHGlobal(nullptr, TRUE, &stream), S_OK);
-  return StreamPointer(stream);
-}
-
-void SeekTo(IStream& stream, std::int64_t position) {
-  LARGE_INTEGER offset{};
-  offset.QuadPart = position;
-  EXPECT_EQ(stream.Seek(offset, STREAM_SEEK_SET, nullptr), S_OK);
-}
-
-std::int64_t SizeOf(IStream& stream) {
-  STATSTG state{};
-  EXPECT_EQ(stream.Stat(&state, STATFLAG_NONAME), S_OK);
-  return static_cast<std::int64_t>(state.cbSize.QuadPart);
-}
-
 /// Opaque colours, all different.
 std::vector<Gdiplus::ARGB> Colors(unsigned count) {
   std::vector<Gdiplus::ARGB> colors;
@@ -178,16 +157,6 @@ struct Reload {
   PixelFormat source;
   PixelFormat formats[5];  ///< after BMP, JPEG, GIF, TIFF, PNG
 };
-
-constexpr PixelFormat k1 = PixelFormat1bppIndexed;
-constexpr PixelFormat k4 = PixelFormat4bppIndexed;
-constexpr PixelFormat k8 = PixelFormat8bppIndexed;
-constexpr PixelFormat k24 = PixelFormat24bppRGB;
-constexpr PixelFormat k32 = PixelFormat32bppRGB;
-constexpr PixelFormat kArgb = PixelFormat32bppARGB;
-constexpr PixelFormat kPargb = PixelFormat32bppPARGB;
-constexpr PixelFormat k555 = PixelFormat16bppRGB555;
-constexpr PixelFormat k565 = PixelFormat16bppRGB565;
 
 constexpr Reload kReloads[] = {
     {k1, {k1, k24, k8, k1, k1}},           {k4, {k4, k24, k8, k4, k4}},
@@ -313,9 +282,9 @@ TEST_F(SavedImage, IsTheSameInAStreamWhateverItsPosition) {
     ASSERT_EQ(Flat::GdipSaveImageToStream(pixtola::platform::NativeImage(*source), stream.get(),
                                           &encoder, nullptr),
               Gdiplus::Ok);
-    const std::int64_t size = SizeOf(*stream);
-    EXPECT_EQ(static_cast<std::size_t>(size), ReadWholeFile(path_).size());
-    for (const std::int64_t position : {std::int64_t{0}, std::int64_t{1}, size / 2, size}) {
+    const std::uint64_t size = SizeOf(*stream);
+    EXPECT_EQ(size, ReadWholeFile(path_).size());
+    for (const std::uint64_t position : {std::uint64_t{0}, std::uint64_t{1}, size / 2, size}) {
       SeekTo(*stream, position);
       const Loaded loaded = LoadStream(*stream);
       ASSERT_NE(loaded.bitmap, nullptr) << position;

@@ -7,16 +7,12 @@
 #include "faults/fault_images.h"
 #include "faults/fault_makers.h"
 #include "support/fault_injection.h"
+#include "support/test_formats.h"
 
 namespace pixtola::test {
 namespace {
 
 constexpr Fault kFaults[] = {Fault::kAllocation, Fault::kLock};
-constexpr PxtConversionMethod kMethods[] = {MethodGray8, MethodBilevelOtsu, MethodBilevelAdaptive,
-                                            MethodBilevelDiffusion};
-constexpr Gdiplus::PixelFormat kFormats[] = {PixelFormat1bppIndexed, PixelFormat4bppIndexed,
-                                             PixelFormat8bppIndexed, PixelFormat16bppRGB565,
-                                             PixelFormat24bppRGB,    PixelFormat32bppARGB};
 
 bool IsUntouched(const Bytes& bytes) {
   return std::all_of(bytes.begin(), bytes.end(),
@@ -24,7 +20,7 @@ bool IsUntouched(const Bytes& bytes) {
 }
 
 TEST(PxtBitmapToBytes, GivesNothingOrTheRightResultUnderFaults) {
-  for (const Gdiplus::PixelFormat format : kFormats) {
+  for (const Gdiplus::PixelFormat format : kFormatOfEachDepth) {
     const BitmapPointer bitmap = RandomBitmap(45, 37, format);
     ASSERT_NE(bitmap, nullptr);
     for (const PxtConversionMethod method : kMethods) {
@@ -120,7 +116,7 @@ TEST(PxtBitmapToBytes, GivesNothingWhenRowsCannotBeTurnedRound) {
 }
 
 TEST(PxtBitmapToBitmap, HandsOutTheRightBitmapOrNoneUnderFaults) {
-  for (const Gdiplus::PixelFormat format : kFormats) {
+  for (const Gdiplus::PixelFormat format : kFormatOfEachDepth) {
     const BitmapPointer bitmap = RandomBitmap(kOddWidth, 37, format);
     ASSERT_NE(bitmap, nullptr);
     for (const PxtConversionMethod method : kMethods) {
@@ -168,7 +164,7 @@ TEST(PxtBitmapToBitmap, HandsOutTheRightBitmapOrNoneUnderFaults) {
 }
 
 TEST(PxtExtractBytes, WritesAllPixelsOrNoneUnderFaults) {
-  for (const Gdiplus::PixelFormat format : kFormats) {
+  for (const Gdiplus::PixelFormat format : kFormatOfEachDepth) {
     const BitmapPointer bitmap = RandomBitmap(48, 37, format);
     ASSERT_NE(bitmap, nullptr);
     std::uint32_t size = 0;

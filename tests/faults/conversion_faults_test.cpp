@@ -6,12 +6,11 @@
 
 #include "faults/fault_images.h"
 #include "support/fault_injection.h"
+#include "support/test_formats.h"
 
 namespace pixtola::test {
 namespace {
 
-constexpr PxtConversionMethod kMethods[] = {MethodGray8, MethodBilevelOtsu, MethodBilevelAdaptive,
-                                            MethodBilevelDiffusion};
 constexpr std::uint32_t kDepths[] = {1, 8, 24, 32};
 
 /// An image in memory and a rectangle of it to convert.

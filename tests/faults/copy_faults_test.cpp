@@ -12,13 +12,10 @@
 #include "faults/fault_makers.h"
 #include "support/fault_injection.h"
 #include "support/platform_calls.h"
+#include "support/test_formats.h"
 
 namespace pixtola::test {
 namespace {
-
-constexpr Gdiplus::PixelFormat kFormats[] = {PixelFormat1bppIndexed, PixelFormat4bppIndexed,
-                                             PixelFormat8bppIndexed, PixelFormat16bppRGB565,
-                                             PixelFormat24bppRGB,    PixelFormat32bppARGB};
 
 bool IsIndexed(Gdiplus::PixelFormat format) { return (format & PixelFormatIndexed) != 0; }
 
@@ -56,7 +53,7 @@ struct Pixels {
 };
 
 TEST(PxtInsertBytes, HandsOutTheRightBitmapOrNoneUnderFaults) {
-  for (const Gdiplus::PixelFormat format : kFormats) {
+  for (const Gdiplus::PixelFormat format : kFormatOfEachDepth) {
     const Pixels pixels(format);
     for (const std::uint32_t stride : pixels.strides()) {
       SCOPED_TRACE(testing::Message() << "format " << format << ", stride " << stride);
@@ -80,8 +77,7 @@ TEST(PxtInsertBytes, HandsOutTheRightBitmapOrNoneUnderFaults) {
 }
 
 TEST(PxtInsertBytes, CopiesTheRowsOfIndexedBitmapsWhenTheyCannotBeEncoded) {
-  for (const Gdiplus::PixelFormat format :
-       {PixelFormat1bppIndexed, PixelFormat4bppIndexed, PixelFormat8bppIndexed}) {
+  for (const Gdiplus::PixelFormat format : kIndexedFormats) {
     const Pixels pixels(format);
     for (const std::uint32_t stride : pixels.strides()) {
       SCOPED_TRACE(testing::Message() << "format " << format << ", stride " << stride);
@@ -102,8 +98,7 @@ TEST(PxtInsertBytes, CopiesTheRowsOfIndexedBitmapsWhenTheyCannotBeEncoded) {
 }
 
 TEST(PxtInsertBytes, HandsOutTheRightBitmapOrNoneWhenTheCopyOfTheRowsFailsToo) {
-  for (const Gdiplus::PixelFormat format :
-       {PixelFormat1bppIndexed, PixelFormat4bppIndexed, PixelFormat8bppIndexed}) {
+  for (const Gdiplus::PixelFormat format : kIndexedFormats) {
     const Pixels pixels(format);
     for (const std::uint32_t stride : pixels.strides()) {
       SCOPED_TRACE(testing::Message() << "format " << format << ", stride " << stride);
@@ -134,8 +129,7 @@ TEST(PxtInsertBytes, HandsOutTheRightBitmapOrNoneWhenTheCopyOfTheRowsFailsToo) {
 // An encoded copy that was written is the bitmap: there is no other try when it cannot be decoded.
 TEST(PxtInsertBytes, HandsOutNothingWhenTheEncodedCopyCannotBeRead) {
   if (kDecodersMishandleFailedReads) GTEST_SKIP() << "the platform does not notice";
-  for (const Gdiplus::PixelFormat format :
-       {PixelFormat1bppIndexed, PixelFormat4bppIndexed, PixelFormat8bppIndexed}) {
+  for (const Gdiplus::PixelFormat format : kIndexedFormats) {
     const Pixels pixels(format);
     const Outcomes reads = MakeUnderEveryFault(
         {.fault = Fault::kRead, .on_failure = Always(OnFailure::kIsLeft)},
@@ -246,7 +240,7 @@ TEST(PxtCopyBitmap, GoesOnWithoutAPaletteThatFindsNoMemory) {
 }
 
 TEST(PxtCopyBitmap, HandsOutTheRightBitmapOrNoneWithoutMemory) {
-  for (const Gdiplus::PixelFormat format : kFormats) {
+  for (const Gdiplus::PixelFormat format : kFormatOfEachDepth) {
     const BitmapPointer bitmap = RandomBitmap(kOddWidth, 37, format);
     ASSERT_NE(bitmap, nullptr);
     bitmap->GetLastStatus();
@@ -266,7 +260,7 @@ TEST(PxtCopyBitmap, HandsOutTheRightBitmapOrNoneWithoutMemory) {
 }
 
 TEST(PxtCopyBitmap, LeavesTheArgumentOnlyWhenTheSourceCannotBeLocked) {
-  for (const Gdiplus::PixelFormat format : kFormats) {
+  for (const Gdiplus::PixelFormat format : kFormatOfEachDepth) {
     const BitmapPointer bitmap = RandomBitmap(kOddWidth, 37, format);
     ASSERT_NE(bitmap, nullptr);
     bitmap->GetLastStatus();
@@ -297,7 +291,7 @@ TEST(PxtCopyBitmap, LeavesTheArgumentOnlyWhenTheSourceCannotBeLocked) {
 }
 
 TEST(PxtCopyBitmap, DoesWithoutAnEncodedCopyThatCannotBeWritten) {
-  for (const Gdiplus::PixelFormat format : kFormats) {
+  for (const Gdiplus::PixelFormat format : kFormatOfEachDepth) {
     const BitmapPointer bitmap = RandomBitmap(kOddWidth, 37, format);
     ASSERT_NE(bitmap, nullptr);
     bitmap->GetLastStatus();
@@ -319,7 +313,7 @@ TEST(PxtCopyBitmap, DoesWithoutAnEncodedCopyThatCannotBeWritten) {
 
 TEST(PxtCopyBitmap, HandsOutNothingWhenTheEncodedCopyCannotBeRead) {
   if (kDecodersMishandleFailedReads) GTEST_SKIP() << "the platform does not notice";
-  for (const Gdiplus::PixelFormat format : kFormats) {
+  for (const Gdiplus::PixelFormat format : kFormatOfEachDepth) {
     const BitmapPointer bitmap = RandomBitmap(kOddWidth, 37, format);
     ASSERT_NE(bitmap, nullptr);
     const Outcomes outcomes = MakeUnderEveryFault(

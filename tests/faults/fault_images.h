@@ -12,15 +12,12 @@
 
 namespace pixtola::test {
 
+/// What tests save: pixels that each encoder handles in a way of its own.
+inline constexpr Gdiplus::PixelFormat kSavedFormats[] = {
+    PixelFormat1bppIndexed, PixelFormat8bppIndexed, PixelFormat24bppRGB, PixelFormat32bppARGB};
+
 /// What a result is filled with, or points to, before the call that may leave it alone.
 inline constexpr std::uint8_t kUntouched = 0xA5;
-
-inline Bytes RandomBytes(std::size_t size) {
-  std::mt19937 random(static_cast<std::uint32_t>(size));
-  Bytes bytes(size);
-  for (std::uint8_t& byte : bytes) byte = static_cast<std::uint8_t>(random());
-  return bytes;
-}
 
 /// An opaque colour for each index of a format.
 inline std::vector<Gdiplus::ARGB> RandomColors(Gdiplus::PixelFormat format) {

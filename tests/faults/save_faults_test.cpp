@@ -14,21 +14,15 @@
 #include "support/fault_injection.h"
 #include "support/platform_calls.h"
 #include "support/temporary_folder.h"
+#include "support/test_formats.h"
 #include "support/tiff_file.h"
 
 namespace pixtola::test {
 namespace {
 
 constexpr Fault kFaults[] = {Fault::kAllocation, Fault::kLock, Fault::kWrite};
-constexpr Gdiplus::PixelFormat kFormats[] = {PixelFormat1bppIndexed, PixelFormat8bppIndexed,
-                                             PixelFormat24bppRGB, PixelFormat32bppARGB};
 constexpr PxtFileType kFaxTypes[] = {PxtFileTypeTiffGroup3, PxtFileTypeTiffGroup4,
                                      PxtFileTypeTiffRunLength};
-constexpr PxtFileType kTiffTypes[] = {PxtFileTypeTiffGroup3, PxtFileTypeTiffGroup4,
-                                      PxtFileTypeTiffLzw, PxtFileTypeTiffRunLength,
-                                      PxtFileTypeTiffNone};
-constexpr PxtFileType kOtherTypes[] = {PxtFileTypeBmp, PxtFileTypeGif,     PxtFileTypeJpeg,
-                                       PxtFileTypePng, PxtFileTypeJpegLow, PxtFileTypeJpegHigh};
 
 class SavingUnderFaults : public testing::Test {
  protected:
@@ -97,10 +91,10 @@ class SavingUnderFaults : public testing::Test {
 };
 
 TEST_F(SavingUnderFaults, WritesAWholeFileOrNoneWithThePlatform) {
-  for (const Gdiplus::PixelFormat format : kFormats) {
+  for (const Gdiplus::PixelFormat format : kSavedFormats) {
     // Low: each row may be a write, and each fault writes a file.
     const BitmapPointer bitmap = RandomBitmap(48, 9, format);
-    for (const PxtFileType type : kOtherTypes) {
+    for (const PxtFileType type : kPlatformTypes) {
       if (!IsReadableGif(type, format)) continue;
       // The quality makes no difference to failures.
       const bool is_jpeg_again = type == PxtFileTypeJpegLow || type == PxtFileTypeJpegHigh;
@@ -203,7 +197,7 @@ TEST_F(SavingUnderFaults, TellsOfFailureWhenNeitherCanWrite) {
 }
 
 TEST_F(SavingUnderFaults, WritesFaxAndRunLengthsOrTellsOfFailureWithoutMemory) {
-  for (const Gdiplus::PixelFormat format : kFormats) {
+  for (const Gdiplus::PixelFormat format : kSavedFormats) {
     const BitmapPointer bitmap = RandomBitmap(48, 37, format);
     bitmap->SetPalette(PaletteBlock(0, {0xFF000000, 0xFFFFFFFF}).get());
     for (const PxtFileType type : kFaxTypes) {
@@ -260,7 +254,7 @@ TEST_F(SavingUnderFaults, LetsThePlatformWriteWhatLibtiffCannotLock) {
 }
 
 TEST_F(SavingUnderFaults, TellsThePlatformsEncoderItsOneParameter) {
-  for (const Gdiplus::PixelFormat format : kFormats) {
+  for (const Gdiplus::PixelFormat format : kSavedFormats) {
     const BitmapPointer bitmap = RandomBitmap(48, 37, format);
     for (const PxtFileType type : kEncodedTypes) {
       if (!IsReadableGif(type, format)) continue;
@@ -286,7 +280,7 @@ TEST_F(SavingUnderFaults, TellsThePlatformsEncoderItsOneParameter) {
 
 // What a file of rows that were not written looks like is told beside the writer.
 TEST_F(SavingUnderFaults, WritesAPcxFileOrNone) {
-  for (const Gdiplus::PixelFormat format : kFormats) {
+  for (const Gdiplus::PixelFormat format : kSavedFormats) {
     const BitmapPointer bitmap = RandomBitmap(48, 37, format);
     const bool is_color = format == PixelFormat24bppRGB || format == PixelFormat32bppARGB;
     for (const Fault fault : kFaults) {

@@ -12,20 +12,16 @@
 #include "support/fault_injection.h"
 #include "support/platform_calls.h"
 #include "support/temporary_folder.h"
+#include "support/test_formats.h"
 #include "support/tiff_file.h"
 
 namespace pixtola::test {
 namespace {
 
 constexpr Fault kFaults[] = {Fault::kAllocation, Fault::kLock, Fault::kWrite};
-constexpr Gdiplus::PixelFormat kFormats[] = {PixelFormat1bppIndexed, PixelFormat8bppIndexed,
-                                             PixelFormat24bppRGB, PixelFormat32bppARGB};
-constexpr PxtFileType kPlatformTypes[] = {
+constexpr PxtFileType kEncoderTypes[] = {
     PxtFileTypeBmp,     PxtFileTypeGif,      PxtFileTypeJpeg,    PxtFileTypePng,
     PxtFileTypeTiffLzw, PxtFileTypeTiffNone, PxtFileTypeJpegLow, PxtFileTypeJpegHigh};
-constexpr PxtFileType kTiffTypes[] = {PxtFileTypeTiffGroup3, PxtFileTypeTiffGroup4,
-                                      PxtFileTypeTiffLzw, PxtFileTypeTiffRunLength,
-                                      PxtFileTypeTiffNone};
 
 bool IsTiff(PxtFileType type) {
   return type >= PxtFileTypeTiffGroup3 && type <= PxtFileTypeTiffNone;
@@ -105,9 +101,9 @@ int SaveUnderEveryFault(Fault fault, Span span, Gdiplus::Bitmap& bitmap, PxtFile
 }
 
 TEST(PxtSaveBitmapToStreamUnderFaults, HandsOutAWholeImageOrNothing) {
-  for (const Gdiplus::PixelFormat format : kFormats) {
+  for (const Gdiplus::PixelFormat format : kSavedFormats) {
     const BitmapPointer bitmap = RandomBitmap(48, 37, format);
-    for (const PxtFileType type : kPlatformTypes) {
+    for (const PxtFileType type : kEncoderTypes) {
       if (!IsReadableGif(type, format)) continue;
       // Of these libtiff has the first try.
       if (IsTiff(type) && format == PixelFormat1bppIndexed) continue;
@@ -130,7 +126,7 @@ TEST(PxtSaveBitmapToStreamUnderFaults, HandsOutAWholeImageOrNothing) {
 
 TEST(PxtSaveBitmapToStreamUnderFaults, KeepsThePlatformsFailure) {
   const BitmapPointer bitmap = RandomBitmap(48, 37, PixelFormat24bppRGB);
-  for (const PxtFileType type : kPlatformTypes) {
+  for (const PxtFileType type : kEncoderTypes) {
     if (!IsReadableGif(type, PixelFormat24bppRGB) || !NoticesFailedWrites(type)) continue;
     FaultPlan plan(Fault::kWrite, 1);
     bitmap->GetLastStatus();
@@ -203,7 +199,7 @@ int CountUnnoticedFaults(Gdiplus::Bitmap& bitmap, PxtFileType type, Span span) {
 }
 
 TEST(PxtSaveBitmapToStreamUnderFaults, WritesFaxAndRunLengthsOrTellsOfFailureWithoutMemory) {
-  for (const Gdiplus::PixelFormat format : kFormats) {
+  for (const Gdiplus::PixelFormat format : kSavedFormats) {
     const BitmapPointer bitmap = RandomBitmap(48, 37, format);
     bitmap->SetPalette(PaletteBlock(0, {0xFF000000, 0xFFFFFFFF}).get());
     for (const PxtFileType type :
@@ -247,7 +243,7 @@ TEST(PxtSaveBitmapToStreamUnderFaults, LetsThePlatformWriteWhatLibtiffCannotLock
 }
 
 TEST(PxtSaveBitmapToStream, TellsThePlatformsEncoderItsOneParameter) {
-  for (const Gdiplus::PixelFormat format : kFormats) {
+  for (const Gdiplus::PixelFormat format : kSavedFormats) {
     const BitmapPointer bitmap = RandomBitmap(48, 37, format);
     for (const PxtFileType type : kEncodedTypes) {
       if (!IsReadableGif(type, format)) continue;
@@ -291,7 +287,7 @@ TEST(PxtSaveBitmapToStream, AsksForOneBlockOfTheWholeSizeBeforeItEncodes) {
     // Some platforms count an empty palette where there is none.
     const bool is_indexed = (format & PixelFormatIndexed) != 0;
     const auto no_palette = static_cast<std::uint64_t>(is_indexed ? 0 : bitmap->GetPaletteSize());
-    for (const PxtFileType type : kPlatformTypes) {
+    for (const PxtFileType type : kEncoderTypes) {
       if (!IsReadableGif(type, format) || IsTiff(type)) continue;
       SCOPED_TRACE(testing::Message()
                    << "format " << format << ", " << width << " x " << height << ", type " << type);
@@ -307,7 +303,7 @@ TEST(PxtSaveBitmapToStream, AsksForOneBlockOfTheWholeSizeBeforeItEncodes) {
 }
 
 TEST(PxtSaveBitmapToStream, AsksForAnEmptyBlockForTiff) {
-  for (const Gdiplus::PixelFormat format : kFormats) {
+  for (const Gdiplus::PixelFormat format : kSavedFormats) {
     const BitmapPointer bitmap = RandomBitmap(300, 200, format);
     for (const PxtFileType type : kTiffTypes) {
       SCOPED_TRACE(testing::Message() << "format " << format << ", type " << type);

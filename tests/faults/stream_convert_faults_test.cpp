@@ -10,6 +10,7 @@
 #include "faults/fault_streams.h"
 #include "support/fault_injection.h"
 #include "support/temporary_folder.h"
+#include "support/test_formats.h"
 
 namespace pixtola::test {
 namespace {
@@ -17,8 +18,6 @@ namespace {
 constexpr Fault kFaults[] = {Fault::kAllocation, Fault::kLock, Fault::kRead, Fault::kWrite};
 constexpr PxtFileType kTypes[] = {PxtFileTypeBmp, PxtFileTypePng, PxtFileTypeTiffNone,
                                   PxtFileTypePcx};
-constexpr PxtConversionMethod kMethods[] = {MethodGray8, MethodBilevelOtsu, MethodBilevelAdaptive,
-                                            MethodBilevelDiffusion};
 
 constexpr Gdiplus::PixelFormat kFormats[] = {PixelFormat8bppIndexed, PixelFormat24bppRGB};
 

@@ -6,29 +6,16 @@
 #include <vector>
 
 #include "faults/fault_images.h"
+#include "faults/fault_streams.h"
 #include "support/fault_injection.h"
-#include "support/faulty_stream.h"
 
 namespace pixtola::test {
 namespace {
 
 namespace Flat = Gdiplus::DllExports;
 
-struct ReleaseStream {
-  void operator()(IStream* stream) const { stream->Release(); }
-};
-using StreamPointer = std::unique_ptr<IStream, ReleaseStream>;
-
-StreamPointer NewStream() {
-  IStream* stream = nullptr;
-  CreateStreamOnHGlobal(nullptr, TRUE, &stream);
-  return StreamPointer(stream);
-}
-
-/// A stream of its own in front of a memory stream: its bytes have to be read.
-StreamPointer InFrontOf(IStream& stream) { return StreamPointer(FaultyStream::Create(stream)); }
-
-Bytes BytesOf(IStream& stream) {
+/// The block that a stream lies in.
+Bytes BlockOf(IStream& stream) {
   HGLOBAL memory = nullptr;
   GetHGlobalFromStream(&stream, &memory);
   const auto* bytes = static_cast<const std::uint8_t*>(GlobalLock(memory));
@@ -46,15 +33,12 @@ std::vector<Gdiplus::ImageCodecInfo> Encoders() {
   return encoders;
 }
 
-constexpr Gdiplus::PixelFormat kFormats[] = {PixelFormat1bppIndexed, PixelFormat8bppIndexed,
-                                             PixelFormat24bppRGB, PixelFormat32bppARGB};
-
 /// Calls `check` with each encoder and a bitmap of each format.
 template <typename Check>
 void ForEveryEncoder(const Check& check) {
   ASSERT_FALSE(Encoders().empty());
   for (const Gdiplus::ImageCodecInfo& encoder : Encoders()) {
-    for (const Gdiplus::PixelFormat format : kFormats) {
+    for (const Gdiplus::PixelFormat format : kSavedFormats) {
       SCOPED_TRACE(testing::Message() << std::hex << encoder.Clsid.Data1 << " of " << format);
       check(encoder.Clsid, RandomBitmap(45, 37, format));
     }
@@ -63,15 +47,15 @@ void ForEveryEncoder(const Check& check) {
 
 TEST(EncodersOverFailingStreams, GiveAStatus) {
   ForEveryEncoder([](const CLSID& encoder, const BitmapPointer& bitmap) {
-    const StreamPointer whole = NewStream();
+    const StreamPointer whole = EmptyStream();
     ASSERT_EQ(bitmap->Save(whole.get(), &encoder), Gdiplus::Ok);
     const std::uint32_t faults = ForEveryFault(Fault::kWrite, [&](FaultPlan& plan) {
-      const StreamPointer inner = NewStream();
+      const StreamPointer inner = EmptyStream();
       const StreamPointer stream = InFrontOf(*inner);
       const Gdiplus::Status status = plan.Run([&] { return bitmap->Save(stream.get(), &encoder); });
       EXPECT_EQ(status, plan.HasFired() ? Gdiplus::Win32Error : Gdiplus::Ok);
       if (!plan.HasFired()) {
-        EXPECT_EQ(BytesOf(*inner), BytesOf(*whole));
+        EXPECT_EQ(BlockOf(*inner), BlockOf(*whole));
       }
     });
     EXPECT_GE(faults, 1U);
@@ -80,15 +64,15 @@ TEST(EncodersOverFailingStreams, GiveAStatus) {
 
 TEST(EncodersOverStreams, GiveAStatusWithoutMemory) {
   ForEveryEncoder([](const CLSID& encoder, const BitmapPointer& bitmap) {
-    const StreamPointer whole = NewStream();
+    const StreamPointer whole = EmptyStream();
     ASSERT_EQ(bitmap->Save(whole.get(), &encoder), Gdiplus::Ok);
     ForEveryFault(Fault::kAllocation, [&](FaultPlan& plan) {
-      const StreamPointer stream = NewStream();
+      const StreamPointer stream = EmptyStream();
       const Gdiplus::Status status = plan.Run([&] { return bitmap->Save(stream.get(), &encoder); });
       // A stream that cannot have room to grow makes do with the room that is needed.
       EXPECT_TRUE(plan.HasFired() || status == Gdiplus::Ok);
       if (status == Gdiplus::Ok) {
-        EXPECT_EQ(BytesOf(*stream), BytesOf(*whole));
+        EXPECT_EQ(BlockOf(*stream), BlockOf(*whole));
       }
     });
   });
@@ -96,7 +80,7 @@ TEST(EncodersOverStreams, GiveAStatusWithoutMemory) {
 
 TEST(DecodersOverFailingStreams, GiveAStatusAndNoBitmap) {
   ForEveryEncoder([](const CLSID& encoder, const BitmapPointer& bitmap) {
-    const StreamPointer encoded = NewStream();
+    const StreamPointer encoded = EmptyStream();
     ASSERT_EQ(bitmap->Save(encoded.get(), &encoder), Gdiplus::Ok);
     Gdiplus::Bitmap undisturbed(encoded.get());
     ASSERT_EQ(undisturbed.GetLastStatus(), Gdiplus::Ok);

@@ -6,15 +6,10 @@
 
 #include "Pixtola.h"
 #include "support/fault_injection.h"
+#include "support/memory_streams.h"
 
 namespace pixtola::test {
 namespace {
-
-ULARGE_INTEGER Size(std::uint64_t bytes) {
-  ULARGE_INTEGER size{};
-  size.QuadPart = bytes;
-  return size;
-}
 
 TEST(GlobalMemoryWithoutMemory, IsNotAllocated) {
   for (const UINT flags : {GMEM_FIXED, GMEM_MOVEABLE, GHND}) {

@@ -15,13 +15,12 @@
 #include "io/tiff_writer.h"
 #include "support/fault_injection.h"
 #include "support/temporary_folder.h"
+#include "support/test_formats.h"
 #include "support/tiff_file.h"
 
 namespace pixtola::test {
 namespace {
 
-constexpr PxtFileType kTypes[] = {PxtFileTypeTiffGroup3, PxtFileTypeTiffGroup4, PxtFileTypeTiffLzw,
-                                  PxtFileTypeTiffRunLength, PxtFileTypeTiffNone};
 constexpr Gdiplus::PixelFormat kFormats[] = {PixelFormat1bppIndexed, PixelFormat8bppIndexed,
                                              PixelFormat24bppRGB};
 constexpr std::uint32_t kNever = std::numeric_limits<std::uint32_t>::max();
@@ -39,7 +38,7 @@ void ForEveryType(const Check& check) {
   for (const Gdiplus::PixelFormat format : kFormats) {
     const BitmapPointer bitmap = Stripes(800, format == PixelFormat1bppIndexed ? 300 : 25, format);
     ASSERT_NE(bitmap, nullptr);
-    for (const PxtFileType type : kTypes) {
+    for (const PxtFileType type : kTiffTypes) {
       if (!IsWritable(type, format)) continue;
       SCOPED_TRACE(testing::Message() << "format " << format << ", type " << type);
       bitmap->GetLastStatus();

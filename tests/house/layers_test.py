@@ -96,6 +96,12 @@ class LayersTest(unittest.TestCase):
         self.assertGreater(len(files), 20)
         self.check_layers(files, [portable / "include", portable, platform], PORTABLE_LAYERS)
 
+    def test_no_include_line_could_mean_two_files(self):
+        portable = SOURCE.parent / "platform" / "portable"
+        names = {path.relative_to(SOURCE).as_posix() for path in self.files()}
+        both = names & {path.relative_to(portable).as_posix() for path in files_in([portable])}
+        self.assertFalse(both, "tests know both trees")
+
     def test_files_name_nothing_of_a_platform_but_its_door(self):
         for path in self.files():
             name = path.relative_to(SOURCE).as_posix()

@@ -17,6 +17,7 @@
 #include "codecs/png_handles.h"
 #include "imaging/color_rows.h"
 #include "shared/decode_limit.h"
+#include "support/bytes.h"
 #include "support/decode_limit_guard.h"
 #include "support/memory_sink.h"
 
@@ -24,8 +25,9 @@ namespace pixtola::portable {
 
 using Gdiplus::ARGB;
 using Gdiplus::Status;
+using test::Append;
+using test::Bytes;
 using test::MemorySink;
-using Bytes = std::vector<std::uint8_t>;
 using BitmapPtr = std::unique_ptr<BitmapObject>;
 
 inline constexpr ARGB kBlack = 0xFF000000;

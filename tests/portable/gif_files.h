@@ -86,10 +86,6 @@ inline Bytes Interlaced(const Bytes& pixels, std::uint32_t width, std::uint32_t 
   return reordered;
 }
 
-inline void Append(Bytes& bytes, const Bytes& more) {
-  bytes.insert(bytes.end(), more.begin(), more.end());
-}
-
 /// Blocks of at most `length` bytes, and the empty one.
 inline void AddGifBlocks(Bytes& file, const Bytes& data, std::size_t length = 255) {
   for (std::size_t at = 0; at < data.size(); at += length) {

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "codecs/codec.h"
+#include "support/bytes.h"
 #include "support/decode_limit_guard.h"
 #include "support/temporary_folder.h"
 #include "support/test_images.h"
@@ -22,7 +23,7 @@
 namespace pixtola::portable {
 namespace {
 
-using Bytes = std::vector<std::uint8_t>;
+using test::Bytes;
 
 /// Longer files are changed, but not cut at every byte: their time grows with the square.
 constexpr std::size_t kMaxCutSize = 4096;

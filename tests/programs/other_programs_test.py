@@ -6,13 +6,11 @@ what the other programs decode must be the same pixels.
 
 import os
 import random
-import shutil
-import subprocess
-import tempfile
 import unittest
-from pathlib import Path
 
 from PIL import Image
+
+from program_tests import FolderTest, bilevel_page, run
 
 TOOL = os.environ["PIXTOLA_TOOL"]
 TIFF_TYPES = ["tiff-g3", "tiff-g4", "tiff-lzw", "tiff-packbits", "tiff-none"]
@@ -23,26 +21,7 @@ SIZES = [(1, 1), (3, 2), (8, 8), (9, 1), (1, 9), (17, 33), (33, 7), (64, 64), (1
          (511, 129), (2480, 20), (2480, 3508)]
 
 
-def bilevel_page(size, seed):
-    """Blocks and specks of black on white, so that all of a fax code is used."""
-    randomness = random.Random(seed)
-    image = Image.new("1", size, 1)
-    for _ in range(12 + size[0] * size[1] // 20000):
-        x, y = randomness.randrange(size[0]), randomness.randrange(size[1])
-        width, height = randomness.choice([(1, 1), (2, 5), (17, 3), (200, 2), (40, 40)])
-        image.paste(randomness.randrange(2), (x, y, min(x + width, size[0]), min(y + height, size[1])))
-    return image
-
-
-def run(*command, **options):
-    return subprocess.run([str(part) for part in command], check=True, capture_output=True, **options)
-
-
-class OtherProgramsTest(unittest.TestCase):
-    def setUp(self):
-        self.folder = Path(tempfile.mkdtemp(prefix="pixtola-"))
-        self.addCleanup(shutil.rmtree, self.folder, ignore_errors=True)
-
+class OtherProgramsTest(FolderTest):
     def write(self, image, kind, *options, dpi=(300, 300)):
         image.save(self.folder / "in.png", dpi=dpi)
         output = self.folder / "out"

@@ -6,24 +6,18 @@ PIXTOLA_PAGE_DUMP names the program that asks the library.
 
 import os
 import random
-import shutil
 import subprocess
-import tempfile
 import unittest
-from pathlib import Path
 
 from PIL import Image
 
 import plain_pcx
+from program_tests import FolderTest, output_of, run
 
 PAGE_DUMP = os.environ["PIXTOLA_PAGE_DUMP"]
 PCX = 3  # a PxtFileType
 
 SIZES = [(1, 1), (2, 3), (7, 5), (16, 3), (61, 43), (64, 2), (130, 31)]
-
-
-def run(*command):
-    return subprocess.run([str(part) for part in command], check=True, capture_output=True).stdout
 
 
 def spotted(size, color_count, seed=0):
@@ -70,10 +64,9 @@ def image_of(picture):
     return Image.frombytes("RGB", picture.size, picture.rows, "raw", "BGR" if picture.format == plain_pcx.RGB_24 else "BGRX")
 
 
-class PcxProgramsTest(unittest.TestCase):
+class PcxProgramsTest(FolderTest):
     def setUp(self):
-        self.folder = Path(tempfile.mkdtemp(prefix="pixtola-"))
-        self.addCleanup(shutil.rmtree, self.folder, ignore_errors=True)
+        super().setUp()
         self.file = self.folder / "file.pcx"
 
     # ------------------------------------------------------------------ files of other programs
@@ -101,7 +94,7 @@ class PcxProgramsTest(unittest.TestCase):
 
     def make_with_netpbm(self, image, *options):
         image.convert("RGB").save(self.folder / "in.ppm")
-        self.file.write_bytes(run("ppmtopcx", "-quiet", *options, self.folder / "in.ppm"))
+        self.file.write_bytes(output_of("ppmtopcx", "-quiet", *options, self.folder / "in.ppm"))
 
     def test_netpbms_planes_and_packed_pixels(self):
         count = 0
@@ -228,14 +221,14 @@ class PcxProgramsTest(unittest.TestCase):
     def test_netpbm_reads_them(self):
         for image in self.saved_images():
             with self.subTest(mode=image.mode, size=image.size):
-                (self.folder / "out.ppm").write_bytes(run("pcxtoppm", self.file))
+                (self.folder / "out.ppm").write_bytes(output_of("pcxtoppm", self.file))
                 with Image.open(self.folder / "out.ppm") as read:
                     self.assertEqual(read.convert("RGB").tobytes(), image.convert("RGB").tobytes())
 
     def test_imagemagick_reads_them(self):
         for image in self.saved_images():
             with self.subTest(mode=image.mode, size=image.size):
-                output = run("convert", f"pcx:{self.file}", "-format", "%x %y\\n", "-depth", "8", "-write", "info:-",
+                output = output_of("convert", f"pcx:{self.file}", "-format", "%x %y\\n", "-depth", "8", "-write", "info:-",
                              "rgb:-")
                 resolution, pixels = output.split(b"\n", 1)
                 self.assertEqual(resolution.split(), [b"300", b"200"])

@@ -3,15 +3,12 @@ ImageMagick, netpbm."""
 
 import io
 import random
-import shutil
-import subprocess
-import tempfile
 import unittest
-from pathlib import Path
 
 from PIL import Image, ImageChops
 
 from platform_codecs import decode, encode
+from program_tests import FolderTest, largest_difference, run
 
 SIZES = [(1, 1), (8, 8), (17, 33), (200, 150)]
 
@@ -25,18 +22,9 @@ def picture(mode, size):
     return ImageChops.add(patches, grain)
 
 
-def run(*command):
-    return subprocess.run([str(part) for part in command], check=True, capture_output=True)
-
-
-def largest_difference(first, second):
-    return max(high for _, high in ImageChops.difference(first, second).getextrema())
-
-
-class PlatformJpegTest(unittest.TestCase):
+class PlatformJpegTest(FolderTest):
     def setUp(self):
-        self.folder = Path(tempfile.mkdtemp(prefix="pixtola-"))
-        self.addCleanup(shutil.rmtree, self.folder, ignore_errors=True)
+        super().setUp()
         self.file = self.folder / "file.jpg"
 
     def assert_as_pillow_decodes(self, pixel_format, tolerance=0):

@@ -2,15 +2,12 @@
 libtiff's tools, ImageMagick."""
 
 import random
-import shutil
-import subprocess
-import tempfile
 import unittest
-from pathlib import Path
 
-from PIL import Image, ImageChops, TiffImagePlugin
+from PIL import Image, TiffImagePlugin
 
 from platform_codecs import decode, encode
+from program_tests import FolderTest, largest_difference, run
 
 SIZES = [(1, 1), (7, 5), (16, 16), (61, 43)]
 
@@ -28,18 +25,9 @@ def noise(mode, size, seed=1):
     return image
 
 
-def run(*command):
-    return subprocess.run([str(part) for part in command], check=True, capture_output=True)
-
-
-def largest_difference(first, second):
-    return max(high for _, high in ImageChops.difference(first, second).getextrema())
-
-
-class PlatformTiffTest(unittest.TestCase):
+class PlatformTiffTest(FolderTest):
     def setUp(self):
-        self.folder = Path(tempfile.mkdtemp(prefix="pixtola-"))
-        self.addCleanup(shutil.rmtree, self.folder, ignore_errors=True)
+        super().setUp()
         self.file = self.folder / "file.tif"
 
     def assert_decoded(self, path, pixel_format, expected, tolerance=0, frame=0):

@@ -7,16 +7,15 @@ platform's decoders alone.
 
 import os
 import random
-import shutil
 import subprocess
-import tempfile
 import unittest
 from dataclasses import dataclass
 from pathlib import Path
 
-from PIL import Image, ImageChops
+from PIL import Image
 
 from platform_codecs import decode
+from program_tests import FolderTest, bilevel_page, largest_difference, run
 
 IMAGES = Path(__file__).resolve().parent.parent / "data" / "images"
 TIFF_TYPES = {5: "CCITT Group 3", 6: "CCITT Group 4", 7: "LZW", 8: "PackBits", 9: "None"}
@@ -59,10 +58,6 @@ class Page:
         return image
 
 
-def run(*command):
-    return subprocess.run([str(part) for part in command], check=True, capture_output=True)
-
-
 def open_page(path, page="-"):
     """None when it is not opened. "-": PxtOpenImageFile."""
     done = subprocess.run([os.environ["PIXTOLA_PAGE_DUMP"], str(path), str(page)], capture_output=True)
@@ -93,25 +88,9 @@ def noise(mode, size, seed=1):
     return image
 
 
-def sketch(size, seed):
-    """Blocks of black on white, as fax codes like them."""
-    randomness = random.Random(seed)
-    image = Image.new("1", size, 1)
-    for _ in range(12 + size[0] * size[1] // 20000):
-        x, y = randomness.randrange(size[0]), randomness.randrange(size[1])
-        width, height = randomness.choice([(1, 1), (2, 5), (17, 3), (200, 2), (40, 40)])
-        image.paste(randomness.randrange(2), (x, y, min(x + width, size[0]), min(y + height, size[1])))
-    return image
-
-
-def largest_difference(first, second):
-    return max(high for _, high in ImageChops.difference(first, second).getextrema())
-
-
-class TiffProgramsTest(unittest.TestCase):
+class TiffProgramsTest(FolderTest):
     def setUp(self):
-        self.folder = Path(tempfile.mkdtemp(prefix="pixtola-"))
-        self.addCleanup(shutil.rmtree, self.folder, ignore_errors=True)
+        super().setUp()
         self.file = self.folder / "file.tif"
 
     def plain_rows(self, path, page):
@@ -305,7 +284,7 @@ class TiffProgramsTest(unittest.TestCase):
     def test_other_programs_read_every_bilevel_type(self):
         source = self.folder / "source.png"
         for number, size in enumerate([(1, 1), (3, 2), (8, 8), (9, 1), (1, 9), (33, 7), (100, 818), (511, 129)]):
-            page = sketch(size, number)
+            page = bilevel_page(size, number)
             page.save(source, dpi=(300, 150))
             for kind in TIFF_TYPES:
                 with self.subTest(size=size, kind=kind):
@@ -333,7 +312,7 @@ class TiffProgramsTest(unittest.TestCase):
         self.assertEqual(open_page(self.file).rows, page.tobytes())
 
     def test_white_first_palettes_show_the_same_picture(self):
-        page = sketch((123, 77), 3)
+        page = bilevel_page((123, 77), 3)
         indexes = page.convert("L").point(lambda level: 0 if level else 1)  # 0 is white
         image = Image.frombytes("P", page.size, indexes.tobytes())
         image.putpalette([255, 255, 255, 0, 0, 0])

@@ -4,7 +4,7 @@
 
 #include <cstddef>
 
-#include "base/owners.h"
+#include "base/handles.h"
 #include "pixtola/portable/gdiplus.h"
 
 namespace pixtola::portable {

@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <limits>
 
-#include "base/owners.h"
+#include "base/handles.h"
 #include "shared/large_pages.h"
 
 namespace pixtola::portable {

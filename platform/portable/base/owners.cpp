@@ -1,4 +1,4 @@
-#include "base/owners.h"
+#include "base/handles.h"
 
 #include <sys/stat.h>
 #include <unistd.h>

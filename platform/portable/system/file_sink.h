@@ -6,7 +6,7 @@
 #include <string>
 
 #include "base/byte_sink.h"
-#include "base/owners.h"
+#include "base/handles.h"
 
 namespace pixtola::portable {
 

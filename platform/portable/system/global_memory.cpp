@@ -11,7 +11,7 @@
 #include <limits>
 #include <new>
 
-#include "base/owners.h"
+#include "base/handles.h"
 
 namespace pixtola::portable {
 

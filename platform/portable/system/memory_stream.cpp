@@ -7,7 +7,7 @@
 #include <new>
 #include <utility>
 
-#include "base/owners.h"
+#include "base/handles.h"
 #include "pixtola/portable/kernel.h"
 #include "pixtola/portable/stream.h"
 #include "system/global_memory.h"

@@ -7,7 +7,7 @@
 #include <span>
 
 #include "base/byte_sink.h"
-#include "base/owners.h"
+#include "base/handles.h"
 #include "pixtola/portable/gdiplus.h"
 #include "pixtola/portable/stream.h"
 

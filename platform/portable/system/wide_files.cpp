@@ -7,7 +7,7 @@
 #include <cstdio>
 #include <optional>
 
-#include "base/owners.h"
+#include "base/handles.h"
 #include "base/utf8.h"
 #include "pixtola/portable/kernel.h"
 #include "pixtola/portable/runtime.h"

@@ -7,13 +7,11 @@
 #include "support/decode_limit_guard.h"
 #include "support/memory_streams.h"
 #include "support/test_bitmap.h"
+#include "support/test_formats.h"
 #include "unit/bitmap/format_view.h"
 
 namespace pixtola::test {
 namespace {
-
-constexpr Gdiplus::PixelFormat kIndexedFormats[] = {PixelFormat1bppIndexed, PixelFormat4bppIndexed,
-                                                    PixelFormat8bppIndexed};
 
 TEST(CBitmapGenerator, ReportsInvalidParameterForNullData) {
   const CBitmapGenerator generator(FormatView(nullptr, PixelFormat24bppRGB, 1, 1, 4),

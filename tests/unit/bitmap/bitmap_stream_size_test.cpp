@@ -9,15 +9,10 @@
 
 #include "support/reference_pixels.h"
 #include "support/test_bitmap.h"
+#include "support/test_formats.h"
 
 namespace pixtola::test {
 namespace {
-
-constexpr PxtFileType kTiffTypes[] = {PxtFileTypeTiffGroup3, PxtFileTypeTiffGroup4,
-                                      PxtFileTypeTiffLzw, PxtFileTypeTiffRunLength,
-                                      PxtFileTypeTiffNone};
-constexpr PxtFileType kOtherTypes[] = {PxtFileTypeBmp, PxtFileTypeGif,     PxtFileTypeJpeg,
-                                       PxtFileTypePng, PxtFileTypeJpegLow, PxtFileTypeJpegHigh};
 
 /// An 8-bit bitmap with a palette of so many entries.
 BitmapPointer EightBit(INT width, INT height, std::size_t colors) {
@@ -30,14 +25,14 @@ BitmapPointer EightBit(INT width, INT height, std::size_t colors) {
 TEST(EncodedSizeEstimate, IsThatOfTheUncompressedImage) {
   // A block of 256 colours takes 8 + 4 * 256 = 1,032 bytes.
   const BitmapPointer bitmap = EightBit(100, 100, 256);
-  for (const PxtFileType type : kOtherTypes) {
+  for (const PxtFileType type : kPlatformTypes) {
     EXPECT_EQ(EncodedSizeEstimate(*bitmap, type), 11'076U) << type;
   }
 }
 
 TEST(EncodedSizeEstimate, IsAtLeast4096) {
   const BitmapPointer bitmap = EightBit(10, 10, 256);
-  for (const PxtFileType type : kOtherTypes) {
+  for (const PxtFileType type : kPlatformTypes) {
     EXPECT_EQ(EncodedSizeEstimate(*bitmap, type), 4096U) << type;
   }
   // 8 + 4 * 2 of palette, 44, and rows of 4 bytes.

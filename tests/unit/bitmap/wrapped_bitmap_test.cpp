@@ -17,13 +17,11 @@
 #include "support/platform_expectations.h"
 #include "support/scripted_stream.h"
 #include "support/test_bitmap.h"
+#include "support/test_formats.h"
 #include "unit/bitmap/format_view.h"
 
 namespace pixtola::test {
 namespace {
-
-constexpr Gdiplus::PixelFormat kIndexedFormats[] = {PixelFormat1bppIndexed, PixelFormat4bppIndexed,
-                                                    PixelFormat8bppIndexed};
 
 /// What a wrapped bitmap keeps to itself. Only this kind of cast finds bases that are not public.
 CBitmapGenerator& GeneratorOf(CWrappedBitmap& bitmap) { return (CBitmapGenerator&)bitmap; }

@@ -12,22 +12,13 @@
 #include "support/sample_images.h"
 #include "support/temporary_folder.h"
 #include "support/test_bitmap.h"
+#include "support/test_formats.h"
 #include "support/tiff_file.h"
 
 namespace pixtola::test {
 namespace {
 
 using Gdiplus::PixelFormat;
-
-constexpr PixelFormat k1 = PixelFormat1bppIndexed;
-constexpr PixelFormat k4 = PixelFormat4bppIndexed;
-constexpr PixelFormat k8 = PixelFormat8bppIndexed;
-constexpr PixelFormat k555 = PixelFormat16bppRGB555;
-constexpr PixelFormat k565 = PixelFormat16bppRGB565;
-constexpr PixelFormat k24 = PixelFormat24bppRGB;
-constexpr PixelFormat k32 = PixelFormat32bppRGB;
-constexpr PixelFormat kArgb = PixelFormat32bppARGB;
-constexpr PixelFormat kPargb = PixelFormat32bppPARGB;
 
 constexpr PixelFormat kFormats[] = {k1, k4, k8, k555, k565, k24, k32, kArgb, kPargb};
 

@@ -11,6 +11,7 @@
 #include "support/sample_images.h"
 #include "support/temporary_folder.h"
 #include "support/test_bitmap.h"
+#include "support/test_formats.h"
 #include "support/tiff_file.h"
 
 namespace pixtola::test {
@@ -192,9 +193,6 @@ TEST_F(PxtSaveStreamToStreamTest, CanReplaceTheStreamThatItReads) {
 }
 
 class PxtStreamToStreamTest : public StreamConversion {};
-
-constexpr PxtConversionMethod kMethods[] = {MethodGray8, MethodBilevelOtsu, MethodBilevelAdaptive,
-                                            MethodBilevelDiffusion};
 
 TEST_F(PxtStreamToStreamTest, SavesWhatTheConversionMakesOfTheStream) {
   for (const Input& input : kInputs) {

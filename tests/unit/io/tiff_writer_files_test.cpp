@@ -16,14 +16,12 @@
 #include "support/recording_stream.h"
 #include "support/temporary_folder.h"
 #include "support/test_bitmap.h"
+#include "support/test_formats.h"
 #include "support/tiff_bytes.h"
 
 namespace pixtola::test {
 namespace {
 
-constexpr PxtFileType kTiffTypes[] = {PxtFileTypeTiffGroup3, PxtFileTypeTiffGroup4,
-                                      PxtFileTypeTiffLzw, PxtFileTypeTiffRunLength,
-                                      PxtFileTypeTiffNone};
 constexpr PxtFileType kDeepTypes[] = {PxtFileTypeTiffLzw, PxtFileTypeTiffRunLength,
                                       PxtFileTypeTiffNone};
 

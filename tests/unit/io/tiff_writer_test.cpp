@@ -8,14 +8,11 @@
 #include "support/decode_limit_guard.h"
 #include "support/temporary_folder.h"
 #include "support/test_bitmap.h"
+#include "support/test_formats.h"
 #include "support/tiff_file.h"
 
 namespace pixtola::test {
 namespace {
-
-constexpr PxtFileType kTiffTypes[] = {PxtFileTypeTiffGroup3, PxtFileTypeTiffGroup4,
-                                      PxtFileTypeTiffLzw, PxtFileTypeTiffRunLength,
-                                      PxtFileTypeTiffNone};
 
 class WriteTiffFileTest : public testing::Test {
  protected:

@@ -10,11 +10,10 @@
 #include <vector>
 
 #include "platform.h"
+#include "support/bytes.h"
 
 namespace pixtola::test {
 namespace {
-
-using Bytes = std::vector<std::uint8_t>;
 
 constexpr std::uint8_t kFill = 0xA5;
 

@@ -2,8 +2,8 @@
 //
 // Those of the image libraries' objects are with the codecs (codecs/*_handles.h): nothing else
 // needs those libraries' headers.
-#ifndef PIXTOLA_PORTABLE_OWNERS_H_
-#define PIXTOLA_PORTABLE_OWNERS_H_
+#ifndef PIXTOLA_PORTABLE_HANDLES_H_
+#define PIXTOLA_PORTABLE_HANDLES_H_
 
 #include <cstdint>
 #include <cstdio>
@@ -96,4 +96,4 @@ class ComPointer {
 
 }  // namespace pixtola::portable
 
-#endif  // PIXTOLA_PORTABLE_OWNERS_H_
+#endif  // PIXTOLA_PORTABLE_HANDLES_H_
