@@ -4,7 +4,7 @@
 /// -----------------------------------
 /// Pixtola works at two heights. At the lower one an image is plain memory: a pointer to its top
 /// row, a width and a height in pixels and a stride, the distance in BYTES from one row to the
-/// next. The pixel (x, y) of an image with 8 or more bits a pixel stands at
+/// next. The pixel (x, y) of an image with 8 or more bits per pixel stands at
 ///
 ///     first_row + y * stride + x * (bits_per_pixel / 8)
 ///
@@ -68,14 +68,15 @@
 
 /// What a conversion makes of an image.
 enum PxtConversionMethod : uint32_t {
-  /// 8 bits a pixel, gray 0 to 255. White comes out as 254.
+  /// 8 bits per pixel, gray 0 to 255. White comes out as 254.
   MethodGray8 = 0,
-  /// 1 bit a pixel, one threshold for the whole image, found in its histogram by Otsu's criterion.
+  /// 1 bit per pixel, one threshold for the whole image, found in its histogram by Otsu's
+  /// criterion.
   MethodBilevelOtsu = 1,
-  /// 1 bit a pixel, a threshold of its own for each block of 16 x 16 pixels. Up to 15 rows at the
+  /// 1 bit per pixel, a threshold of its own for each block of 16 x 16 pixels. Up to 15 rows at the
   /// bottom that do not fill a block stay white.
   MethodBilevelAdaptive = 2,
-  /// 1 bit a pixel, error diffusion around the Otsu threshold.
+  /// 1 bit per pixel, error diffusion around the Otsu threshold.
   MethodBilevelDiffusion = 3
 };
 
@@ -102,12 +103,12 @@ enum PxtFileType : int {
 enum PxtRotateFlipOperation : uint32_t {
   PxtFlipVertical = 1,            ///< (x, H - 1 - y)
   PxtFlipHorizontal = 2,          ///< (W - 1 - x, y)
-  PxtRotateCounterClockwise = 3,  ///< (y, W - 1 - x): a quarter turn to the left, H x W pixels
+  PxtRotateCounterClockwise = 3,  ///< (y, W - 1 - x): a quarter rotation to the left, H x W pixels
   PxtRotate180 = 4,               ///< (W - 1 - x, H - 1 - y)
-  PxtRotateClockwise = 5          ///< (H - 1 - y, x): a quarter turn to the right, H x W pixels
+  PxtRotateClockwise = 5          ///< (H - 1 - y, x): a quarter rotation to the right, H x W pixels
 };
 
-/// How many bits a pixel has in memory.
+/// How many bits per pixel has in memory.
 enum PxtPixelSize : uint32_t {
   PxtPixelSize1 = 1,
   PxtPixelSize8 = 8,
@@ -141,7 +142,7 @@ PIXTOLA_API uint32_t PxtCalcStride(uint32_t width, Gdiplus::PixelFormat format);
 ///                               Out: the bytes needed, when asked for or when the capacity is too
 ///                               small; otherwise left as it is.
 /// @param destination_stride     Out: PxtCalcStride of the rectangle's width for 8 bits (gray) or
-///                               1 bit a pixel; also written when the capacity is too small.
+///                               1 bit per pixel; also written when the capacity is too small.
 /// @param palette     Required for 8-bit sources, ignored for others. Bytes at or above its Count
 ///                    become gray 0.
 ///
@@ -161,7 +162,7 @@ PIXTOLA_API int PxtBytesToBytes(PxtConversionMethod method, const uint8_t* sourc
                                 const Gdiplus::ColorPalette* palette);
 
 /// PxtBytesRectToBytes with the pixels and the palette of a bitmap. Bitmaps with other than 1, 8,
-/// 24 or 32 bits a pixel are read as 24-bit RGB. A size query does not lock the bitmap.
+/// 24 or 32 bits per pixel are read as 24-bit RGB. A size query does not lock the bitmap.
 PIXTOLA_API int PxtBitmapRectToBytes(PxtConversionMethod method, Gdiplus::Bitmap& bitmap,
                                      RECT* rect, uint8_t* destination, uint32_t* destination_size,
                                      uint32_t* destination_stride);
@@ -276,16 +277,16 @@ PIXTOLA_API int PxtLoadBitmapFromResource(const wchar_t* name, const wchar_t* ty
 /// - PCX palettes have no entry 255: it is black. 16-colour files are gray unless a palette follows
 ///   their pixels: the header's own is not used.
 ///
-/// When memory lacks for a copy, the bitmap is one that still reads from its file, which then stays
-/// open as long as the bitmap lives.
+/// When out of memory for a copy, the bitmap is one that still reads from its file, which then
+/// stays open as long as the bitmap lives.
 ///
 /// A PCX file that is cut short gives an image whose missing rows repeat the last one.
 PIXTOLA_API int PxtOpenImageFile(const wchar_t* path, Gdiplus::Bitmap** bitmap);
 
 /// Opens one page of an image file; 0 is the first, and so is any negative number. Only TIFF files
 /// have further pages: of other files, animated GIF among them, any page above 0 gives 0. So it
-/// does for TIFF pages of 2 bits, of 4-bit gray, and in tiles of at most 8 bits a pixel: these the
-/// platform decodes, and only when they are the first of their file.
+/// does for TIFF pages of 2 bits, of 4-bit gray, and in tiles of at most 8 bits per pixel: these
+/// the platform decodes, and only when they are the first of their file.
 PIXTOLA_API int PxtOpenImageFilePage(const wchar_t* path, int32_t page, Gdiplus::Bitmap** bitmap);
 
 /// Whether a path or file name has an extension of a format that can be opened, in upper or lower

@@ -11,7 +11,7 @@
 
 namespace pixtola {
 
-/// Null when there is no memory. The classes' own `new` need not tell: on some platforms it hands
+/// Null when out of memory. The classes' own `new` need not tell: on some platforms it hands
 /// GdipAlloc's null on to the constructor.
 template <typename T, typename... Arguments>
 std::unique_ptr<T> MakePlatformObject(Arguments&&... arguments) {

@@ -78,7 +78,7 @@ bool ReadLine(const PcxRleKernels& kernels, FileBytes& file, PcxRun& run,
   return true;
 }
 
-/// Decodes all rows; false without memory for two lines.
+/// Decodes all rows; false when out of memory.
 bool ReadRows(FileBytes& file, PcxImage& image) {
   const PcxHeader& header = image.header;
   const std::size_t line_bytes = std::size_t{header.planes} * header.bytes_per_line;

@@ -99,7 +99,7 @@ bool WriteHeader(std::FILE* file, const PcxShape& shape) {
   return WriteBytes(file, bytes, sizeof(bytes));
 }
 
-/// Writes the rows; false without memory or when they cannot be written.
+/// Writes the rows; false when out of memory or when they cannot be written.
 bool WriteRows(std::FILE* file, Gdiplus::Bitmap& bitmap, const PcxShape& shape) {
   const std::size_t plane_bytes = shape.bytes_per_plane();
   const std::size_t line_bytes = shape.planes() * plane_bytes;
@@ -128,7 +128,7 @@ bool WriteRows(std::FILE* file, Gdiplus::Bitmap& bitmap, const PcxShape& shape) 
 }
 
 /// Writes a palette of as many entries as the pixels can name, black where the bitmap has none or
-/// they cannot be had; false without memory or when it cannot be written.
+/// they cannot be had; false when out of memory or when it cannot be written.
 bool WritePalette(std::FILE* file, Gdiplus::Bitmap& bitmap, std::uint32_t bits) {
   constexpr std::size_t kColorBytes = 3;
   std::uint8_t bytes[1 + 256 * kColorBytes] = {kPcxPaletteMark};

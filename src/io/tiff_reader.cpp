@@ -59,7 +59,7 @@ bool SelectPage(TIFF* tiff, std::uint32_t page_index) {
   return true;
 }
 
-/// Pages of more than 8 bits a pixel: libtiff makes 8-bit RGBA of whatever they hold.
+/// Pages of more than 8 bits per pixel: libtiff makes 8-bit RGBA of whatever they hold.
 BitmapPointer ReadDeepPage(TIFF* tiff, const Page& page) {
   const std::uint64_t pixels = std::uint64_t{page.width} * page.height;
   if (!platform::IsDecodeAllowed(page.width, page.height, pixels * 4)) return nullptr;
@@ -100,7 +100,7 @@ bool ReadColorMap(TIFF* tiff, const Page& page, PaletteOf256& palette) {
   return true;
 }
 
-/// How the samples of a page with at most 8 bits a pixel become a bitmap.
+/// How the samples of a page with at most 8 bits per pixel become a bitmap.
 struct IndexedLayout {
   Gdiplus::PixelFormat format = PixelFormatUndefined;
   bool has_palette = false;

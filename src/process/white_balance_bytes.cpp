@@ -1,11 +1,11 @@
-// The white balance of pixels in memory: checks, cuts, stretch.
+// The white balance of pixels in memory: checks, points, stretch.
 
 #include <cstddef>
 #include <cstring>
 
 #include "platform.h"
-#include "process/pixels/white_balance_cuts.h"
 #include "process/pixels/white_balance_kernels.h"
+#include "process/pixels/white_balance_points.h"
 
 namespace pixtola {
 
@@ -17,10 +17,10 @@ void Copy(const std::uint8_t* source, std::uint8_t* destination, std::size_t siz
   if (destination != source) std::memmove(destination, source, size);
 }
 
-bool KeepsAllChannels(const ChannelCuts& cuts, std::uint32_t channels) {
+bool KeepsAllChannels(const ChannelPoints& points, std::uint32_t channels) {
   for (std::uint32_t c = 0; c < channels; ++c) {
-    const bool is_whole_range = cuts[c].low == 0 && cuts[c].high == 255;
-    if (cuts[c].low < cuts[c].high && !is_whole_range) return false;
+    const bool is_whole_range = points[c].black == 0 && points[c].white == 255;
+    if (points[c].black < points[c].white && !is_whole_range) return false;
   }
   return true;
 }
@@ -28,12 +28,12 @@ bool KeepsAllChannels(const ChannelCuts& cuts, std::uint32_t channels) {
 void Balance(const std::uint8_t* source, std::uint8_t* destination, std::uint32_t pixel_count,
              std::uint32_t channels, float clip_fraction) {
   const WhiteBalanceKernels& kernels = BestWhiteBalanceKernels();
-  const ChannelCuts cuts = kernels.find_cuts(kernels, source, pixel_count, channels,
-                                             ClipCount(pixel_count, clip_fraction));
-  if (KeepsAllChannels(cuts, channels)) {
+  const ChannelPoints points = kernels.find_points(kernels, source, pixel_count, channels,
+                                                   ClipCount(pixel_count, clip_fraction));
+  if (KeepsAllChannels(points, channels)) {
     Copy(source, destination, std::size_t{pixel_count} * channels);
   } else {
-    kernels.stretch(source, pixel_count, channels, cuts, destination);
+    kernels.stretch(source, pixel_count, channels, points, destination);
   }
 }
 

@@ -1,4 +1,4 @@
-// Turns and mirrors of pixel blocks: what is accepted, and the geometry of the result.
+// Rotations and flips of pixel blocks: what is accepted, and the geometry of the result.
 //
 // All sizes are computed in 64-bit signed numbers, which hold every product that is formed here.
 #include <cstddef>
@@ -73,7 +73,7 @@ std::optional<Geometry> CheckFlip(const Gdiplus::BitmapData& source, std::size_t
   return Geometry{source.Width, source.Height, stride};
 }
 
-/// The half turn. A source that runs upwards is counted, and reported, as if it ran downwards.
+/// The half rotation. A source that runs upwards is counted, and reported, as if it ran downwards.
 std::optional<Geometry> CheckHalfTurn(const Gdiplus::BitmapData& source,
                                       std::size_t bytes_per_pixel,
                                       const Gdiplus::BitmapData& destination) {
@@ -87,7 +87,7 @@ std::optional<Geometry> CheckHalfTurn(const Gdiplus::BitmapData& source,
   return Geometry{source.Width, source.Height, stride};
 }
 
-/// Quarter turns: rows become columns.
+/// Quarter rotations: rows become columns.
 std::optional<Geometry> CheckQuarterTurn(const Gdiplus::BitmapData& source,
                                          std::size_t bytes_per_pixel,
                                          const Gdiplus::BitmapData& destination) {

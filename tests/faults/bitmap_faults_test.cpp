@@ -1,4 +1,4 @@
-// Conversions of bitmaps when memory lacks or a bitmap cannot be locked.
+// Conversions of bitmaps when out of memory or a bitmap cannot be locked.
 
 #include <gtest/gtest.h>
 

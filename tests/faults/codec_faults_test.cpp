@@ -1,4 +1,4 @@
-// The stand-in's decoders and encoders when memory lacks or the file cannot be read or written.
+// The stand-in's decoders and encoders when out of memory or the file cannot be read or written.
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-// Conversions of pixels in memory when memory lacks.
+// Conversions of pixels in memory when out of memory.
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-// Bitmaps made of pixels in memory and copies of bitmaps, when memory lacks, a bitmap cannot be
+// Bitmaps made of pixels in memory and copies of bitmaps, when out of memory, a bitmap cannot be
 // locked or the encoded copy, through which indexed ones come, cannot be written or read. And the
 // palettes that they are given.
 

@@ -1,4 +1,4 @@
-// The list of file name extensions when memory lacks.
+// The list of file name extensions when out of memory.
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-// Opening files and their pages when memory lacks, a bitmap cannot be locked, or a file or an
+// Opening files and their pages when out of memory, a bitmap cannot be locked, or a file or an
 // encoded copy cannot be read or written.
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-// Reading PCX files when memory lacks, the new bitmap cannot be locked or the file cannot be read.
+// Reading PCX files when out of memory, the new bitmap cannot be locked or the file cannot be read.
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-// Writing PCX files when memory lacks, the bitmap cannot be locked or the file cannot be written,
+// Writing PCX files when out of memory, the bitmap cannot be locked or the file cannot be written,
 // or the bitmap's resolution is none.
 
 #include <gtest/gtest.h>

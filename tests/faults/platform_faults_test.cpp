@@ -1,4 +1,4 @@
-// The stand-in's bitmaps and locks when memory lacks.
+// The stand-in's bitmaps and locks when out of memory.
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
-// Images from streams into files and other streams when memory lacks, a bitmap cannot be locked, or
-// a stream or file cannot be read or written.
+// Images from streams into files and other streams when out of memory, a bitmap cannot be locked,
+// or a stream or file cannot be read or written.
 
 #include <gtest/gtest.h>
 

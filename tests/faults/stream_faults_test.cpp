@@ -1,4 +1,4 @@
-// The stand-in's decoders and encoders over streams that fail, and when memory lacks.
+// The stand-in's decoders and encoders over streams that fail, and when out of memory.
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-// The stand-in's streams, blocks of memory and handles when memory lacks.
+// The stand-in's streams, blocks of memory and handles when out of memory.
 
 #include <gtest/gtest.h>
 

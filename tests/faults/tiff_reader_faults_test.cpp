@@ -1,4 +1,4 @@
-// Reading TIFF pages from files and streams when memory lacks, the new bitmap cannot be locked or
+// Reading TIFF pages from files and streams when out of memory, the new bitmap cannot be locked or
 // the bytes cannot be read. libtiff's own memory is left alone.
 
 #include <gtest/gtest.h>

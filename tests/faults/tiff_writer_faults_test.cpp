@@ -1,4 +1,4 @@
-// Writing TIFF files and streams when memory lacks, the bitmap cannot be locked or the file cannot
+// Writing TIFF files and streams when out of memory, the bitmap cannot be locked or the file cannot
 // be written. libtiff's own memory is left alone.
 
 #include <gtest/gtest.h>

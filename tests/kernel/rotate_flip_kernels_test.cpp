@@ -1,4 +1,4 @@
-// Every table of turns and mirrors against the definition, byte for byte.
+// Every table of rotations and flips against the definition, byte for byte.
 #include "transform/pixels/rotate_flip_kernels.h"
 
 #include <gtest/gtest.h>

@@ -31,12 +31,12 @@ void Fill(GuardedBuffer& buffer, std::mt19937& random) {
   for (std::uint8_t& byte : buffer.span()) byte = static_cast<std::uint8_t>(random());
 }
 
-ChannelCuts RandomCuts(std::mt19937& random) {
-  ChannelCuts cuts;
-  for (LevelCuts& cut : cuts) {
-    cut = {static_cast<std::uint8_t>(random() % 160), static_cast<std::uint8_t>(random())};
+ChannelPoints RandomPoints(std::mt19937& random) {
+  ChannelPoints points;
+  for (LevelPoints& pair : points) {
+    pair = {static_cast<std::uint8_t>(random() % 160), static_cast<std::uint8_t>(random())};
   }
-  return cuts;
+  return points;
 }
 
 /// Empty if the bytes are equal.
@@ -77,18 +77,19 @@ TEST(WhiteBalanceKernels, StretchEqualsThePlainOneAndStaysInItsMemory) {
       for (const GuardSide side : {GuardSide::kAfterEnd, GuardSide::kBeforeStart}) {
         for (const std::size_t misalignment : {0U, 1U, 7U}) {
           const std::size_t size = std::size_t{count} * channels;
-          const ChannelCuts cuts = RandomCuts(random);
+          const ChannelPoints points = RandomPoints(random);
           GuardedBuffer source(size, misalignment, side);
           Fill(source, random);
           source.MakeReadOnly();
           std::vector<std::uint8_t> expected(size);
-          kPlainWhiteBalanceKernels.stretch(source.data(), count, channels, cuts, expected.data());
+          kPlainWhiteBalanceKernels.stretch(source.data(), count, channels, points,
+                                            expected.data());
           for (const WhiteBalanceKernels* table : Tables()) {
             GuardedBuffer apart(size, misalignment, side);
-            table->stretch(source.data(), count, channels, cuts, apart.data());
+            table->stretch(source.data(), count, channels, points, apart.data());
             GuardedBuffer in_place(size, misalignment, side);
             std::copy_n(source.data(), size, in_place.data());
-            table->stretch(in_place.data(), count, channels, cuts, in_place.data());
+            table->stretch(in_place.data(), count, channels, points, in_place.data());
             for (const GuardedBuffer* result : {&apart, &in_place}) {
               ASSERT_EQ(FirstDifference(expected, result->data()), "")
                   << table->target << " channels " << channels << " pixels " << count
@@ -104,23 +105,23 @@ TEST(WhiteBalanceKernels, StretchEqualsThePlainOneAndStaysInItsMemory) {
   }
 }
 
-TEST(WhiteBalanceKernels, AllLevelsAreStretchedExactlyByAllCuts) {
-  // The cuts of the four channels are neighbours, so that every pair is in one call.
+TEST(WhiteBalanceKernels, AllLevelsAreStretchedExactlyByAllPoints) {
+  // The points of the four channels are neighbours, so that every pair is in one call.
   std::vector<std::uint8_t> source(256 * 4);
   for (std::uint32_t i = 0; i < source.size(); ++i) source[i] = static_cast<std::uint8_t>(i / 4);
   std::vector<std::uint8_t> expected(source.size());
   std::vector<std::uint8_t> stretched(source.size());
   for (std::uint32_t low = 0; low < 256; ++low) {
     for (std::uint32_t high = 0; high < 256; high += 4) {
-      ChannelCuts cuts;
+      ChannelPoints points;
       for (std::uint32_t c = 0; c < 4; ++c) {
-        cuts[c] = {static_cast<std::uint8_t>(low), static_cast<std::uint8_t>(high + c)};
+        points[c] = {static_cast<std::uint8_t>(low), static_cast<std::uint8_t>(high + c)};
       }
       for (std::uint32_t i = 0; i < source.size(); ++i) {
-        expected[i] = ExactlyStretched(source[i], cuts[i % 4].low, cuts[i % 4].high);
+        expected[i] = ExactlyStretched(source[i], points[i % 4].black, points[i % 4].white);
       }
       for (const WhiteBalanceKernels* table : Tables()) {
-        table->stretch(source.data(), 256, 4, cuts, stretched.data());
+        table->stretch(source.data(), 256, 4, points, stretched.data());
         ASSERT_EQ(FirstDifference(expected, stretched.data()), "")
             << table->target << " low " << low << " high from " << high;
       }

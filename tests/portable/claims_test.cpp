@@ -319,7 +319,7 @@ TEST(UnlimitedCodecsInTiff, NeedAMebibyteForMoreThan256) {
   }
 }
 
-/// Whether a page of JPEG of four samples a pixel is allowed whose data begins so.
+/// Whether a page of JPEG of four samples per pixel is allowed whose data begins so.
 bool IsJpegAllowed(std::uint32_t width, std::uint32_t height, const Bytes& start,
                    std::size_t size) {
   Bytes data = start;

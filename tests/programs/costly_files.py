@@ -189,7 +189,7 @@ def costly_tiff_files():
                          tiff(compression, bytes(100), bits=bits, photometric=photometric), False)
     yield CostlyFile("TIFF, Deflate, 2^29 pixels of 4 samples in 100 bytes",
                      tiff(DEFLATE, bytes(100), samples=4, photometric=2), False)
-    yield CostlyFile("TIFF, Deflate, 60,000 samples a pixel",
+    yield CostlyFile("TIFF, Deflate, 60,000 samples per pixel",
                      tiff(DEFLATE, bytes(100), width=256, height=256, samples=60000, photometric=2), False)
     yield CostlyFile("TIFF, tiles of one pixel",
                      tiff(DEFLATE, bytes(100), width=8192, height=8192, tile=1, chunks=1), False)

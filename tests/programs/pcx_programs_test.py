@@ -56,7 +56,7 @@ def opened(path):
 
 
 def image_of(picture):
-    """As RGB, from 8 or more bits a pixel."""
+    """As RGB, from 8 or more bits per pixel."""
     if picture.format == plain_pcx.INDEXED_8:
         image = Image.frombytes("P", picture.size, picture.rows)
         image.putpalette(b"".join((entry & 0xFFFFFF).to_bytes(3, "big") for entry in picture.palette))

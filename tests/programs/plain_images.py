@@ -71,7 +71,7 @@ def png_pixel(samples, color, depth, chunks):
 
 
 def plain_bmp(contents):
-    """With 16 or 32 bits a pixel, whose alpha does not count."""
+    """With 16 or 32 bits per pixel, whose alpha does not count."""
     pixels_at, header_size, width, height = struct.unpack_from("<IIii", contents, 10)
     bits, compression = struct.unpack_from("<HI", contents, 28)
     masks = (0x7C00, 0x3E0, 0x1F) if bits == 16 else (0xFF0000, 0xFF00, 0xFF)

@@ -104,7 +104,7 @@ class TiffProgramsTest(FolderTest):
         return tags, b"".join(contents[at:at + count] for at, count in zip(tags[273], tags[279]))
 
     def assert_follows_the_rules(self, page, path, index):
-        """`page` is what the library's own reader must make of a page with up to eight bits a pixel in rows."""
+        """`page` is what the library's own reader must make of a page with up to eight bits per pixel in rows."""
         tags, rows = self.plain_rows(path, index)
         bits = tags.get(258, (1,))[0] * tags.get(277, 1)
         photometric = tags[262]

@@ -43,7 +43,7 @@ extern decltype(&WriteFile) __real___imp_WriteFile;
 
 namespace {
 
-/// Makes an object of the platform and puts it into `*place`, or fails as without memory.
+/// Makes an object of the platform and puts it into `*place`, or fails as when out of memory.
 template <typename Object, typename Make>
 Gdiplus::GpStatus MakeImage(Object** place, const Make& make) {
   if (FailsToAllocate()) {

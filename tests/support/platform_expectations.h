@@ -84,7 +84,7 @@ inline constexpr bool kTiffEncoderIgnoresCompression = kIsWine;
 /// bytes once more; readers that look there find black.
 inline constexpr bool kTiffPalettesLackLowBytes = kIsWine;
 
-/// TIFF of 2 bits a pixel is not decoded.
+/// TIFF of 2 bits per pixel is not decoded.
 inline constexpr bool kTiffOf2BitsIsNotDecoded = kIsWine;
 
 /// The JPEG encoder chooses its quality itself, whatever EncoderQuality says.

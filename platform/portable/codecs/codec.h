@@ -17,7 +17,7 @@ namespace pixtola::portable {
 using EncodedBytes = std::span<const std::uint8_t>;
 
 /// On Ok `bitmap` holds the image; on any other status it is null.
-/// OutOfMemory: no memory, or beyond the decode limit. GenericError: damaged or not supported.
+/// OutOfMemory: out of memory, or beyond the decode limit. GenericError: damaged or not supported.
 using DecodeFunction = Gdiplus::Status (*)(EncodedBytes bytes,
                                            std::unique_ptr<BitmapObject>& bitmap);
 

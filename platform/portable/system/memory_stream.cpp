@@ -34,7 +34,7 @@ class SharedBlock {
   HGLOBAL memory() const { return memory_; }
   std::uint64_t size() const { return GlobalSize(memory_); }
 
-  /// The bytes of a growth are undefined. False when there is no memory; the block is as it was
+  /// The bytes of a growth are undefined. False when out of memory; the block is as it was
   /// then.
   bool Resize(std::uint64_t size) {
     if (size > std::numeric_limits<SIZE_T>::max()) return false;

@@ -32,7 +32,7 @@ constexpr unsigned IndexOfBits(unsigned bit, Bytes... bytes) {
   return index;
 }
 
-/// Eight pixels of one bit a plane, as four bytes of two pixels each.
+/// Eight pixels of one bit per plane, as four bytes of two pixels each.
 template <typename... Bytes>
 constexpr std::array<std::uint8_t, 4> GroupOfBits(Bytes... bytes) {
   const auto pair = [&](unsigned bit) {

@@ -1,7 +1,7 @@
 // The definitions of the white balance's inner steps.
 #include "process/pixels/white_balance_kernels.h"
 
-#include "process/pixels/white_balance_cuts.h"
+#include "process/pixels/white_balance_points.h"
 
 namespace pixtola {
 
@@ -9,10 +9,10 @@ namespace {
 
 using Lookup = std::array<std::uint8_t, 256>;
 
-Lookup StretchLookup(LevelCuts cuts) {
+Lookup StretchLookup(LevelPoints points) {
   Lookup lookup;
-  const int low = cuts.low;
-  const int high = cuts.high;
+  const int low = points.black;
+  const int high = points.white;
   for (int level = 0; level < 256; ++level) {
     int stretched = level;
     if (low < high) {
@@ -42,9 +42,9 @@ void Map(const std::uint8_t* source, std::uint64_t pixel_count,
 }
 
 void Stretch(const std::uint8_t* source, std::uint64_t pixel_count, std::uint32_t channels,
-             const ChannelCuts& cuts, std::uint8_t* destination) {
+             const ChannelPoints& points, std::uint8_t* destination) {
   std::array<Lookup, kMaxChannels> lookups;
-  for (std::uint32_t c = 0; c < channels; ++c) lookups[c] = StretchLookup(cuts[c]);
+  for (std::uint32_t c = 0; c < channels; ++c) lookups[c] = StretchLookup(points[c]);
   if (channels == 1) Map<1>(source, pixel_count, lookups, destination);
   if (channels == 3) Map<3>(source, pixel_count, lookups, destination);
   if (channels == 4) Map<4>(source, pixel_count, lookups, destination);
@@ -68,17 +68,17 @@ void CountWindows(const std::uint8_t* pixels, std::uint64_t pixel_count, std::ui
   }
 }
 
-ChannelCuts FindCutsPlainly(const WhiteBalanceKernels& /*kernels*/, const std::uint8_t* pixels,
-                            std::uint32_t pixel_count, std::uint32_t channels,
-                            std::uint32_t clip_count) {
-  return FindCutsByLevels(pixels, pixel_count, channels, clip_count);
+ChannelPoints FindPointsPlainly(const WhiteBalanceKernels& /*kernels*/, const std::uint8_t* pixels,
+                                std::uint32_t pixel_count, std::uint32_t channels,
+                                std::uint32_t clip_count) {
+  return FindPointsByLevels(pixels, pixel_count, channels, clip_count);
 }
 
 }  // namespace
 
 constexpr WhiteBalanceKernels kPlainWhiteBalanceKernels{
     .target = "plain",
-    .find_cuts = FindCutsPlainly,
+    .find_points = FindPointsPlainly,
     .count_windows = CountWindows,
     .stretch = Stretch,
 };

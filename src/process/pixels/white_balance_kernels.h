@@ -10,13 +10,13 @@ namespace pixtola {
 
 inline constexpr std::uint32_t kMaxChannels = 4;
 
-/// Where the stretch of a channel ends: `low` and what is darker becomes 0, `high` and what is
-/// brighter 255. Where `low` is not below `high` the channel stays as it is.
-struct LevelCuts {
-  std::uint8_t low;
-  std::uint8_t high;
+/// Where the stretch of a channel ends: the black point and what is darker becomes 0, the white
+/// point and what is brighter 255. Where black is not below white the channel stays as it is.
+struct LevelPoints {
+  std::uint8_t black;
+  std::uint8_t white;
 };
-using ChannelCuts = std::array<LevelCuts, kMaxChannels>;
+using ChannelPoints = std::array<LevelPoints, kMaxChannels>;
 
 /// Levels in a window.
 inline constexpr std::uint32_t kWindowLevels = 7;
@@ -40,20 +40,21 @@ using ChannelWindowCounts = std::array<WindowCounts, kMaxChannels>;
 struct WhiteBalanceKernels {
   const char* target;  ///< the instruction set; "plain" for the definition
 
-  /// Finds the cuts of all channels by the rule, in the way that suits these kernels: by all
-  /// levels, or by a search where windows are counted much faster.
-  ChannelCuts (*find_cuts)(const WhiteBalanceKernels& kernels, const std::uint8_t* pixels,
-                           std::uint32_t pixel_count, std::uint32_t channels,
-                           std::uint32_t clip_count);
+  /// Finds black and white points of all channels by the rule, in the way that suits these kernels:
+  /// by all levels, or by a search where windows are counted much faster.
+  ChannelPoints (*find_points)(const WhiteBalanceKernels& kernels, const std::uint8_t* pixels,
+                               std::uint32_t pixel_count, std::uint32_t channels,
+                               std::uint32_t clip_count);
 
   /// Counts the values of every channel up to each level of its windows.
   void (*count_windows)(const std::uint8_t* pixels, std::uint64_t pixel_count,
                         std::uint32_t channels, const ChannelWindowStarts& starts,
                         ChannelWindowCounts& counts);
 
-  /// Stretches every channel by its cuts. `destination` is `source` or does not touch it.
+  /// Stretches every channel by its black and white points. `destination` is `source` or does not
+  /// touch it.
   void (*stretch)(const std::uint8_t* source, std::uint64_t pixel_count, std::uint32_t channels,
-                  const ChannelCuts& cuts, std::uint8_t* destination);
+                  const ChannelPoints& points, std::uint8_t* destination);
 };
 
 /// The definition.

@@ -290,8 +290,8 @@ void CountWindows(const std::uint8_t* pixels, std::uint64_t pixel_count, std::ui
 
 // -------------------------------------------------------------------------------------- stretching
 //
-// A level d above the low cut of a range of N levels becomes floor(d * 255 / N + 1/2), which is the
-// upper byte of (256 * d + e) * (whole + fraction / 65536), where whole + fraction / 65536 is
+// A level d above the black point of a range of N levels becomes floor(d * 255 / N + 1/2), which is
+// the upper byte of (256 * d + e) * (whole + fraction / 65536), where whole + fraction / 65536 is
 // 255 / N and e, 256 * N / 510, stands for the half. With e rounded up and the fraction to the
 // nearest this is exact for all N and d.
 
@@ -304,14 +304,14 @@ struct StretchConstants {
   HWY_ALIGN std::uint16_t whole[2][kPhases][kLanes / 2];
   HWY_ALIGN std::uint16_t fraction[2][kPhases][kLanes / 2];
 
-  StretchConstants(std::uint32_t channels, const ChannelCuts& cuts) {
+  StretchConstants(std::uint32_t channels, const ChannelPoints& points) {
     for (std::uint32_t i = 0; i < kPhases * kLanes; ++i) {
-      const LevelCuts cut = cuts[i % channels];
-      const bool is_stretched = cut.low < cut.high;
-      const std::uint32_t levels = is_stretched ? std::uint32_t{cut.high} - cut.low : 255;
+      const LevelPoints ends = points[i % channels];
+      const bool is_stretched = ends.black < ends.white;
+      const std::uint32_t levels = is_stretched ? std::uint32_t{ends.white} - ends.black : 255;
       const std::uint32_t phase = i / kLanes;
       const std::uint32_t lane = i % kLanes;
-      low[phase][lane] = is_stretched ? cut.low : std::uint8_t{0};
+      low[phase][lane] = is_stretched ? ends.black : std::uint8_t{0};
       range[phase][lane] = static_cast<std::uint8_t>(levels);
       half[lane % 2][phase][lane / 2] = static_cast<std::uint16_t>((128 * levels + 254) / 255);
       whole[lane % 2][phase][lane / 2] = static_cast<std::uint16_t>(255 / levels);
@@ -345,10 +345,10 @@ HWY_INLINE ByteVector StretchVector(ByteVector values, const StretchConstants<kP
 
 template <std::uint32_t kPhases>
 void StretchIn(const std::uint8_t* source, std::uint64_t pixel_count, std::uint32_t channels,
-               const ChannelCuts& cuts, std::uint8_t* destination) {
+               const ChannelPoints& points, std::uint8_t* destination) {
   constexpr std::size_t kStep = kPhases * kLanes;
   const Bytes d;
-  const StretchConstants<kPhases> constants(channels, cuts);
+  const StretchConstants<kPhases> constants(channels, points);
   const std::uint64_t size = pixel_count * channels;
   std::uint64_t i = 0;
   for (; size - i >= kStep; i += kStep) {
@@ -359,20 +359,20 @@ void StretchIn(const std::uint8_t* source, std::uint64_t pixel_count, std::uint3
   }
   // Whole vectors hold whole pixels.
   if (i == size) return;
-  kPlainWhiteBalanceKernels.stretch(source + i, (size - i) / channels, channels, cuts,
+  kPlainWhiteBalanceKernels.stretch(source + i, (size - i) / channels, channels, points,
                                     destination + i);
 }
 
 void Stretch(const std::uint8_t* source, std::uint64_t pixel_count, std::uint32_t channels,
-             const ChannelCuts& cuts, std::uint8_t* destination) {
+             const ChannelPoints& points, std::uint8_t* destination) {
   const auto stretch = channels == 3 ? StretchIn<3> : StretchIn<1>;
-  stretch(source, pixel_count, channels, cuts, destination);
+  stretch(source, pixel_count, channels, points, destination);
 }
 
 const WhiteBalanceKernels& Kernels() {
   static const WhiteBalanceKernels kernels{
       .target = hwy::TargetName(HWY_TARGET),
-      .find_cuts = FindCutsBySearch,
+      .find_points = FindPointsBySearch,
       .count_windows = CountWindows,
       .stretch = Stretch,
   };

@@ -1,4 +1,4 @@
-// The search for the cuts of a white balance: sample, windows, decision.
+// The search for the black and white points of a white balance: sample, windows, decision.
 //
 // Up to the first sum above the clip count the distances to it do not grow, and from there on they
 // do not fall. So the first sum p above the clip count decides: its predecessor is the one that is
@@ -86,7 +86,7 @@ std::int32_t FirstPlace(const EndSums& sampled, double clip_count) {
   return std::clamp(k + 2 - kWindowSums, 0, kLastPlace);
 }
 
-/// Places the next window between the sums that leave the cut open.
+/// Places the next window between the sums that leave the point open.
 std::int32_t NextPlace(const EndSums& sampled, const EndSums& known, const Decision& open,
                        std::uint32_t clip_count, std::int32_t previous_place) {
   std::int32_t place = previous_place;
@@ -120,15 +120,16 @@ void LearnSums(const WindowCounts& counts, const std::array<std::int32_t, kWindo
   }
 }
 
-std::uint8_t CutOf(End end, std::int32_t sum) {
+std::uint8_t PointOf(End end, std::int32_t sum) {
   if (sum < 0) return end == kDark ? 0 : 255;
   return static_cast<std::uint8_t>(end == kDark ? sum : 254 - sum);
 }
 
-/// The cuts if few passes of windows decide all of them.
-std::optional<ChannelCuts> FindCutsByWindows(const WhiteBalanceKernels& kernels,
-                                             const std::uint8_t* pixels, std::uint32_t pixel_count,
-                                             std::uint32_t channels, std::uint32_t clip_count) {
+/// The points if few passes of windows decide all of them.
+std::optional<ChannelPoints> FindPointsByWindows(const WhiteBalanceKernels& kernels,
+                                                 const std::uint8_t* pixels,
+                                                 std::uint32_t pixel_count, std::uint32_t channels,
+                                                 std::uint32_t clip_count) {
   ChannelHistograms sample;
   CountSample(pixels, pixel_count, channels, sample);
   ChannelSums sampled;
@@ -150,19 +151,19 @@ std::optional<ChannelCuts> FindCutsByWindows(const WhiteBalanceKernels& kernels,
     ChannelWindowCounts counts;
     kernels.count_windows(pixels, pixel_count, channels, starts, counts);
     bool is_decided = true;
-    ChannelCuts cuts{};
+    ChannelPoints points{};
     for (std::uint32_t c = 0; c < channels; ++c) {
       LearnSums(counts[c], places[c], pixel_count, known[c]);
       for (const End end : kEnds) {
         const Decision decision = Decide(known[c][end], clip_count);
-        (end == kDark ? cuts[c].low : cuts[c].high) = CutOf(end, decision.cut);
+        (end == kDark ? points[c].black : points[c].white) = PointOf(end, decision.point);
         if (decision.is_decided) continue;
         is_decided = false;
         places[c][end] =
             NextPlace(sampled[c][end], known[c][end], decision, clip_count, places[c][end]);
       }
     }
-    if (is_decided) return cuts;
+    if (is_decided) return points;
   }
   return std::nullopt;
 }
@@ -197,15 +198,15 @@ Decision Decide(const EndSums& sums, std::uint32_t clip_count) {
   return {true, -1, 0, 0};
 }
 
-ChannelCuts FindCutsBySearch(const WhiteBalanceKernels& kernels, const std::uint8_t* pixels,
-                             std::uint32_t pixel_count, std::uint32_t channels,
-                             std::uint32_t clip_count) {
+ChannelPoints FindPointsBySearch(const WhiteBalanceKernels& kernels, const std::uint8_t* pixels,
+                                 std::uint32_t pixel_count, std::uint32_t channels,
+                                 std::uint32_t clip_count) {
   if (pixel_count >= kFewestPixels && pixel_count <= kMostPixels) {
-    const std::optional<ChannelCuts> cuts =
-        FindCutsByWindows(kernels, pixels, pixel_count, channels, clip_count);
-    if (cuts.has_value()) return *cuts;
+    const std::optional<ChannelPoints> points =
+        FindPointsByWindows(kernels, pixels, pixel_count, channels, clip_count);
+    if (points.has_value()) return *points;
   }
-  return FindCutsByLevels(pixels, pixel_count, channels, clip_count);
+  return FindPointsByLevels(pixels, pixel_count, channels, clip_count);
 }
 
 }  // namespace pixtola

@@ -1,15 +1,16 @@
-// Finds the cuts of a white balance from few exact counts.
+// Finds the black and white points of a white balance from few exact counts.
 //
-// A sample of the pixels tells about where the cuts are. A few levels around them are then counted
-// in all pixels, and the rule is applied to these counts where they are enough to decide it.
+// A sample of the pixels tells about where the points are. A few levels around them are then
+// counted in all pixels, and the rule is applied to these counts where they are enough to decide
+// it.
 #ifndef PIXTOLA_PROCESS_PIXELS_WHITE_BALANCE_SEARCH_H_
 #define PIXTOLA_PROCESS_PIXELS_WHITE_BALANCE_SEARCH_H_
 
 #include <array>
 #include <cstdint>
 
-#include "process/pixels/white_balance_cuts.h"
 #include "process/pixels/white_balance_kernels.h"
+#include "process/pixels/white_balance_points.h"
 
 namespace pixtola {
 
@@ -29,7 +30,7 @@ struct EndSums {
 struct Decision {
   bool is_decided;
   /// Where it is decided: the sum after that first one, or -1 if there is none.
-  std::int32_t cut;
+  std::int32_t point;
   /// Where it is not: one of the unknown sums between these two decides it.
   std::int32_t after;
   std::int32_t before;
@@ -38,10 +39,11 @@ struct Decision {
 /// Decides as if all the sums were known, or not at all. Sums and clip count are below 2^31.
 Decision Decide(const EndSums& sums, std::uint32_t clip_count);
 
-/// The cuts of all channels by the rule, by the windows that `kernels` count where these find them.
-ChannelCuts FindCutsBySearch(const WhiteBalanceKernels& kernels, const std::uint8_t* pixels,
-                             std::uint32_t pixel_count, std::uint32_t channels,
-                             std::uint32_t clip_count);
+/// The points of all channels by the rule, by the windows that `kernels` count where these find
+/// them.
+ChannelPoints FindPointsBySearch(const WhiteBalanceKernels& kernels, const std::uint8_t* pixels,
+                                 std::uint32_t pixel_count, std::uint32_t channels,
+                                 std::uint32_t clip_count);
 
 }  // namespace pixtola
 

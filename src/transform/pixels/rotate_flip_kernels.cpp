@@ -1,4 +1,4 @@
-// The definition of the turns and mirrors: one pixel after the other.
+// The definition of the rotations and flips: one pixel after the other.
 //
 // Transposes go by tiles, so that the rows of the destination that a tile writes are still in the
 // cache when the pixels beside come.

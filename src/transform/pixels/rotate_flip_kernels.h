@@ -1,4 +1,4 @@
-// The inner steps of turns and mirrors: whole blocks of pixels moved without a look into a pixel.
+// The inner steps of rotations and flips: whole blocks of pixels moved without a look into a pixel.
 #ifndef PIXTOLA_TRANSFORM_PIXELS_ROTATE_FLIP_KERNELS_H_
 #define PIXTOLA_TRANSFORM_PIXELS_ROTATE_FLIP_KERNELS_H_
 
@@ -26,8 +26,8 @@ struct RotateFlipKernels {
   /// Each row to the row of the same number, its pixels in reverse order.
   BlockKernels mirror;
 
-  /// The pixel (x, y) to the pixel (y, x). Both quarter turns are this: one reads the rows from the
-  /// last to the first, the other writes them so.
+  /// The pixel (x, y) to the pixel (y, x). Both quarter rotations are this: one reads the rows from
+  /// the last to the first, the other writes them so.
   BlockKernels transpose;
 };
 

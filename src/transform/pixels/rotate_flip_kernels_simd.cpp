@@ -1,4 +1,4 @@
-// The turns and mirrors in vectors, compiled once for each instruction set.
+// The rotations and flips in vectors, compiled once for each instruction set.
 //
 // Vectors are seen as blocks of 16 bytes. Where a vector no longer fits beside the pixels that are
 // done, the last one is moved back to the edge: it moves some pixels a second time, to where they
@@ -132,7 +132,7 @@ void Mirror24(const ImageView& source, const MutableImageView& destination) {
   }
 }
 
-// ------------------------------------------------------------------------------- quarter turns
+// ------------------------------------------------------------------------------- quarter rotations
 
 /// A lane of the size of a pixel; those of 3 bytes are widened.
 template <std::size_t kBytes>

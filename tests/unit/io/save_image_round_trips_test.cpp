@@ -283,7 +283,7 @@ TEST_F(SavedAndOpened, AColourScanIsAGroup3FaxPage) {
   ASSERT_NE(scan, nullptr);
   ASSERT_EQ(scan->SetResolution(204, 196), Gdiplus::Ok);
 
-  // What the page is on its way: one bit a pixel, dithered, with the scan's resolution.
+  // What the page is on its way: one bit per pixel, dithered, with the scan's resolution.
   BitmapPointer dithered;
   ASSERT_EQ(PxtBitmapToBitmap(MethodBilevelDiffusion, *scan, Receive(dithered)), 1);
   EXPECT_EQ(dithered->GetPixelFormat(), k1);

@@ -144,7 +144,7 @@ TEST_F(PxtSaveBitmapToFileTest, SavesPcx) {
   ASSERT_EQ(Save(*bitmap, PxtFileTypePcx), 1);
   const Bytes file = ReadWholeFile(path_);
   ASSERT_GT(file.size(), 128U);
-  // Manufacturer, version, run lengths, 8 bits a plane; 3 planes.
+  // Manufacturer, version, run lengths, 8 bits per plane; 3 planes.
   EXPECT_EQ(Bytes(file.begin(), file.begin() + 4), (Bytes{10, 5, 1, 8}));
   EXPECT_EQ(file[65], 3);
   const BitmapPointer opened = Open();

@@ -130,28 +130,28 @@ TEST(WhiteBalanceBytes, KeepsPixelsOfWhichAllMayBeClipped) {
 
 // ------------------------------------------------------------------------ a definition of its own
 
-struct Cuts {
-  int low;
-  int high;
+struct Points {
+  int black;
+  int white;
 };
 
-Cuts CutsOf(const std::vector<std::int64_t>& counts, std::int64_t clip_count) {
-  Cuts cuts{0, 255};
+Points PointsOf(const std::vector<std::int64_t>& counts, std::int64_t clip_count) {
+  Points points{0, 255};
   std::int64_t sum = 0;
-  for (std::size_t i = 0; i <= 254 && cuts.low == 0; ++i) {
+  for (std::size_t i = 0; i <= 254 && points.black == 0; ++i) {
     sum += counts[i];
     if (std::abs(sum - clip_count) < std::abs(sum + counts[i + 1] - clip_count)) {
-      cuts.low = static_cast<int>(i) + 1;
+      points.black = static_cast<int>(i) + 1;
     }
   }
   sum = 0;
-  for (std::size_t i = 254; i >= 1 && cuts.high == 255; --i) {
+  for (std::size_t i = 254; i >= 1 && points.white == 255; --i) {
     sum += counts[i];
     if (std::abs(sum - clip_count) < std::abs(sum + counts[i - 1] - clip_count)) {
-      cuts.high = static_cast<int>(i) - 1;
+      points.white = static_cast<int>(i) - 1;
     }
   }
-  return cuts;
+  return points;
 }
 
 Bytes BalancedByDefinition(const Bytes& source, std::size_t channels, float clip_fraction) {
@@ -162,7 +162,7 @@ Bytes BalancedByDefinition(const Bytes& source, std::size_t channels, float clip
   for (std::size_t c = 0; c < channels; ++c) {
     std::vector<std::int64_t> counts(256);
     for (std::size_t i = 0; i < pixel_count; ++i) ++counts[source[i * channels + c]];
-    const auto [low, high] = CutsOf(counts, clip_count);
+    const auto [low, high] = PointsOf(counts, clip_count);
     for (std::size_t i = 0; i < pixel_count; ++i) {
       int value = source[i * channels + c];
       if (low < high) {

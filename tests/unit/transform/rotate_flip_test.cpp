@@ -1,4 +1,4 @@
-// Turns and mirrors as they are exported: where each pixel lands, what is accepted, what is
+// Rotations and flips as they are exported: where each pixel lands, what is accepted, what is
 // written.
 #include <gtest/gtest.h>
 
@@ -264,7 +264,7 @@ TEST(RotateFlip, OnlyFlipsInsistOnTheExactStride) {
     if (is_flip) {
       EXPECT_TRUE(AreAlike(result.data, before));
     } else {
-      // The source's for the half turn; for the others that of 6 pixels, which is the same.
+      // The source's for the half rotation; for the others that of 6 pixels, which is the same.
       EXPECT_EQ(result.data.Stride, 20);
       ExpectMoved(source.data, 3, operation, result);
     }

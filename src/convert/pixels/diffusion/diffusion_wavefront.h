@@ -39,7 +39,7 @@ class DiffusionWavefront {
   /// `lanes` is a multiple of 4.
   DiffusionWavefront(std::uint32_t width, std::uint32_t lanes);
 
-  /// False when there is no memory; nothing else may be called then.
+  /// False when out of memory; nothing else may be called then.
   bool IsReady() const { return memory_ != nullptr; }
 
   /// Goes to the first piece or to the next: its packed gray rows, and the rows of 1 bit per pixel

@@ -1,4 +1,4 @@
-// The search for the cuts against the rule: with whatever it knows, it decides as the rule or not
+// The search for the points against the rule: with whatever it knows, it decides as the rule or not
 // at all.
 #include "process/pixels/white_balance_search.h"
 
@@ -29,9 +29,9 @@ EndSums SumsOf(const Histogram& counts, bool is_bright_end) {
   return sums;
 }
 
-int CutOf(const Decision& decision, bool is_bright_end) {
-  if (decision.cut < 0) return is_bright_end ? 255 : 0;
-  return is_bright_end ? 254 - decision.cut : decision.cut;
+int PointOf(const Decision& decision, bool is_bright_end) {
+  if (decision.point < 0) return is_bright_end ? 255 : 0;
+  return is_bright_end ? 254 - decision.point : decision.point;
 }
 
 /// Few levels and small counts, so that ties, gaps and clip counts that are met exactly are common.
@@ -53,11 +53,12 @@ TEST(Decide, AgreesWithTheRuleWhenAllSumsAreKnown) {
   for (int round = 0; round < 20000; ++round) {
     const Histogram counts = RandomCounts(random);
     const std::uint32_t clip_count = Below(3, random) == 0 ? 0 : Below(40, random);
-    const LevelCuts cuts = FindCuts(counts, clip_count);
+    const LevelPoints points = FindPoints(counts, clip_count);
     for (const bool is_bright_end : {false, true}) {
       const Decision decision = Decide(SumsOf(counts, is_bright_end), clip_count);
       ASSERT_TRUE(decision.is_decided);
-      ASSERT_EQ(CutOf(decision, is_bright_end), is_bright_end ? cuts.high : cuts.low) << round;
+      ASSERT_EQ(PointOf(decision, is_bright_end), is_bright_end ? points.white : points.black)
+          << round;
     }
   }
 }
@@ -67,7 +68,7 @@ TEST(Decide, AgreesWithTheRuleOrNamesUnknownSumsThatLeadToIt) {
   for (int round = 0; round < 20000; ++round) {
     const Histogram counts = RandomCounts(random);
     const std::uint32_t clip_count = Below(3, random) == 0 ? 0 : Below(40, random);
-    const LevelCuts cuts = FindCuts(counts, clip_count);
+    const LevelPoints points = FindPoints(counts, clip_count);
     for (const bool is_bright_end : {false, true}) {
       const EndSums all = SumsOf(counts, is_bright_end);
       EndSums known = all;
@@ -85,7 +86,8 @@ TEST(Decide, AgreesWithTheRuleOrNamesUnknownSumsThatLeadToIt) {
         known[middle] = all[middle];
         decision = Decide(known, clip_count);
       }
-      ASSERT_EQ(CutOf(decision, is_bright_end), is_bright_end ? cuts.high : cuts.low) << round;
+      ASSERT_EQ(PointOf(decision, is_bright_end), is_bright_end ? points.white : points.black)
+          << round;
     }
   }
 }
@@ -95,13 +97,15 @@ TEST(Decide, HoldsUpToTheLargestSums) {
   counts[10] = 0x7FFFFFFE;
   counts[20] = 1;
   for (const std::uint32_t clip_count : {0U, 0x3FFFFFFFU, 0x40000000U, 0x7FFFFFFEU, 0x7FFFFFFFU}) {
-    const LevelCuts cuts = FindCuts(counts, clip_count);
-    EXPECT_EQ(CutOf(Decide(SumsOf(counts, false), clip_count), false), cuts.low) << clip_count;
-    EXPECT_EQ(CutOf(Decide(SumsOf(counts, true), clip_count), true), cuts.high) << clip_count;
+    const LevelPoints points = FindPoints(counts, clip_count);
+    EXPECT_EQ(PointOf(Decide(SumsOf(counts, false), clip_count), false), points.black)
+        << clip_count;
+    EXPECT_EQ(PointOf(Decide(SumsOf(counts, true), clip_count), true), points.white) << clip_count;
   }
 }
 
-// ------------------------------------------------------------------------------- FindCutsBySearch
+// -------------------------------------------------------------------------------
+// FindPointsBySearch
 
 int g_passes = 0;
 
@@ -159,20 +163,21 @@ std::vector<std::uint8_t> Fill(const Content& content, std::uint32_t size) {
   return bytes;
 }
 
-void ExpectRuleCuts(const WhiteBalanceKernels& kernels, const Content& content,
-                    std::uint32_t channels, std::uint32_t pixel_count) {
+void ExpectRulePoints(const WhiteBalanceKernels& kernels, const Content& content,
+                      std::uint32_t channels, std::uint32_t pixel_count) {
   const std::vector<std::uint8_t> bytes = Fill(content, pixel_count * channels);
   ChannelHistograms counts{};
   AddLevels(bytes.data(), pixel_count, channels, counts);
   for (const float fraction : {0.0F, 0.00001F, 0.001F, 0.01F, 0.25F, 0.5F, 0.9F, 1.0F}) {
     const std::uint32_t clip_count = ClipCount(pixel_count, fraction);
     g_passes = 0;
-    const ChannelCuts cuts =
-        FindCutsBySearch(kernels, bytes.data(), pixel_count, channels, clip_count);
+    const ChannelPoints points =
+        FindPointsBySearch(kernels, bytes.data(), pixel_count, channels, clip_count);
     for (std::uint32_t c = 0; c < channels; ++c) {
-      const LevelCuts expected = FindCuts(counts[c], clip_count);
-      ASSERT_EQ(int{cuts[c].low}, int{expected.low}) << content.name << " clipped by " << fraction;
-      ASSERT_EQ(int{cuts[c].high}, int{expected.high})
+      const LevelPoints expected = FindPoints(counts[c], clip_count);
+      ASSERT_EQ(int{points[c].black}, int{expected.black})
+          << content.name << " clipped by " << fraction;
+      ASSERT_EQ(int{points[c].white}, int{expected.white})
           << content.name << " clipped by " << fraction;
     }
     if (fraction == 0.01F && content.most_passes != 0) {
@@ -182,36 +187,36 @@ void ExpectRuleCuts(const WhiteBalanceKernels& kernels, const Content& content,
   }
 }
 
-TEST(FindCutsBySearch, FindsTheCutsOfTheRuleInOnePassWhereTheSampleTells) {
-  for (const Content& content : kContents) ExpectRuleCuts(CountedKernels(), content, 1, 300000);
+TEST(FindPointsBySearch, FindsThePointsOfTheRuleInOnePassWhereTheSampleTells) {
+  for (const Content& content : kContents) ExpectRulePoints(CountedKernels(), content, 1, 300000);
 }
 
-TEST(FindCutsBySearch, FindsTheCutsOfAllChannels) {
+TEST(FindPointsBySearch, FindsThePointsOfAllChannels) {
   for (const Content& content : kContents) {
     const Content any_passes{content.name, content.value, 0};
     for (const std::uint32_t channels : {3U, 4U}) {
-      ExpectRuleCuts(BestWhiteBalanceKernels(), any_passes, channels, 270001);
+      ExpectRulePoints(BestWhiteBalanceKernels(), any_passes, channels, 270001);
     }
   }
 }
 
-TEST(FindCutsBySearch, CountsAllLevelsOfFewPixels) {
+TEST(FindPointsBySearch, CountsAllLevelsOfFewPixels) {
   const std::vector<std::uint8_t> bytes = {50, 50, 200, 200};
   g_passes = 0;
-  const ChannelCuts cuts = FindCutsBySearch(CountedKernels(), bytes.data(), 4, 1, 0);
-  EXPECT_EQ(int{cuts[0].low}, 50);
-  EXPECT_EQ(int{cuts[0].high}, 200);
+  const ChannelPoints points = FindPointsBySearch(CountedKernels(), bytes.data(), 4, 1, 0);
+  EXPECT_EQ(int{points[0].black}, 50);
+  EXPECT_EQ(int{points[0].white}, 200);
   EXPECT_EQ(g_passes, 0);
 }
 
-TEST(FindCutsBySearch, CountsAllLevelsWhereTheWindowsDoNotFindTheCut) {
+TEST(FindPointsBySearch, CountsAllLevelsWhereTheWindowsDoNotFindThePoint) {
   // One dark pixel far from all others, which the sample misses.
   std::vector<std::uint8_t> bytes(300000, 200);
   bytes[150001] = 90;
   g_passes = 0;
-  const ChannelCuts cuts = FindCutsBySearch(CountedKernels(), bytes.data(), 300000, 1, 0);
-  EXPECT_EQ(int{cuts[0].low}, 90);
-  EXPECT_EQ(int{cuts[0].high}, 200);
+  const ChannelPoints points = FindPointsBySearch(CountedKernels(), bytes.data(), 300000, 1, 0);
+  EXPECT_EQ(int{points[0].black}, 90);
+  EXPECT_EQ(int{points[0].white}, 200);
   EXPECT_EQ(g_passes, 3);
 }
 

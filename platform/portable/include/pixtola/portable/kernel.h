@@ -34,7 +34,7 @@ extern "C" {
 // Global memory. A fixed block's handle is its address; a movable one has an address while it is
 // locked. All calls take null and fail on it, except GlobalFree, which has nothing to do then.
 
-/// Null when there is no memory. The contents are undefined unless GMEM_ZEROINIT is given.
+/// Null when out of memory. The contents are undefined unless GMEM_ZEROINIT is given.
 PIXTOLA_PLATFORM_API HGLOBAL WINAPI GlobalAlloc(UINT flags, SIZE_T size);
 /// Changes the size and keeps the contents; null, with the block as it was, when that cannot be
 /// done. A block that is fixed or locked moves only when GMEM_MOVEABLE is given. Movable blocks

@@ -1,5 +1,5 @@
-// The clip count and the rule for the cuts, by hand-made counts.
-#include "process/pixels/white_balance_cuts.h"
+// The clip count and the rule for the points, by hand-made counts.
+#include "process/pixels/white_balance_points.h"
 
 #include <gtest/gtest.h>
 
@@ -10,22 +10,22 @@
 
 namespace pixtola {
 
-bool operator==(const LevelCuts& a, const LevelCuts& b) {
-  return a.low == b.low && a.high == b.high;
+bool operator==(const LevelPoints& a, const LevelPoints& b) {
+  return a.black == b.black && a.white == b.white;
 }
 
-void PrintTo(const LevelCuts& cuts, std::ostream* out) {
-  *out << "{" << int{cuts.low} << ", " << int{cuts.high} << "}";
+void PrintTo(const LevelPoints& points, std::ostream* out) {
+  *out << "{" << int{points.black} << ", " << int{points.white} << "}";
 }
 
 namespace {
 
 using Counts = std::vector<std::pair<std::uint32_t, std::uint32_t>>;  // level and pixels
 
-LevelCuts CutsOf(const Counts& given, std::uint32_t clip_count) {
+LevelPoints PointsOf(const Counts& given, std::uint32_t clip_count) {
   Histogram counts{};
   for (const auto& [level, pixels] : given) counts[level] = pixels;
-  return FindCuts(counts, clip_count);
+  return FindPoints(counts, clip_count);
 }
 
 TEST(ClipCount, IsTruncated) {
@@ -52,50 +52,52 @@ TEST(ClipCount, IsLimited) {
   EXPECT_EQ(ClipCount(1, std::numeric_limits<float>::infinity()), 0x7FFFFFFFU);
 }
 
-TEST(FindCuts, CutsNothingFromAnEmptyChannel) { EXPECT_EQ(CutsOf({}, 0), (LevelCuts{0, 255})); }
-
-TEST(FindCuts, EndsAtTheOutermostLevelsWithoutClipping) {
-  EXPECT_EQ(CutsOf({{50, 50}, {200, 50}}, 0), (LevelCuts{50, 200}));
-  EXPECT_EQ(CutsOf({{100, 100}}, 0), (LevelCuts{100, 100}));
+TEST(FindPoints, ClipsNothingFromAnEmptyChannel) {
+  EXPECT_EQ(PointsOf({}, 0), (LevelPoints{0, 255}));
 }
 
-TEST(FindCuts, PassesTheOutermostLevelsThatItBeginsWith) {
-  EXPECT_EQ(CutsOf({{0, 1}, {1, 1}, {100, 9}}, 0), (LevelCuts{1, 100}));
-  EXPECT_EQ(CutsOf({{100, 9}, {253, 1}, {254, 1}}, 0), (LevelCuts{100, 253}));
-  EXPECT_EQ(CutsOf({{0, 1}, {7, 1}, {100, 9}}, 0), (LevelCuts{7, 100}));
+TEST(FindPoints, EndsAtTheOutermostLevelsWithoutClipping) {
+  EXPECT_EQ(PointsOf({{50, 50}, {200, 50}}, 0), (LevelPoints{50, 200}));
+  EXPECT_EQ(PointsOf({{100, 100}}, 0), (LevelPoints{100, 100}));
 }
 
-TEST(FindCuts, DoesNotCountTheBrightestLevel) {
-  EXPECT_EQ(CutsOf({{20, 5}, {240, 5}, {255, 1000}}, 0), (LevelCuts{20, 240}));
-  EXPECT_EQ(CutsOf({{255, 1000}}, 0), (LevelCuts{255, 255}));
+TEST(FindPoints, PassesTheOutermostLevelsThatItBeginsWith) {
+  EXPECT_EQ(PointsOf({{0, 1}, {1, 1}, {100, 9}}, 0), (LevelPoints{1, 100}));
+  EXPECT_EQ(PointsOf({{100, 9}, {253, 1}, {254, 1}}, 0), (LevelPoints{100, 253}));
+  EXPECT_EQ(PointsOf({{0, 1}, {7, 1}, {100, 9}}, 0), (LevelPoints{7, 100}));
 }
 
-TEST(FindCuts, CountsTheDarkestLevelTowardTheClipCountButNotTheBrightest) {
+TEST(FindPoints, DoesNotCountTheBrightestLevel) {
+  EXPECT_EQ(PointsOf({{20, 5}, {240, 5}, {255, 1000}}, 0), (LevelPoints{20, 240}));
+  EXPECT_EQ(PointsOf({{255, 1000}}, 0), (LevelPoints{255, 255}));
+}
+
+TEST(FindPoints, CountsTheDarkestLevelTowardTheClipCountButNotTheBrightest) {
   // From the dark end the sums are 20, 30 and 40, and 20 is nearest to 14.
-  EXPECT_EQ(CutsOf({{0, 20}, {55, 10}, {155, 10}}, 14).low, 55);
+  EXPECT_EQ(PointsOf({{0, 20}, {55, 10}, {155, 10}}, 14).black, 55);
   // From the bright end they are 10 and 20, though the levels are the same seen from there.
-  EXPECT_EQ(CutsOf({{100, 10}, {200, 10}, {255, 20}}, 14).high, 100);
+  EXPECT_EQ(PointsOf({{100, 10}, {200, 10}, {255, 20}}, 14).white, 100);
 }
 
-TEST(FindCuts, ChoosesTheSumNearestToTheClipCount) {
+TEST(FindPoints, ChoosesTheSumNearestToTheClipCount) {
   // Sums 10 and 19 are 4 and 5 from 14; 10 and 18 are equally far, and the later one is taken.
-  EXPECT_EQ(CutsOf({{10, 10}, {11, 9}, {12, 80}}, 14).low, 11);
-  EXPECT_EQ(CutsOf({{10, 10}, {11, 8}, {12, 80}}, 14).low, 12);
-  EXPECT_EQ(CutsOf({{10, 80}, {20, 9}, {22, 10}}, 14).high, 20);
-  EXPECT_EQ(CutsOf({{10, 80}, {20, 8}, {22, 10}}, 14).high, 10);
+  EXPECT_EQ(PointsOf({{10, 10}, {11, 9}, {12, 80}}, 14).black, 11);
+  EXPECT_EQ(PointsOf({{10, 10}, {11, 8}, {12, 80}}, 14).black, 12);
+  EXPECT_EQ(PointsOf({{10, 80}, {20, 9}, {22, 10}}, 14).white, 20);
+  EXPECT_EQ(PointsOf({{10, 80}, {20, 8}, {22, 10}}, 14).white, 10);
 }
 
-TEST(FindCuts, CutsNothingWhereNoSumExceedsTheClipCount) {
-  EXPECT_EQ(CutsOf({{10, 10}, {20, 10}}, 20), (LevelCuts{0, 255}));
-  EXPECT_EQ(CutsOf({{10, 10}, {20, 10}, {255, 10}}, 24), (LevelCuts{255, 255}));
+TEST(FindPoints, ClipsNothingWhereNoSumExceedsTheClipCount) {
+  EXPECT_EQ(PointsOf({{10, 10}, {20, 10}}, 20), (LevelPoints{0, 255}));
+  EXPECT_EQ(PointsOf({{10, 10}, {20, 10}, {255, 10}}, 24), (LevelPoints{255, 255}));
 }
 
-TEST(FindCuts, WrapsDistancesAt32Bits) {
+TEST(FindPoints, WrapsDistancesAt32Bits) {
   // 2^31 + 5 wraps to a distance of 2^31 - 5, and ten more pixels to one of 2^31 - 15.
-  EXPECT_EQ(CutsOf({{0, 0x80000005}, {1, 10}}, 0).low, 0);
-  EXPECT_EQ(CutsOf({{0, 0x7FFFFFF0}, {1, 10}}, 0).low, 1);
+  EXPECT_EQ(PointsOf({{0, 0x80000005}, {1, 10}}, 0).black, 0);
+  EXPECT_EQ(PointsOf({{0, 0x7FFFFFF0}, {1, 10}}, 0).black, 1);
   // 2^31 itself stays negative, less than any distance.
-  EXPECT_EQ(CutsOf({{9, 0x80000000}, {12, 10}}, 0).low, 12);
+  EXPECT_EQ(PointsOf({{9, 0x80000000}, {12, 10}}, 0).black, 12);
 }
 
 TEST(AddLevels, CountsEveryChannelOnTopOfWhatThereIs) {

@@ -1,6 +1,6 @@
-// Where the white balance cuts a channel: the rule, applied to the counts of all levels.
-#ifndef PIXTOLA_PROCESS_PIXELS_WHITE_BALANCE_CUTS_H_
-#define PIXTOLA_PROCESS_PIXELS_WHITE_BALANCE_CUTS_H_
+// The black and the white point of a channel: the rule, applied to its histogram.
+#ifndef PIXTOLA_PROCESS_PIXELS_WHITE_BALANCE_POINTS_H_
+#define PIXTOLA_PROCESS_PIXELS_WHITE_BALANCE_POINTS_H_
 
 #include <array>
 #include <cstdint>
@@ -17,16 +17,16 @@ std::uint32_t ClipCount(std::uint32_t pixel_count, float clip_fraction);
 
 /// The first level from the dark end whose next one is farther from the clip count, each with all
 /// the pixels before it, plus one; the same from the bright end.
-LevelCuts FindCuts(const Histogram& histogram, std::uint32_t clip_count);
+LevelPoints FindPoints(const Histogram& histogram, std::uint32_t clip_count);
 
 /// Counts every level of 1, 3 or 4 channels into `histograms`, which keep what they hold.
 void AddLevels(const std::uint8_t* pixels, std::uint32_t pixel_count, std::uint32_t channels,
                ChannelHistograms& histograms);
 
-/// The cuts of all channels by the rule.
-ChannelCuts FindCutsByLevels(const std::uint8_t* pixels, std::uint32_t pixel_count,
-                             std::uint32_t channels, std::uint32_t clip_count);
+/// The points of all channels by the rule.
+ChannelPoints FindPointsByLevels(const std::uint8_t* pixels, std::uint32_t pixel_count,
+                                 std::uint32_t channels, std::uint32_t clip_count);
 
 }  // namespace pixtola
 
-#endif  // PIXTOLA_PROCESS_PIXELS_WHITE_BALANCE_CUTS_H_
+#endif  // PIXTOLA_PROCESS_PIXELS_WHITE_BALANCE_POINTS_H_

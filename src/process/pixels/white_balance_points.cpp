@@ -1,5 +1,5 @@
-// The rule for the cuts of a channel, and the counting of all its levels.
-#include "process/pixels/white_balance_cuts.h"
+// The rule for the black and the white point of a channel, and its histogram.
+#include "process/pixels/white_balance_points.h"
 
 #include <cstddef>
 
@@ -14,7 +14,7 @@ std::int32_t Distance(std::uint32_t sum, std::uint32_t clip_count) {
   return static_cast<std::int32_t>(difference > 0x7FFFFFFFU ? 0 - difference : difference);
 }
 
-std::uint8_t FindLowCut(const Histogram& histogram, std::uint32_t clip_count) {
+std::uint8_t FindBlackPoint(const Histogram& histogram, std::uint32_t clip_count) {
   std::uint32_t sum = 0;
   for (std::uint32_t level = 0; level <= 254; ++level) {
     sum += histogram[level];
@@ -25,9 +25,9 @@ std::uint8_t FindLowCut(const Histogram& histogram, std::uint32_t clip_count) {
   return 0;
 }
 
-/// Kept on purpose: the pixels of level 255 are not counted, while the low cut counts those of
+/// Kept on purpose: the pixels of level 255 are not counted, while the black point counts those of
 /// level 0.
-std::uint8_t FindHighCut(const Histogram& histogram, std::uint32_t clip_count) {
+std::uint8_t FindWhitePoint(const Histogram& histogram, std::uint32_t clip_count) {
   std::uint32_t sum = 0;
   for (std::uint32_t level = 254; level >= 1; --level) {
     sum += histogram[level];
@@ -71,8 +71,8 @@ std::uint32_t ClipCount(std::uint32_t pixel_count, float clip_fraction) {
   return wanted < kTooMany ? static_cast<std::uint32_t>(wanted) : 0x7FFFFFFFU;
 }
 
-LevelCuts FindCuts(const Histogram& histogram, std::uint32_t clip_count) {
-  return {FindLowCut(histogram, clip_count), FindHighCut(histogram, clip_count)};
+LevelPoints FindPoints(const Histogram& histogram, std::uint32_t clip_count) {
+  return {FindBlackPoint(histogram, clip_count), FindWhitePoint(histogram, clip_count)};
 }
 
 void AddLevels(const std::uint8_t* pixels, std::uint32_t pixel_count, std::uint32_t channels,
@@ -82,13 +82,13 @@ void AddLevels(const std::uint8_t* pixels, std::uint32_t pixel_count, std::uint3
   if (channels == 4) AddLevelsOf<4>(pixels, pixel_count, histograms);
 }
 
-ChannelCuts FindCutsByLevels(const std::uint8_t* pixels, std::uint32_t pixel_count,
-                             std::uint32_t channels, std::uint32_t clip_count) {
+ChannelPoints FindPointsByLevels(const std::uint8_t* pixels, std::uint32_t pixel_count,
+                                 std::uint32_t channels, std::uint32_t clip_count) {
   ChannelHistograms histograms{};
   AddLevels(pixels, pixel_count, channels, histograms);
-  ChannelCuts cuts{};
-  for (std::uint32_t c = 0; c < channels; ++c) cuts[c] = FindCuts(histograms[c], clip_count);
-  return cuts;
+  ChannelPoints points{};
+  for (std::uint32_t c = 0; c < channels; ++c) points[c] = FindPoints(histograms[c], clip_count);
+  return points;
 }
 
 }  // namespace pixtola
