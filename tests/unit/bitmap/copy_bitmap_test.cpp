@@ -7,7 +7,6 @@
 
 #include "Pixtola.h"
 #include "support/pixel_rows.h"
-#include "support/platform_expectations.h"
 #include "support/reference_pixels.h"
 #include "support/temporary_folder.h"
 #include "support/test_bitmap.h"

@@ -3,7 +3,6 @@
 #include <vector>
 
 #include "Pixtola.h"
-#include "support/platform_expectations.h"
 #include "support/temporary_folder.h"
 #include "support/test_bitmap.h"
 #include "support/tiff_file.h"

@@ -13,7 +13,6 @@
 #include <vector>
 
 #include "io/pcx_reader.h"
-#include "support/platform_expectations.h"
 #include "support/reference_pcx.h"
 #include "support/temporary_folder.h"
 #include "support/test_bitmap.h"

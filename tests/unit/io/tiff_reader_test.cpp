@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "support/decode_limit_guard.h"
-#include "support/platform_expectations.h"
 #include "support/recording_stream.h"
 #include "support/temporary_folder.h"
 #include "support/test_bitmap.h"
