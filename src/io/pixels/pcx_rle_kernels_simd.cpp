@@ -137,7 +137,7 @@ PcxProgress Decode(PcxRun& run, const std::uint8_t* input, std::size_t input_siz
     const auto set_of = [&](const auto& is_in) {
       return SetOf(is_in(first)) | SetOf(is_in(second)) << kLanes;
     };
-    const Set counts = CountsAmong(set_of(HaveCountBits));
+    const Set counts = CountsAmong(set_of([](Vector bytes) { return HaveCountBits(bytes); }));
     const Set ones = counts & set_of([](Vector bytes) { return AreCounts(bytes, 1); });
     const Set twos = counts & set_of([](Vector bytes) { return AreCounts(bytes, 2); });
     const Set others = counts & ~(ones | twos);
