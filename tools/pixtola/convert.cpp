@@ -10,6 +10,7 @@
 #include "bilevel_page.h"
 #include "failure.h"
 #include "file_type_names.h"
+#include "format/file_types.h"
 #include "input_file.h"
 #include "output_file.h"
 #include "text.h"
@@ -20,9 +21,7 @@ namespace {
 
 using BitmapPointer = std::unique_ptr<Gdiplus::Bitmap>;
 
-bool IsTiff(PxtFileType type) {
-  return type >= PxtFileTypeTiffGroup3 && type <= PxtFileTypeTiffNone;
-}
+bool IsTiff(PxtFileType type) { return FindFileType(type)->tiff_compression != 0; }
 
 /// Conversions and fax files take a set bit of a 1-bit page for white. A page that shows something
 /// else is given to them in its true colours; the writer of 1-bit TIFF knows white-first pages by
