@@ -14,4 +14,8 @@ if(PIXTOLA_SANITIZE)
   add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all
                       -fno-omit-frame-pointer)
   add_link_options(-fsanitize=address,undefined)
+  # GCC's warnings about memory follow what its optimiser makes of the checks that the sanitizers put
+  # in, and see errors where there are none. The sanitizers themselves find those that are.
+  add_compile_options(-Wno-array-bounds -Wno-maybe-uninitialized -Wno-nonnull
+                      -Wno-stringop-overflow -Wno-stringop-overread)
 endif()
