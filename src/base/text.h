@@ -17,7 +17,7 @@ inline std::wstring_view Trim(std::wstring_view text) {
   return text.substr(first, text.find_last_not_of(kWhiteSpace) - first + 1);
 }
 
-/// Makes the letters A to Z lower case, as comparison without case does.
+/// Makes the letters A to Z lower case, as case-insensitive comparison does.
 inline void MakeLowerCase(std::wstring& text) {
   std::transform(text.begin(), text.end(), text.begin(), [](wchar_t letter) {
     return letter >= L'A' && letter <= L'Z' ? static_cast<wchar_t>(letter - L'A' + L'a') : letter;

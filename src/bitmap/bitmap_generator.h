@@ -1,4 +1,4 @@
-// Makes rows of pixels into a native bitmap that owns its memory. The caller's rows are only read.
+// Makes a native bitmap that owns its memory from rows of pixels. The caller's rows are only read.
 #ifndef PIXTOLA_BITMAP_BITMAP_GENERATOR_H_
 #define PIXTOLA_BITMAP_BITMAP_GENERATOR_H_
 
