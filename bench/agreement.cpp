@@ -1,5 +1,5 @@
-// The comparisons. Their limits tell a wrong picture (turned, in other channels, inverted) from the
-// differences that rounding and other algorithms make.
+// The comparisons. Their limits tell a wrong picture (rotated, with channels swapped, inverted)
+// from the differences that rounding and other algorithms make.
 #include "agreement.h"
 
 #include <cstdlib>

@@ -1,4 +1,4 @@
-// Whether two libraries made the same picture, so that their times may stand side by side.
+// Whether two libraries made the same picture, so that their times may be compared.
 #ifndef PIXTOLA_BENCH_AGREEMENT_H_
 #define PIXTOLA_BENCH_AGREEMENT_H_
 

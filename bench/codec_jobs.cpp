@@ -56,7 +56,7 @@ MakeWork Encoding(const PageFormat& format) {
     const auto bitmap = BitmapOver(page);
     const auto encoded = std::make_shared<StreamPointer>();
     const auto run = [bitmap, encoded, encoder = FindEncoder(format.extension)] {
-      encoded->reset();  // one result at a time, as where Pillow is timed
+      encoded->reset();  // one result at a time, as when Pillow is timed
       *encoded = Encode(*bitmap, encoder);
     };
     const auto result = [encoded] {

@@ -26,7 +26,7 @@ struct Image {
   std::uint32_t stride() const { return width * bytes_per_pixel; }
 };
 
-/// A page of 1 bit a pixel, its rows `stride` bytes apart, as gray 0 and 255.
+/// A page of 1 bit per pixel, its rows `stride` bytes apart, as gray 0 and 255.
 inline Image UnpackBits(const std::vector<std::uint8_t>& bits, std::uint32_t stride,
                         std::uint32_t width, std::uint32_t height) {
   Image gray(width, height, 1);

@@ -16,7 +16,7 @@ namespace pixtola::bench {
 struct Work {
   std::function<void()> run;
   std::function<Image()> result;            ///< what the last run made
-  std::function<void()> prepare = nullptr;  ///< before each run, outside of the time; may be null
+  std::function<void()> prepare = nullptr;  ///< before each run, not timed; may be null
 };
 
 /// The source outlives the work. It is in the layout of the library.
@@ -43,7 +43,7 @@ enum class Agreement {
 struct Peer {
   std::string job;
   std::string library;
-  std::string difference;  ///< in what its result or its layout differs; empty: in nothing
+  std::string difference;  ///< how its result or its layout differs; empty: not at all
   Agreement agreement;
   MakeWork make;
 };

@@ -1,6 +1,6 @@
 // Leptonica keeps pixels in 32-bit words, the leftmost in the highest bits, so pages are brought
-// into its layout before and out of it after the time is taken. It allocates each result itself,
-// within the time; results are freed outside of it.
+// into its layout before the time is taken, and out of it afterwards. It allocates each result
+// itself, which is timed; freeing the results is not.
 #include "leptonica_peers.h"
 
 #include <leptonica/allheaders.h>
@@ -21,7 +21,7 @@ struct DestroyPix {
 using OwnedPix = std::unique_ptr<Pix, DestroyPix>;
 
 /// Exchanges a page between the order of its bytes in memory and Leptonica's. Colours become red,
-/// green, blue, alpha from the highest byte down; smaller pixels are turned around in their words.
+/// green, blue, alpha from the highest byte down; smaller pixels are reversed within their words.
 void ExchangeWords(std::uint32_t* words, std::size_t count, int depth, bool to_leptonica) {
   for (std::size_t i = 0; i < count; ++i) {
     if (depth == 32) {

@@ -18,7 +18,8 @@ using PixelFunction =
     std::function<void(const std::uint8_t* source, int source_stride, std::uint8_t* result,
                        int result_stride, int width, int height)>;
 
-/// Work whose result has `bytes` a pixel and, after a quarter turn, exchanged sides.
+/// Work whose result has `bytes` per pixel and, after a quarter rotation, width and height
+/// exchanged.
 MakeWork Making(const PixelFunction& function, std::uint32_t bytes, bool exchanges_sides = false) {
   return [=](const Image& source) {
     const auto result = exchanges_sides

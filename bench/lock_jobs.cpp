@@ -33,7 +33,7 @@ std::uint32_t BytesPerPixel(Gdiplus::PixelFormat format) {
 
 MakeWork Locking(const Conversion& conversion) {
   return [conversion](const Image& source) {
-    // A bitmap over the source's own rows, which it only reads.
+    // A bitmap over the source's own rows, which are only read.
     const auto bitmap = std::make_shared<Gdiplus::Bitmap>(
         static_cast<INT>(source.width), static_cast<INT>(source.height),
         static_cast<INT>(source.stride()), conversion.from,

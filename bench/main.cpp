@@ -1,5 +1,5 @@
-// Runs one job at one resolution: the library by its best kernels and by the plain definitions,
-// the peers, and memcpy of the page's bytes. Google Benchmark takes the times and writes them; its
+// Runs one job at one resolution: the library with its best kernels and with the plain definitions,
+// the peers, and memcpy of the page's bytes. Google Benchmark measures and writes the times; its
 // context says what was run.
 //
 //   pixtola_bench list                               the names of the jobs
@@ -105,7 +105,7 @@ Image RunOnce(const Work& work) {
   return work.result();
 }
 
-/// The peers of a job, each after a look at what it makes.
+/// The peers of a job, each after a check of its result.
 std::vector<Competitor> CheckedPeers(const Job& job, const Image& page, const Image& expected) {
   std::vector<Competitor> competitors;
   for (const Peer& peer : AllPeers()) {
@@ -133,7 +133,8 @@ void CheckThatItDoesSomething(const Job& job, const Image& page, const Image& re
 
 // ----------------------------------------------------------------------------------------- timing
 
-/// Of all threads together, in seconds: other programs' work does not count, a peer's threads do.
+/// Time of all threads together, in seconds: other programs' work does not count, a peer's threads
+/// do.
 double ProcessorTime() {
   timespec time{};
   Require(clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time) == 0, "clock_gettime");
@@ -241,7 +242,7 @@ void WritePages(const std::filesystem::path& folder) {
 }
 
 int Main(int argc, char** argv) {
-  benchmark::Initialize(&argc, argv);  // takes its options out
+  benchmark::Initialize(&argc, argv);  // removes its own options
   const std::vector<std::string> arguments(argv + 1, argv + argc);
   if (arguments.size() == 1 && arguments[0] == "list") {
     ListJobs();

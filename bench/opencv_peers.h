@@ -9,7 +9,7 @@
 
 namespace pixtola::bench {
 
-/// Calling it also keeps OpenCV to one thread from then on.
+/// Calling it also limits OpenCV to one thread from then on.
 std::vector<Peer> OpenCvPeers();
 std::string OpenCvVersion();
 

@@ -154,7 +154,7 @@ class SmoothField {
   std::vector<std::uint32_t> nodes_;
 };
 
-/// In each channel wide shapes and finer ones, and a texture common to all.
+/// Wide shapes and finer ones in each channel, and a texture common to all.
 void DrawPhotograph(Image& page, const Area& area, std::uint32_t dot, Random& random) {
   const SmoothField texture(area, dot, random);
   for (std::uint32_t channel = 0; channel < 3; ++channel) {

@@ -14,7 +14,7 @@ namespace pixtola::bench {
 namespace {
 
 /// A file of this process in memory, where the system has a folder for such files, otherwise in the
-/// temporary one; deleted in the end.
+/// temporary one; deleted at the end.
 class PageFile {
  public:
   PageFile() {

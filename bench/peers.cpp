@@ -1,4 +1,4 @@
-// Puts together the peers; the build tells which libraries there are.
+// Collects the peers; the build says which libraries there are.
 #include "peers.h"
 
 #if PIXTOLA_BENCH_OPENCV

@@ -6,12 +6,12 @@
 
 namespace pixtola::bench {
 
-/// Colours are 0x00BBGGRR; hues match within the tolerance, where 256 is a full turn.
+/// Colours are 0x00BBGGRR; hues match within the tolerance, where 256 is the full circle.
 struct RecolorColors {
   std::uint32_t find;
   std::uint32_t replacement;
   std::uint8_t tolerance;
-  int matches;  ///< about how many pixels of a page in a hundred
+  int matches;  ///< about how many per cent of a page's pixels
 };
 
 /// The blue of the pages' marks becomes green.

@@ -1,4 +1,4 @@
-// The library's turns and mirrors, for each size of a pixel.
+// The library's rotations and flips, for each pixel size.
 #include <array>
 #include <memory>
 

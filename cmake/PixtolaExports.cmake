@@ -1,7 +1,7 @@
-# What a shared library exports is a text file, one name a line.
+# What a shared library exports is listed in a text file, one name per line.
 
 # pixtola_export_list(<target> <file>): exports exactly the names in <file> from the shared library
-# <target>. C++ functions stand there by their mangled names, or as a line "C++ <pattern>" that names
+# <target>. C++ functions are listed by their mangled names, or as a line "C++ <pattern>" that names
 # some of them as a linker script does. Lines that begin with # are comments.
 function(pixtola_export_list target file)
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${file})

@@ -13,7 +13,7 @@ if(PIXTOLA_WITH_HIGHWAY)
     string(APPEND disabled_targets "|HWY_AVX2|HWY_AVX3|HWY_AVX3_DL")
   endif()
   if(PIXTOLA_FEW_INSTRUCTION_SETS)
-    # What is left has vectors of 16 and of 32 bytes.
+    # The remaining targets have vectors of 16 and of 32 bytes.
     string(APPEND disabled_targets "|HWY_SSSE3|HWY_AVX3|HWY_AVX3_DL")
   endif()
   target_compile_definitions(

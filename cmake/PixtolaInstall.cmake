@@ -1,5 +1,5 @@
-# What `cmake --install` puts where: the libraries, their headers, the tool, and a CMake package whose
-# target Pixtola::pixtola brings everything along that a caller needs.
+# What `cmake --install` puts where: the libraries, their headers, the tool, and a CMake package
+# whose target Pixtola::pixtola brings along everything that a caller needs.
 
 include(CMakePackageConfigHelpers)
 set(package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/Pixtola)

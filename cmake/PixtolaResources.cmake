@@ -10,7 +10,8 @@ set(PIXTOLA_RESOURCE_WRITER ${CMAKE_CURRENT_LIST_DIR}/PixtolaWriteResources.cmak
 # once for a target.
 function(pixtola_embed_resources target)
   get_target_property(kind ${target} TYPE)
-  # The linker takes only what is asked for out of a static library: nobody asks for resources.
+  # From a static library the linker takes only what is referenced, and nothing references
+  # resources.
   if(NOT kind MATCHES "^(EXECUTABLE|SHARED_LIBRARY|MODULE_LIBRARY)$")
     message(FATAL_ERROR "${target} is no program or shared library, which alone hold resources")
   endif()
@@ -62,7 +63,7 @@ function(pixtola_embed_resources target)
     set(source ${CMAKE_CURRENT_BINARY_DIR}/${target}_resources.rc)
     file(CONFIGURE OUTPUT ${source} CONTENT "@script@" @ONLY)
     set_source_files_properties(${source} PROPERTIES OBJECT_DEPENDS "${files}")
-    # Apart, since the target's compile options are not for the resource compiler.
+    # Separately, since the target's compile options are not for the resource compiler.
     add_library(${target}_resources OBJECT ${source})
     target_sources(${target} PRIVATE $<TARGET_OBJECTS:${target}_resources>)
   else()

@@ -25,7 +25,7 @@ foreach(type name file IN ZIP_LISTS types names files)
     set(bytes 00) # C++ has no empty arrays
   endif()
   string(REGEX REPLACE "(..)" "0x\\1," bytes "${bytes}")
-  # Sixteen bytes a line.
+  # Sixteen bytes per line.
   string(REPEAT "." 80 line)
   string(REGEX REPLACE "(${line})" "\\1\n    " bytes "${bytes}")
   # Aligned like memory from the heap: no address looks like the handle of a movable block.

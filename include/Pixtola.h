@@ -2,19 +2,19 @@
 ///
 /// How the library is meant to be used
 /// -----------------------------------
-/// Pixtola works at two heights. At the lower one an image is plain memory: a pointer to its top
-/// row, a width and a height in pixels and a stride, the distance in BYTES from one row to the
-/// next. The pixel (x, y) of an image with 8 or more bits per pixel stands at
+/// Pixtola works at two levels. At the lower one an image is plain memory: a pointer to its top
+/// row, a width and a height in pixels and a stride, the number of BYTES from one row to the next.
+/// The pixel (x, y) of an image with 8 or more bits per pixel is at
 ///
 ///     first_row + y * stride + x * (bits_per_pixel / 8)
 ///
 /// 24-bit pixels are stored blue, green, red; 32-bit pixels blue, green, red, alpha. A 1-bit row
 /// has eight pixels a byte, the leftmost in the most significant bit; a set bit is white. An image
 /// takes `height * stride` bytes; the library never reads or writes outside of them, with one
-/// exception that PxtRotateFlip tells of. That holds for a bitmap over your own memory, too: its
-/// last row must be as long as the others.
+/// exception, described at PxtRotateFlip. That includes a bitmap over your own memory: its last row
+/// must be as long as the others.
 ///
-/// At the upper height an image is a `Gdiplus::Bitmap`: GDI+'s own class on Windows, the class of
+/// At the upper level an image is a `Gdiplus::Bitmap`: GDI+'s own class on Windows, the class of
 /// the same name from <pixtola/portable/gdiplus.h> on every other system. Call
 /// `Gdiplus::GdiplusStartup` before using bitmaps, as with GDI+ itself.
 ///
@@ -22,7 +22,7 @@
 /// There are no error codes; no exception leaves a function and nothing is ever printed. A platform
 /// call that fails on a bitmap leaves its status in that bitmap's `GetLastStatus()`.
 ///
-/// Sizes. The conversions to bytes tell the size first: called with a null destination they report
+/// Sizes. The conversions to bytes report the size first: called with a null destination they give
 /// the bytes needed and the stride, and return 1. Called with too small a capacity they report the
 /// bytes needed and return 0. Sizes are reported in 32 bits, which wrap; a call that truly needs
 /// more than that, for the result or for one row of the source, returns 0.
@@ -68,20 +68,20 @@
 
 /// What a conversion makes of an image.
 enum PxtConversionMethod : uint32_t {
-  /// 8 bits per pixel, gray 0 to 255. White comes out as 254.
+  /// 8 bits per pixel, gray 0 to 255. White comes out as 254, that of a 1-bit source as 255.
   MethodGray8 = 0,
   /// 1 bit per pixel, one threshold for the whole image, found in its histogram by Otsu's
   /// criterion.
   MethodBilevelOtsu = 1,
-  /// 1 bit per pixel, a threshold of its own for each block of 16 x 16 pixels. Up to 15 rows at the
+  /// 1 bit per pixel, a separate threshold for each block of 16 x 16 pixels. Up to 15 rows at the
   /// bottom that do not fill a block stay white.
   MethodBilevelAdaptive = 2,
   /// 1 bit per pixel, error diffusion around the Otsu threshold.
   MethodBilevelDiffusion = 3
 };
 
-/// The files that can be written. On the way to the fax and run-length TIFF types images become
-/// 1-bit by themselves: by error diffusion (5, 6) or Otsu's threshold (8).
+/// The files that can be written. Images saved as the fax and run-length TIFF types are converted
+/// to 1 bit per pixel first: by error diffusion (5, 6) or by Otsu's threshold (8).
 enum PxtFileType : int {
   PxtFileTypeBmp = 0,
   PxtFileTypeGif = 1,   ///< deep images are reduced to the platform's 256 colours
@@ -108,7 +108,7 @@ enum PxtRotateFlipOperation : uint32_t {
   PxtRotateClockwise = 5          ///< (H - 1 - y, x): a quarter rotation to the right, H x W pixels
 };
 
-/// How many bits per pixel has in memory.
+/// How many bits a pixel has in memory.
 enum PxtPixelSize : uint32_t {
   PxtPixelSize1 = 1,
   PxtPixelSize8 = 8,
@@ -131,8 +131,8 @@ PIXTOLA_API uint32_t PxtCalcStride(uint32_t width, Gdiplus::PixelFormat format);
 /// @param rect        In: the rectangle in pixels, right and bottom exclusive.
 ///                    Out: the same, clipped to the image.
 ///                    One whose right or bottom is 0 gives 0. One whose right or bottom is negative
-///                    is neither clipped nor refused: the arithmetic runs on as it is. The pixels
-///                    are taken from the byte offset left + top * (right - left), bytes past the
+///                    is neither clipped nor refused: it is computed with as it is. The pixels are
+///                    taken from the byte offset left + top * (right - left), bytes past the
 ///                    image's end reading as 0; with left = top = 0 that is the image's own corner.
 /// @param source_bits_per_pixel  1, 8, 24 or 32. A set bit of a 1-bit source is white.
 /// @param width,height           The whole source image, in pixels, at least 1.
@@ -186,7 +186,7 @@ PIXTOLA_API int PxtBitmapToBitmap(PxtConversionMethod method, Gdiplus::Bitmap& b
 ///
 /// @param bytes    The top row.
 /// @param stride   In bytes. Any value that rounds up to a valid multiple of 4. As a negative
-///                 32-bit number it walks upwards in memory (a bottom-up image).
+///                 32-bit number it makes the rows run upwards in memory (a bottom-up image).
 /// @param horizontal_dpi,vertical_dpi
 ///                 Dots per inch. Unless both are positive the bitmap has the platform's default.
 /// @param result   Out: the new bitmap; untouched on failure.
@@ -207,8 +207,8 @@ PIXTOLA_API int PxtInsertBytesRect(const uint8_t* bytes, Gdiplus::PixelFormat fo
 
 /// Copies a bitmap's pixels, in its own format, into memory.
 ///
-/// @param destination  Null asks for the sizes only. Otherwise at least `*size` bytes, as such a
-///                     query reports them: there is no capacity argument.
+/// @param destination  Null asks for the sizes only. Otherwise it has at least the `*size` bytes
+///                     that such a query reports: there is no capacity argument.
 /// @param size         Out: bytes, `*height * *stride` in 32 bits. An image that truly takes more
 ///                     is not copied: 0.
 /// @param stride       Out: bytes from row to row, top-down.
@@ -224,9 +224,9 @@ PIXTOLA_API int PxtExtractBytes(Gdiplus::Bitmap& bitmap, uint8_t* destination, u
 /// green in this order, weighted 0.30, 0.11 and 0.59.
 PIXTOLA_API uint32_t PxtGetGrayValue(uint8_t red, uint8_t blue, uint8_t green);
 
-/// A colour as hue, saturation and value. Hue 0 to 255 is one full turn, with red at 0, green at 85
-/// and blue at 170; saturation and value are fractions of 255. Grays have hue and saturation 0. The
-/// out pointers must be valid: they are not tested.
+/// A colour as hue, saturation and value. Hue 0 to 255 is once around the circle of hues, with red
+/// at 0, green at 85 and blue at 170; saturation and value are fractions of 255. Grays have hue and
+/// saturation 0. The out pointers must be valid: they are not tested.
 PIXTOLA_API void PxtRGBtoHSV(uint8_t red, uint8_t green, uint8_t blue, uint8_t* hue,
                              uint8_t* saturation, uint8_t* value);
 
@@ -238,7 +238,7 @@ PIXTOLA_API void PxtHSVtoRGB(uint8_t hue, uint8_t saturation, uint8_t value, uin
 // ------------------------------------------------------------------------------------------
 // bitmaps
 
-/// Makes a bitmap that owns its pixels from any bitmap, also from one that still reads from its
+/// Makes a bitmap that owns its pixels from any bitmap, even from one that still reads from its
 /// file. Format, palette and resolution are kept. `*copy` is untouched when the source cannot be
 /// read and null when the copy cannot be made.
 PIXTOLA_API int PxtCopyBitmap(Gdiplus::Bitmap* source, Gdiplus::Bitmap** copy);
@@ -247,8 +247,8 @@ PIXTOLA_API int PxtCopyBitmap(Gdiplus::Bitmap* source, Gdiplus::Bitmap** copy);
 /// colour is (colour * alpha) >> 8, so that opaque white becomes 254. Where all alphas are 0 they
 /// are taken for unused, and the colours stay. Pixels before the first one with alpha become 0.
 ///
-/// `*handle` is yours, to end with `DeleteObject`; null on failure (untouched when a pointer is
-/// null). Images without pixels give 0.
+/// `*handle` is yours: delete it with `DeleteObject`. It is null on failure (untouched when a
+/// pointer is null). Images without pixels give 0.
 PIXTOLA_API int PxtBitmapToHBITMAP(Gdiplus::Bitmap* source, HBITMAP* handle);
 
 /// Reads an image that a module holds as a resource, in any form that the platform decodes.
@@ -269,29 +269,29 @@ PIXTOLA_API int PxtLoadBitmapFromResource(const wchar_t* name, const wchar_t* ty
 /// pixels, of more than 4 GiB, or of more than 2^26 pixels for which the file has next to no data.
 /// `*bitmap` is null on failure.
 ///
-/// Some files come out otherwise than other programs show them; kept as it always was:
-/// - TIFF with alpha has colours that are multiplied by it.
-/// - TIFF colour maps count by the low byte of their 16-bit values.
-/// - TIFF resolutions are taken as dots per inch, also those per centimetre.
+/// Some files come out differently from what other programs show; kept as it always was:
+/// - Colours of TIFF with alpha come out multiplied by it.
+/// - Of the 16-bit values of TIFF colour maps the low byte is used.
+/// - TIFF resolutions are taken as dots per inch, even those per centimetre.
 /// - PCX with 3 or 4 planes of one bit repeats the first 8 pixels of a row along all of it.
 /// - PCX palettes have no entry 255: it is black. 16-colour files are gray unless a palette follows
 ///   their pixels: the header's own is not used.
 ///
 /// When out of memory for a copy, the bitmap is one that still reads from its file, which then
-/// stays open as long as the bitmap lives.
+/// stays open for as long as the bitmap lives.
 ///
 /// A PCX file that is cut short gives an image whose missing rows repeat the last one.
 PIXTOLA_API int PxtOpenImageFile(const wchar_t* path, Gdiplus::Bitmap** bitmap);
 
 /// Opens one page of an image file; 0 is the first, and so is any negative number. Only TIFF files
-/// have further pages: of other files, animated GIF among them, any page above 0 gives 0. So it
-/// does for TIFF pages of 2 bits, of 4-bit gray, and in tiles of at most 8 bits per pixel: these
-/// the platform decodes, and only when they are the first of their file.
+/// have further pages: of other files, animated GIF among them, any page above 0 gives 0. So do
+/// TIFF pages above 0 of 2 bits, of 4-bit gray, and in tiles of at most 8 bits per pixel: these the
+/// platform decodes, and only when they are the first of their file.
 PIXTOLA_API int PxtOpenImageFilePage(const wchar_t* path, int32_t page, Gdiplus::Bitmap** bitmap);
 
 /// Whether a path or file name has an extension of a format that can be opened, in upper or lower
 /// case. The file itself is not looked at. The list of extensions is made at the first call and is
-/// not locked: one thread at a time may call this and PxtClear.
+/// not locked: only one thread at a time may call this or PxtClear.
 PIXTOLA_API int PxtIsSupportedBitmapType(const wchar_t* path);
 
 /// Empties the list of extensions. The next call of PxtIsSupportedBitmapType makes it anew.
@@ -299,7 +299,7 @@ PIXTOLA_API void PxtClear(void);
 
 /// Writes a bitmap to a file, replacing what was there. A code that is not in PxtFileType touches
 /// nothing. A write that fails half way may leave a partial TIFF file behind. A partial PCX file is
-/// deleted, but whether the rows of a 24-bit one were written is not looked at: on a full disk the
+/// deleted, but whether the rows of a 24-bit one were written is not checked: on a full disk the
 /// result can be 1.
 PIXTOLA_API int PxtSaveBitmapToFile(Gdiplus::Bitmap* bitmap, PxtFileType type, const wchar_t* path);
 
@@ -307,11 +307,12 @@ PIXTOLA_API int PxtSaveBitmapToFile(Gdiplus::Bitmap* bitmap, PxtFileType type, c
 // streams
 
 /// Writes a bitmap into a new memory stream. The stream's position is wherever the encoder left it:
-/// seek before reading. `*stream` is untouched on failure. PCX is not written to streams: 0.
+/// seek before reading. `*stream` is untouched on failure. PCX is not written to streams: it gives
+/// 0.
 PIXTOLA_API int PxtSaveBitmapToStream(Gdiplus::Bitmap* bitmap, IStream** stream, PxtFileType type);
 
 /// Makes a bitmap of the image, in any form but PCX, that begins at a stream's start; the stream's
-/// position does not matter. Of several pages the first is taken. `*bitmap` is null on failure
+/// position does not matter. Of several pages the first is used. `*bitmap` is null on failure
 /// (untouched when a pointer is null).
 PIXTOLA_API int PxtExtractBitmap(IStream* stream, Gdiplus::Bitmap** bitmap);
 
@@ -330,7 +331,7 @@ PIXTOLA_API int PxtStreamToStream(PxtConversionMethod method, IStream* stream, P
 
 // ----------------------------------------------------------------------------------- pixel blocks
 
-/// Mirrors or turns a block of pixels into another block; the two must not overlap.
+/// Flips or rotates a block of pixels into another block; the two must not overlap.
 ///
 /// @param source       Read: all fields. 8-bit indexed, 16-bit, 24-bit and 32-bit formats (ARGB and
 ///                     PARGB included); others, 1, 4, 48 and 64 bits among them, give 0. Operations
@@ -341,23 +342,22 @@ PIXTOLA_API int PxtStreamToStream(PxtConversionMethod method, IStream* stream, P
 ///                     of 4.
 ///                     Out: Width, Height and Stride of the result, which has the source's stride
 ///                     for operations 1, 2 and 4 and PxtCalcStride of its new width for quarter
-///                     turns; a stride beyond 2^31 - 1 gives 0. PixelFormat and Scan0 stay as they
-///                     are. Untouched on failure.
+///                     rotations; a stride beyond 2^31 - 1 gives 0. PixelFormat and Scan0 stay as
+///                     they are. Untouched on failure.
 /// @param operation    One of PxtRotateFlipOperation; any other value gives 0.
 ///
-/// A negative Stride walks upwards in memory. Sources may have one with operations 3 to 5;
+/// With a negative Stride rows run upwards in memory. Sources may have one with operations 3 to 5;
 /// operation 4 then counts and reports its absolute value. The padding of destination rows is left
 /// as it is, except by operation 1, which copies whole rows.
 PIXTOLA_API int PxtRotateFlip(const Gdiplus::BitmapData* source, Gdiplus::BitmapData* destination,
                               PxtRotateFlipOperation operation);
 
-/// Stretches each channel of pixels in memory to the full range 0 to 255, which takes away colour
+/// Stretches each channel of pixels in memory to the full range 0 to 255, which removes colour
 /// casts.
 ///
 /// @param source,destination  `byte_count` bytes each; may be the same. Pixels follow one another
 ///                            without regard to rows: padding counts as pixels.
-/// @param byte_count          Bytes of a last pixel that is not whole are not written. Above
-///                            2^32 - 1: 0.
+/// @param byte_count          Bytes of an incomplete last pixel are not written. Above 2^32 - 1: 0.
 /// @param pixel_size          PxtPixelSize1 copies the bytes. With 32 bits the fourth byte (alpha)
 ///                            is stretched like the others.
 /// @param clip_fraction       The share of the pixels, 0.01 being one per cent, that each channel

@@ -35,7 +35,7 @@ namespace pixtola {
 
 namespace {
 
-/// Stays the last of the objects here: it begins after the others and ends before them.
+/// Must stay the last object here: it is constructed after the others and destroyed before them.
 struct Lifetime {
   Lifetime() { Attach(); }
   ~Lifetime() { Detach(); }

@@ -24,10 +24,10 @@ PIXTOLA_PLATFORM_SHARED bool IsDecodeAllowed(std::uint64_t width, std::uint64_t 
 
 inline constexpr std::uint64_t kNeverDoubtedPixels = std::uint64_t{1} << 26;
 
-/// Whether `data_size` bytes of a file can be meant for the `pixels` that it claims, where the
-/// shortest coding of them that its format has takes `least_size` bytes. Files that are cut short
-/// are opened as far as they go; but where more than kNeverDoubtedPixels are claimed and the data
-/// does not even do for a tenth of them, the claim counts as beyond the decode limit.
+/// Whether `data_size` bytes of a file can be meant for the `pixels` that it claims, where their
+/// shortest coding in its format takes `least_size` bytes. Files that are cut short are opened as
+/// far as they go; but where more than kNeverDoubtedPixels are claimed and the data does not even
+/// suffice for a tenth of them, the claim counts as beyond the decode limit.
 PIXTOLA_PLATFORM_SHARED bool IsClaimPlausible(std::uint64_t pixels, std::uint64_t data_size,
                                               std::uint64_t least_size);
 

@@ -1,4 +1,5 @@
-// Whether the data of a TIFF page can be meant for what its tags claim, and which work it may make.
+// Whether the data of a TIFF page can be meant for what its tags claim, and how much work it may
+// cause.
 
 #include <tiffio.h>
 
@@ -67,12 +68,12 @@ double LeastBytes(const Claim& claim) {
     case COMPRESSION_CCITTRLEW:
     case COMPRESSION_CCITTFAX3:
     case COMPRESSION_CCITTFAX4:
-      return claim.height / 8.0;  // a bit says that a row is as the one before
+      return claim.height / 8.0;  // a bit says that a row equals the previous one
     case COMPRESSION_NEXT:
       return claim.height;  // some bytes say that a row is white
     case COMPRESSION_JPEG:
     case COMPRESSION_OJPEG:
-      // As in JPEG files, but only the brightness is sure to be there for every pixel.
+      // As in JPEG files, but only the luma is sure to be there for every pixel.
       return claim.area() / 64 / 8;
     case COMPRESSION_WEBP:
       return claim.chunks;  // the rest of a flat picture takes no bits
@@ -84,7 +85,7 @@ double LeastBytes(const Claim& claim) {
 constexpr std::uint64_t kLargestCount = std::numeric_limits<std::uint64_t>::max();
 
 /// The bytes of data that the page's strips or tiles have together in the first `file_size` bytes,
-/// as far as that can be told. What several of them share counts for each.
+/// as far as that is known. What several of them share counts for each.
 std::uint64_t DataSize(TIFF* tiff, const Claim& claim, std::uint64_t file_size) {
   std::uint64_t sum = 0;
   for (std::uint32_t i = 0; i < claim.chunks; ++i) {
@@ -97,9 +98,9 @@ std::uint64_t DataSize(TIFF* tiff, const Claim& claim, std::uint64_t file_size) 
   return sum;
 }
 
-/// Blank tiles often share their data, and some files count more of it than is meant. But what is
-/// shared may also be such that takes long to decode and gives nothing: a byte of Deflate can take
-/// 70 nanoseconds, one of other codes 8 at most.
+/// Blank tiles often share their data, and some files count more of it than is meant. But shared
+/// data may also be such as takes long to decode and gives nothing: a byte of Deflate can take 70
+/// nanoseconds, one of other codes 8 at most.
 std::uint64_t MostData(const Claim& claim, std::uint64_t file_size) {
   switch (claim.compression) {
     case COMPRESSION_NONE:
@@ -113,7 +114,7 @@ std::uint64_t MostData(const Claim& claim, std::uint64_t file_size) {
   }
 }
 
-/// Memory that the codec takes beside the samples, at most.
+/// The most memory that the codec takes besides the samples.
 double CodecMemory(const Claim& claim) {
   switch (claim.compression) {
     case COMPRESSION_ZSTD:
@@ -130,8 +131,8 @@ double CodecMemory(const Claim& claim) {
 
 constexpr double kAnySize = std::numeric_limits<double>::infinity();
 
-/// The most bytes of samples that are decoded in two seconds or so from data of any kind; all where
-/// what the samples cost shows in the data.
+/// The most bytes of samples that are decoded in two seconds or so from data of any kind; any
+/// number where the cost of the samples shows in the size of the data.
 double MostQuickBytes(TIFF* tiff, const Claim& claim) {
   switch (claim.compression) {
     case COMPRESSION_ZSTD:
@@ -152,7 +153,7 @@ double MostQuickBytes(TIFF* tiff, const Claim& claim) {
   }
 }
 
-/// Whether data of which the cost cannot be told from its size is little, or enough to be meant.
+/// Whether data whose cost does not show in its size is little, or enough to be meant.
 bool IsHarmless(TIFF* tiff, const Claim& claim, std::uint64_t data_size, std::uint64_t file_size) {
   constexpr std::uint64_t kMuchData = 1 << 20;
   const double most_quick_bytes = MostQuickBytes(tiff, claim);
@@ -163,8 +164,8 @@ bool IsHarmless(TIFF* tiff, const Claim& claim, std::uint64_t data_size, std::ui
     return false;
   }
   if (claim.compression == COMPRESSION_JPEG) return true;
-  // Otherwise libtiff would turn every byte around: nobody writes that, and what is looked at here
-  // would not be what is decoded.
+  // Otherwise libtiff would reverse the bits of every byte: nobody writes that, and what is checked
+  // here would not be what is decoded.
   return claim.fill_order == FILLORDER_MSB2LSB &&
          (claim.compression != COMPRESSION_ZSTD || IsEachOneZstandardFrame(tiff, claim.chunks));
 }

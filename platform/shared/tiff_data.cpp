@@ -36,7 +36,8 @@ std::uint64_t FrameHeaderSize(std::uint8_t descriptor) {
   return kZstandardMagic.size() + 1 + window_size + kDictionarySizes[descriptor & 3] + content_size;
 }
 
-/// What ends too early has nothing after it, and fewer bytes than a magic number are no frame.
+/// A frame that ends too early has nothing after it, and fewer bytes than a magic number are not a
+/// frame.
 bool IsOneZstandardFrame(const TiffBytes& bytes, const Place& place) {
   std::array<std::uint8_t, kZstandardMagic.size() + 1> start{};
   if (bytes.Read(place.offset, start) < start.size()) return true;

@@ -10,18 +10,18 @@
 
 namespace pixtola::platform {
 
-/// Reads through the procedures that a handle was opened with. libtiff goes to its own place before
-/// each of its reads.
+/// Reads through the procedures that a handle was opened with. libtiff seeks before each of its own
+/// reads.
 class TiffBytes {
  public:
   explicit TiffBytes(TIFF* tiff) : tiff_(tiff) {}
 
   std::uint64_t file_size() const { return TIFFGetSizeProc(tiff_)(TIFFClientdata(tiff_)); }
 
-  /// How many of the bytes at `offset` there are.
+  /// Returns how many of the bytes at `offset` there are.
   std::size_t Read(std::uint64_t offset, std::span<std::uint8_t> bytes) const;
 
-  /// A number of the file's byte order.
+  /// A number in the file's byte order.
   std::uint64_t Number(std::span<const std::uint8_t> bytes) const;
 
  private:
@@ -29,8 +29,8 @@ class TiffBytes {
 };
 
 /// Whether each of the first `chunks` strips or tiles of the current page has one frame of
-/// Zstandard and nothing after it. The codec goes on with what follows a frame, and takes also what
-/// Zstandard was before it had a format.
+/// Zstandard and nothing after it. The codec goes on with what follows a frame, and also accepts
+/// what Zstandard wrote before its format was fixed.
 bool IsEachOneZstandardFrame(TIFF* tiff, std::uint32_t chunks);
 
 /// What JPEG can cost, the cheapest first.

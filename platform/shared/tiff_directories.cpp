@@ -1,5 +1,5 @@
-// How much the directories of a TIFF file make libtiff read: it keeps the values of every tag, also
-// of unknown ones, and any number of tags can have their values at one place.
+// How much the directories of a TIFF file make libtiff read: it keeps the values of every tag, even
+// of unknown ones, and any number of tags can have their values in the same place.
 
 #include <tiffio.h>
 
@@ -25,7 +25,7 @@ struct Form {
 constexpr Form kClassic = {4, 2, 4};
 constexpr Form kBig = {8, 8, 8};
 
-/// libtiff takes a directory of more for damaged.
+/// libtiff takes a directory with more for damaged.
 constexpr std::uint64_t kMostEntries = 4096;
 
 /// 0 for types that libtiff does not know: it reads no values of them.
@@ -114,7 +114,7 @@ class Walker {
 bool AreTiffDirectoriesAllowed(TIFF* tiff, std::uint32_t last_page) {
   constexpr std::uint64_t kQuick = std::uint64_t{1} << 24;
   constexpr std::uint64_t kQuickTogether = std::uint64_t{1} << 30;
-  constexpr std::uint64_t kLeastCost = 4096;  // of a step, so that circles come to an end
+  constexpr std::uint64_t kLeastCost = 4096;  // of a step, so that cycles come to an end
   Walker walker(tiff);
   const std::uint64_t most = walker.file_size() + kQuick;
   std::uint64_t left = walker.file_size() + kQuickTogether;

@@ -19,9 +19,8 @@ namespace pixtola::platform {
 PIXTOLA_PLATFORM_SHARED bool IsTiffCompressionRead(std::uint16_t compression);
 
 /// Whether each directory up to that of `last_page` has no more values than the file and 16 MiB,
-/// and all together no more than the file and 1 GiB: those of many tags can lie at one place, and
-/// libtiff reads them for each.
-/// `tiff` was opened for its header only (mode "rh").
+/// and all together no more than the file and 1 GiB: those of many tags can lie in the same place,
+/// and libtiff reads them for each. `tiff` was opened for its header only (mode "rh").
 PIXTOLA_PLATFORM_SHARED bool AreTiffDirectoriesAllowed(tiff* tiff, std::uint32_t last_page);
 
 /// Whether the current page, of a compression that is read, may be decoded: its size and its tiles'
@@ -40,8 +39,8 @@ using TiffOptions = std::unique_ptr<TIFFOpenOptions, FreeTiffOptions>;
 PIXTOLA_PLATFORM_SHARED TiffOptions MakeTiffOptions(bool is_reading);
 
 /// Opens a TIFF file with libtiff's `mode` ("r..." or "w..."), within MakeTiffOptions' limits. Null
-/// when the file cannot be opened or the path has no form that the system can open. The caller
-/// closes it with TIFFClose.
+/// when the file cannot be opened or the path cannot be given to the system. The caller closes it
+/// with TIFFClose.
 PIXTOLA_PLATFORM_SHARED tiff* OpenTiffFile(const wchar_t* path, const char* mode);
 
 }  // namespace pixtola::platform

@@ -22,7 +22,7 @@ struct TiffPage {
   std::uint16_t sample_format = SAMPLEFORMAT_UINT;
   std::uint16_t fill_order = FILLORDER_MSB2LSB;
   bool is_planar = false;  ///< each sample has strips or tiles of its own
-  /// An extra sample that is not said to be alpha is none, and neither is the only sample.
+  /// An extra sample that is not declared alpha is not, and neither is the only sample.
   TiffAlpha alpha = TiffAlpha::kNone;
   // Strips are as wide as the page and no higher.
   bool is_tiled = false;
@@ -33,7 +33,7 @@ struct TiffPage {
     return width != 0 && height != 0 && chunk_width != 0 && chunk_height != 0;
   }
 
-  // What is decoded in all, in pixels: tiles reach beyond the page, by as much as the file says.
+  // What is decoded in all, in pixels: tiles may reach beyond the page, as far as the file says.
   std::uint64_t decoded_width() const { return RoundedUp(width, chunk_width); }
   std::uint64_t decoded_height() const {
     return is_tiled ? RoundedUp(height, chunk_height) : height;

@@ -2,7 +2,7 @@
 
 namespace pixtola::platform {
 
-// Programs need a privilege for them.
+// Programs need a privilege for large pages.
 void PreferLargePages(void* /*memory*/, std::uint64_t /*size*/) {}
 
 }  // namespace pixtola::platform

@@ -13,13 +13,13 @@ class FileBytes {
  public:
   explicit FileBytes(std::FILE* file) : file_(file) {}
 
-  /// What has been read and not been taken.
+  /// The bytes that were read and not yet taken.
   std::span<const std::uint8_t> ahead() const { return ahead_; }
 
   void Take(std::size_t count) { ahead_ = ahead_.subspan(count); }
 
-  /// Reads on, once everything has been taken; false at the end of the file or when it cannot be
-  /// read, from then on always.
+  /// Reads the next piece, once everything has been taken. False at the end of the file or when it
+  /// cannot be read, and always from then on.
   bool Refill() {
     const std::size_t size = has_ended_ ? 0 : std::fread(buffer_, 1, sizeof(buffer_), file_);
     ahead_ = {buffer_, size};

@@ -1,4 +1,4 @@
-// Work memory: blocks from the standard allocator, freed by their owner, never an exception.
+// Work memory: blocks from the standard allocator, freed by their owner; nothing here throws.
 //
 // Sizes are 64-bit so that callers can multiply 32-bit dimensions without losing bits.
 #ifndef PIXTOLA_BASE_MEMORY_H_

@@ -1,6 +1,6 @@
-// The handles that the library owns: each ends with its owner.
+// The handles that the library owns: each is released with its owner.
 //
-// Between functions of the library owners travel; raw pointers only look.
+// Functions of the library pass owners to one another; a raw pointer never owns.
 #ifndef PIXTOLA_BASE_OWNERS_H_
 #define PIXTOLA_BASE_OWNERS_H_
 
@@ -65,7 +65,7 @@ using PalettePointer = std::unique_ptr<Gdiplus::ColorPalette, detail::FreePalett
 template <typename T>
 using ComPointer = std::unique_ptr<T, detail::ReleaseObject>;
 
-/// A reference of one's own to an object that somebody else holds.
+/// A new reference to an object that somebody else holds.
 template <typename T>
 ComPointer<T> Share(T& object) {
   object.AddRef();

@@ -1,5 +1,5 @@
-// Objects of the platform's bitmap classes, made where the platform makes its own: deleting them
-// gives their memory back to GDI+.
+// Objects of the platform's bitmap classes, in memory from GDI+, which gets it back when they are
+// deleted.
 #ifndef PIXTOLA_BASE_PLATFORM_OBJECT_H_
 #define PIXTOLA_BASE_PLATFORM_OBJECT_H_
 
@@ -11,8 +11,8 @@
 
 namespace pixtola {
 
-/// Null when out of memory. The classes' own `new` need not tell: on some platforms it hands
-/// GdipAlloc's null on to the constructor.
+/// Null when out of memory. The classes' own `new` need not report that: on some platforms it
+/// passes GdipAlloc's null on to the constructor.
 template <typename T, typename... Arguments>
 std::unique_ptr<T> MakePlatformObject(Arguments&&... arguments) {
   void* memory = Gdiplus::DllExports::GdipAlloc(sizeof(T));

@@ -1,4 +1,4 @@
-// Small work on text.
+// Small helpers for text.
 #ifndef PIXTOLA_BASE_TEXT_H_
 #define PIXTOLA_BASE_TEXT_H_
 
@@ -9,7 +9,7 @@
 
 namespace pixtola {
 
-/// The text without the white space at its two ends.
+/// The text without leading and trailing white space.
 inline std::wstring_view Trim(std::wstring_view text) {
   constexpr std::wstring_view kWhiteSpace = L" \t\n\v\f\r";
   const std::size_t first = text.find_first_not_of(kWhiteSpace);
@@ -17,7 +17,7 @@ inline std::wstring_view Trim(std::wstring_view text) {
   return text.substr(first, text.find_last_not_of(kWhiteSpace) - first + 1);
 }
 
-/// Turns the letters A to Z into small ones, as comparison without case takes them.
+/// Makes the letters A to Z lower case, as case-insensitive comparison does.
 inline void MakeLowerCase(std::wstring& text) {
   std::transform(text.begin(), text.end(), text.begin(), [](wchar_t letter) {
     return letter >= L'A' && letter <= L'Z' ? static_cast<wchar_t>(letter - L'A' + L'a') : letter;

@@ -9,7 +9,7 @@ namespace pixtola {
 std::optional<PalettePointer> CopyPalette(Gdiplus::Bitmap& bitmap) {
   const INT size = bitmap.GetPaletteSize();
   if (size <= 0) return PalettePointer();
-  // Zeroed: when the palette cannot be fetched it counts as having no entries.
+  // Zeroed: a palette that cannot be fetched counts as having no entries.
   const std::size_t block_size =
       std::max(sizeof(Gdiplus::ColorPalette), static_cast<std::size_t>(size));
   PalettePointer palette(static_cast<Gdiplus::ColorPalette*>(std::calloc(block_size, 1)));

@@ -36,9 +36,9 @@ class ReadLock {
   bool is_locked_;
 };
 
-/// A copy of the bitmap's palette, without entries when it has none or they cannot be had; null
-/// when its size cannot be had. Nothing when out of memory, which some callers pass over and others
-/// fail for.
+/// A copy of the bitmap's palette, without entries when it has none or they cannot be read; null
+/// when its size cannot be read. Nothing when out of memory, which some callers ignore and others
+/// treat as a failure.
 std::optional<PalettePointer> CopyPalette(Gdiplus::Bitmap& bitmap);
 
 }  // namespace pixtola

@@ -1,4 +1,4 @@
-// Turns rows of pixels into a native bitmap that owns its memory. The caller's rows are only read.
+// Makes a native bitmap that owns its memory from rows of pixels. The caller's rows are only read.
 #ifndef PIXTOLA_BITMAP_BITMAP_GENERATOR_H_
 #define PIXTOLA_BITMAP_BITMAP_GENERATOR_H_
 
@@ -18,12 +18,12 @@ class CBitmapGenerator {
   CBitmapGenerator& operator=(const CBitmapGenerator&) = delete;
   virtual ~CBitmapGenerator() = default;
 
-  /// Hands the bitmap over; the generator then holds none.
+  /// Hands the bitmap over to the caller; the generator then holds none.
   NativeBitmap Detach();
 
   Gdiplus::Status status = Gdiplus::Ok;
   ComPointer<IStream> stream;  ///< what an encoded copy is decoded from; outlives the bitmap
-  NativeBitmap bitmap;         ///< until it is detached; never there unless status is Ok
+  NativeBitmap bitmap;         ///< until it is detached; null unless status is Ok
 };
 
 }  // namespace pixtola

@@ -16,14 +16,15 @@ namespace {
 
 constexpr std::size_t kPixelBytes = sizeof(Gdiplus::ARGB);
 
-/// A section of 32-bit pixels with its top row first. Null, with `pixels` null, when there is none.
+/// A top-down section of 32-bit pixels. Null, with `pixels` null, when it cannot be made.
 BitmapHandle MakeSection(UINT width, UINT height, Gdiplus::ARGB*& pixels) {
   const std::uint64_t size = std::uint64_t{width} * height * kPixelBytes;
-  // A row's size is a signed number for the platform, the image's an unsigned one.
+  // To the platform the size of a row is a signed number, that of the image an unsigned one.
   constexpr UINT kWidest = std::numeric_limits<INT>::max() / kPixelBytes;
   if (size == 0 || width > kWidest || size > std::numeric_limits<DWORD>::max()) return nullptr;
   BITMAPINFO info{};
-  // Kept on purpose: the size of the whole structure, a colour more than the header's own 40 bytes.
+  // Kept on purpose: the size of the whole structure, one colour more than the header's own 40
+  // bytes.
   info.bmiHeader.biSize = sizeof(BITMAPINFO);
   info.bmiHeader.biWidth = static_cast<LONG>(width);
   info.bmiHeader.biHeight = -static_cast<LONG>(height);
@@ -40,15 +41,15 @@ BitmapHandle MakeSection(UINT width, UINT height, Gdiplus::ARGB*& pixels) {
 /// A pixel whose colours are multiplied by its alpha.
 constexpr Gdiplus::ARGB Premultiplied(Gdiplus::ARGB pixel) {
   const Gdiplus::ARGB alpha = pixel >> 24;
-  // Kept on purpose: a shift and no division by 255, which makes 254 of opaque white. Products have
-  // 16 bits, so that red and blue do not meet.
+  // Kept on purpose: a shift, not a division by 255, so opaque white becomes 254. Products have 16
+  // bits, so red and blue do not overlap.
   const Gdiplus::ARGB red_and_blue = (pixel & 0x00FF00FF) * alpha >> 8 & 0x00FF00FF;
   const Gdiplus::ARGB green = (pixel & 0x0000FF00) * alpha >> 8 & 0x0000FF00;
   return (pixel & 0xFF000000) | red_and_blue | green;
 }
 
-/// Multiplies the colours by their alphas, unless no pixel has any: the alphas are unused then, and
-/// the colours stay. What comes before the first pixel with alpha becomes 0.
+/// Multiplies the colours by their alphas, unless all alphas are 0: they are then taken for unused,
+/// and the colours stay. Pixels before the first one with alpha become 0.
 void Premultiply(std::span<Gdiplus::ARGB> pixels) {
   const auto first = std::find_if(pixels.begin(), pixels.end(),
                                   [](Gdiplus::ARGB pixel) { return pixel >> 24 != 0; });

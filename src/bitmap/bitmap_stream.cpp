@@ -114,7 +114,7 @@ ComPointer<IStream> CBitmapStream::Finish() {
 }
 
 std::uint64_t EncodedSizeEstimate(Gdiplus::Bitmap& bitmap, PxtFileType type) {
-  // How well TIFF compresses cannot be told.
+  // How well TIFF compresses is not known beforehand.
   const FileType* found = FindFileType(type);
   if (found != nullptr && found->tiff_compression != 0) return 0;
   constexpr std::uint64_t kHeaders = 44;

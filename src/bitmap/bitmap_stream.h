@@ -9,15 +9,16 @@
 
 namespace pixtola {
 
-// Windows' interfaces have a destructor that is neither virtual nor hidden. Nobody deletes through
-// them: references end by Release.
+// Windows' interfaces have a public destructor that is not virtual. Nobody deletes through them:
+// references are released.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
 
-/// A stream in front of a memory stream, to which it hands everything on. It has room from the
-/// start, so that the memory need not grow step by step, and remembers how far was written, so that
-/// what is too much can be cut off. Bytes that a writer skips become 0, whatever the memory held
-/// before. It lives for one operation and is not counted: references are the inner stream's.
+/// A stream in front of a memory stream, to which it passes every call on. It has room from the
+/// start, so that the memory need not grow step by step, and remembers how far it was written, so
+/// that the excess can be cut off. Bytes that a writer skips become 0, whatever the memory held
+/// before. It lives for one operation and has no reference count: references are the inner
+/// stream's.
 ///
 /// Without an inner stream operations return E_UNEXPECTED, AddRef and Release 0.
 class CBitmapStream final : public virtual IStream {
@@ -65,8 +66,8 @@ class CBitmapStream final : public virtual IStream {
 
 #pragma GCC diagnostic pop
 
-/// How many bytes a stream should have from the start to take a bitmap of `type`: the uncompressed
-/// size or 4096, and none for TIFF.
+/// How many bytes of room a stream should have from the start for a bitmap encoded as `type`: the
+/// uncompressed size, at least 4096, and none for TIFF.
 std::uint64_t EncodedSizeEstimate(Gdiplus::Bitmap& bitmap, PxtFileType type);
 
 }  // namespace pixtola

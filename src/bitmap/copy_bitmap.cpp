@@ -15,7 +15,7 @@ std::optional<BitmapPointer> CopyBitmap(Gdiplus::Bitmap& source) {
   const Gdiplus::PixelFormat format = source.GetPixelFormat();
   const ReadLock lock(source, width, height, format);
   if (!lock.is_locked()) return std::nullopt;
-  // Kept on purpose: without memory for the palette the copy goes on without it.
+  // Kept on purpose: when out of memory for the palette, the copy is made without it.
   PalettePointer palette;
   if (IsIndexed(format)) palette = CopyPalette(source).value_or(nullptr);
   Resolution resolution;

@@ -1,6 +1,6 @@
-// The one place where the layers turn back on themselves, kept to this declaration: a new indexed
-// bitmap is decoded from an encoded copy of itself, and encoding belongs to the save core above,
-// which in turn converts images with the bitmap layer. Declared here, defined in io/save_image.cpp.
+// The one cycle among the layers, confined to this declaration: a new indexed bitmap is decoded
+// from an encoded copy of itself, and encoding belongs to the saving code above, which in turn
+// converts images with the bitmap layer. Declared here, defined in io/save_image.cpp.
 #ifndef PIXTOLA_BITMAP_ENCODED_COPY_H_
 #define PIXTOLA_BITMAP_ENCODED_COPY_H_
 

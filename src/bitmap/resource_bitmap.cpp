@@ -1,4 +1,4 @@
-// PxtLoadBitmapFromResource: an image that a module brings along.
+// PxtLoadBitmapFromResource: an image from a module's resources.
 
 #include <cstring>
 

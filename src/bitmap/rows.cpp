@@ -51,7 +51,7 @@ Rows TopDownRows(const ImageView& pixels) {
 }
 
 Gdiplus::Status PrepareRows(const ImageView& pixels, Rows& rows) {
-  // What the platform could only read as a negative number is no size and no stride either.
+  // What the platform would read as a negative number is not a size or a stride either.
   constexpr std::uint64_t kLargest = std::numeric_limits<std::int32_t>::max();
   const std::uint64_t distance = RowDistance(pixels);
   const std::uint64_t rounded = (distance + 3) / 4 * 4;
@@ -61,8 +61,8 @@ Gdiplus::Status PrepareRows(const ImageView& pixels, Rows& rows) {
       !IsValidStride(pixels.width, pixels.bits_per_pixel, stride)) {
     return Gdiplus::InvalidParameter;
   }
-  // The stride check lets through rows that are longer than their stride (4-bit ones, and sizes
-  // that wrap). Their last row would reach past the caller's image; a copy has room for it.
+  // The stride check accepts rows that are longer than their stride (4-bit ones, and sizes that
+  // wrap). Their last row would reach past the caller's image; a copy has room for it.
   const std::uint64_t longest_row =
       std::max(rounded, PackedRowBytes(pixels.bits_per_pixel, pixels.width));
   const bool is_bottom_up = pixels.stride < 0;

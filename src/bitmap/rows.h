@@ -1,4 +1,4 @@
-// A caller's or a locked bitmap's rows, put in an order and at a distance that others can work
+// A caller's or a locked bitmap's rows, in an order and with a stride that other code can work
 // with.
 #ifndef PIXTOLA_BITMAP_ROWS_H_
 #define PIXTOLA_BITMAP_ROWS_H_
@@ -13,18 +13,18 @@ namespace pixtola {
 
 /// Rows from the top down: the original ones, or a copy.
 struct Rows {
-  ImageView image;             ///< without rows when there was no memory for the copy
+  ImageView image;             ///< without rows when out of memory for the copy
   Block<std::uint8_t> copy{};  ///< holds the rows when they are not the original ones
 };
 
-/// What a bitmap shows while it is locked.
+/// The pixels of a locked bitmap.
 ImageView ViewOf(const Gdiplus::BitmapData& data);
 
 /// Rows for conversion; copied when they run upwards.
 Rows TopDownRows(const ImageView& pixels);
 
 /// Rows over which the platform can make a bitmap: top-down, with a stride that is a multiple of 4
-/// and no row reaching past the end. Copied only where the original ones are not like that. Returns
+/// and no row reaching past the end. Copied only where the original rows are not like that. Returns
 /// InvalidParameter for null or a stride that does not fit, OutOfMemory, or Ok.
 Gdiplus::Status PrepareRows(const ImageView& pixels, Rows& rows);
 

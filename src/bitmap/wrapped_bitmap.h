@@ -11,7 +11,7 @@
 
 namespace pixtola {
 
-/// The order of the bases is needed: the image is disposed before the stream that backs it.
+/// The order of the bases matters: the image is disposed of before the stream that backs it.
 class CWrappedBitmap : CBitmapGenerator, public Gdiplus::Bitmap {
  public:
   /// Arguments as for CBitmapGenerator, whose status becomes the object's last status.

@@ -1,5 +1,5 @@
 // Between bitmaps and bytes: conversions of a bitmap's pixels, bitmaps from pixels in memory, and a
-// bitmap's pixels out into memory.
+// bitmap's pixels copied into memory.
 #include "convert/bitmap_transfer.h"
 
 #include <algorithm>
@@ -71,7 +71,7 @@ int PxtBitmapRectToBytes(PxtConversionMethod method, Gdiplus::Bitmap& bitmap, RE
   if (rect == nullptr || destination_size == nullptr || destination_stride == nullptr) return 0;
   const Gdiplus::PixelFormat own_format = bitmap.GetPixelFormat();
   const Gdiplus::PixelFormat format = ConvertibleFormat(own_format);
-  // Kept on purpose: a palette that there is no memory for is passed over like an empty one.
+  // Kept on purpose: when out of memory for the palette, it is treated like an empty one.
   PalettePointer palette;
   if (IsIndexed(own_format)) palette = CopyPalette(bitmap).value_or(nullptr);
   if (palette != nullptr && palette->Count == 0) palette = nullptr;
@@ -153,7 +153,7 @@ int PxtInsertBytesRect(const uint8_t* bytes, Gdiplus::PixelFormat format, uint32
   Gdiplus::BitmapData data{};
   if (whole->LockBits(&part, Gdiplus::ImageLockModeRead, format, &data) != Gdiplus::Ok) return 0;
   *result = MakeWrappedBitmap(ViewOf(data), format, resolution, nullptr).release();
-  // The temporary bitmap goes while it is locked; the new one has its own pixels.
+  // The temporary bitmap is deleted while it is locked; the new one has its own pixels.
   return *result != nullptr ? 1 : 0;
 }
 
@@ -173,8 +173,8 @@ int PxtExtractBytes(Gdiplus::Bitmap& bitmap, uint8_t* destination, uint32_t* siz
   *stride = static_cast<uint32_t>(std::abs(std::int64_t{data.Stride}));
   *size = data.Height * *stride;
   if (destination == nullptr) return 1;
-  // The reported size is all that the caller promised; an image may truly need more when it exceeds
-  // 32 bits, or when its rows are longer than its stride.
+  // The reported size is all that the caller has room for; an image may truly need more when it
+  // exceeds 32 bits, or when its rows are longer than its stride.
   const std::uint64_t true_size = std::uint64_t{data.Height - 1} * *stride +
                                   pixtola::PackedRowBytes(pixtola::BitsPerPixel(*format), *width);
   if (true_size > *size || *stride > INT32_MAX) return 0;

@@ -117,8 +117,7 @@ int RunMethod(Worker worker, const ImageView& source, const Window& window,
     part.first_row += window.offset;
     return worker(part, lookup, destination);
   }
-  // The method's own checks see the caller's stride first: a copy must not make good what they
-  // refuse.
+  // The method's own checks see the caller's stride first: a copy must not mend what they refuse.
   if (!HasValidStride(part)) return 0;
   const ZeroExtendedCopy copy = CopyZeroExtended(source, window, row_bytes);
   if (copy.bytes == nullptr) return 0;

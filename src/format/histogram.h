@@ -1,4 +1,4 @@
-// How many pixels there are of each level.
+// How many pixels an image has at each level.
 #ifndef PIXTOLA_FORMAT_HISTOGRAM_H_
 #define PIXTOLA_FORMAT_HISTOGRAM_H_
 

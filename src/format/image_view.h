@@ -7,7 +7,7 @@
 
 namespace pixtola {
 
-/// Owns nothing. A view may be of part of an image: its rows then lie further apart than they are
+/// Owns nothing. A view may be of part of an image: its stride is then larger than its rows are
 /// long.
 ///
 /// The functions are always inlined, since kernels call them: a copy that was compiled for some
@@ -29,7 +29,7 @@ struct BasicImageView {
     return {Row(first), width, count, stride, bits_per_pixel};
   }
 
-  /// The same from the bottom row to the top. There must be a row.
+  /// The same rows with the bottom row first. There must be a row.
   [[gnu::always_inline]] BasicImageView UpsideDown() const {
     return {Row(height - 1), width, height, -stride, bits_per_pixel};
   }

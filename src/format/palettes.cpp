@@ -21,7 +21,7 @@ constexpr PaletteOf256 MakeGrayPalette() {
   return palette;
 }
 
-// Initialised by the compiler: there is no first use to race on.
+// Initialised at compile time: there is no first use to race on.
 constexpr PaletteOf256 kBilevelPalette = MakeBilevelPalette();
 constexpr PaletteOf256 kGrayPalette = MakeGrayPalette();
 

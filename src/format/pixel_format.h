@@ -1,4 +1,4 @@
-// The platform's codes of pixel formats, which tell depth and kind by their bits.
+// The platform's codes of pixel formats, whose bits tell depth and kind.
 #ifndef PIXTOLA_FORMAT_PIXEL_FORMAT_H_
 #define PIXTOLA_FORMAT_PIXEL_FORMAT_H_
 

@@ -1,4 +1,4 @@
-// How large pixels are.
+// The resolution of an image.
 #ifndef PIXTOLA_FORMAT_RESOLUTION_H_
 #define PIXTOLA_FORMAT_RESOLUTION_H_
 

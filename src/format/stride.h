@@ -1,4 +1,4 @@
-// Rows in bytes: how long they are, and the two rules about strides that every routine shares.
+// Rows in bytes: how long they are, and the two rules about strides that all functions share.
 #ifndef PIXTOLA_FORMAT_STRIDE_H_
 #define PIXTOLA_FORMAT_STRIDE_H_
 

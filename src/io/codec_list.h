@@ -11,7 +11,7 @@
 namespace pixtola {
 
 /// Records, and the strings that they point to, in one block. Empty when the platform has no
-/// codecs, does not tell them, or when out of memory.
+/// codecs, when it does not list them, or when out of memory.
 class CodecList {
  public:
   static CodecList OfDecoders();

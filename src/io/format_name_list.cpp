@@ -46,9 +46,9 @@ void CFormatNameList::Build() {
 int PxtIsSupportedBitmapType(const wchar_t* path) try {
   using pixtola::FormatNameList;
   if (path == nullptr) return 0;
-  constexpr std::size_t kLongest = 256;  // with the closing zero
+  constexpr std::size_t kLongest = 256;  // with the terminating zero
   wchar_t extension[kLongest] = {};
-  // What is longer is not handed to the splitter: some runtimes end the process then.
+  // Longer ones are not given to _wsplitpath_s: some runtimes end the process then.
   const wchar_t* dot = std::wcsrchr(path, L'.');
   if (dot != nullptr && std::wcslen(dot) >= kLongest) return 0;
   if (_wsplitpath_s(path, nullptr, 0, nullptr, 0, nullptr, 0, extension, kLongest) != 0) return 0;

@@ -22,7 +22,7 @@ class CFormatNameList {
   void Clear() { names_.clear(); }
 
   bool IsEmpty() const { return names_.empty(); }
-  /// `extension` with its dot; upper and lower case are the same.
+  /// `extension` with its dot, in upper or lower case.
   bool Contains(const std::wstring& extension) const { return names_.count(extension) != 0; }
 
   auto begin() const { return names_.begin(); }

@@ -20,7 +20,7 @@ BitmapPointer OpenOther(const wchar_t* path) {
     file_bitmap.reset();  // it may still hold the file
     return ReadPcxFile(path);
   }
-  // A copy needs the file no longer. Kept on purpose: what cannot be copied is handed out as it is,
+  // A copy no longer needs the file. Kept on purpose: what cannot be copied is handed out as it is,
   // and the file then stays open for as long as the bitmap lives.
   BitmapPointer copy = CopyBitmap(*file_bitmap).value_or(nullptr);
   return copy != nullptr ? std::move(copy) : std::move(file_bitmap);
@@ -50,7 +50,7 @@ int PxtOpenImageFilePage(const wchar_t* path, std::int32_t page, Gdiplus::Bitmap
   BitmapPointer opened = ReadTiffFile(path, static_cast<std::uint32_t>(page));
   if (opened == nullptr) {
     opened = OpenOther(path);
-    // Kept on purpose: the page is selected in the copy, which as a rule has but one.
+    // Kept on purpose: the page is selected in the copy, which as a rule has only one.
     if (opened != nullptr && page >= 0) {
       const auto frame = static_cast<UINT>(page);
       const bool is_selected = SelectFrame(*opened, Gdiplus::FrameDimensionPage, frame) ||

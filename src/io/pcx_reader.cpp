@@ -31,7 +31,7 @@ bool ReadHeader(std::FILE* file, PcxHeader& header) {
   return true;
 }
 
-/// What of a file goes into a bitmap.
+/// What goes from a file into a bitmap.
 struct PcxImage {
   PcxHeader header;
   const PcxLayout* layout = nullptr;
@@ -49,7 +49,7 @@ bool MakeRoom(PcxImage& image) {
   image.width = image.header.width();
   image.height = image.header.height();
   image.stride = PxtCalcStride(image.width, format);
-  // Kept on purpose: rounded down. Pixels in a last byte that is not whole stay 0.
+  // Kept on purpose: rounded down. Pixels in an incomplete last byte stay 0.
   image.row_bytes = image.width * BitsPerPixel(format) / 8;
   const std::uint64_t size = std::uint64_t{image.stride} * image.height;
   if (size == 0 || !platform::IsDecodeAllowed(image.width, image.height, size)) return false;
@@ -57,7 +57,7 @@ bool MakeRoom(PcxImage& image) {
   return image.pixels != nullptr;
 }
 
-/// Fills a line of `size` bytes; what the file no longer has of it is taken from the line before.
+/// Fills a line of `size` bytes; what the file no longer has of it is taken from the previous line.
 /// False, with nothing done, when that would be all of it.
 bool ReadLine(const PcxRleKernels& kernels, FileBytes& file, PcxRun& run,
               const std::uint8_t* line_before, std::uint8_t* line, std::size_t size) {
@@ -138,7 +138,7 @@ void ReadPalette(FileBytes& file, PcxImage& image) {
   palette.Flags = 0;
   palette.Count = size;
   for (std::uint32_t i = 0; i < size; ++i) palette.SetEntry(i, kOpaque);
-  // Kept on purpose: one less of 256. The last entry is not taken from the file.
+  // Kept on purpose: one fewer than 256. The last entry is not taken from the file.
   const std::uint32_t count = std::min<std::uint32_t>(size, 255);
   std::uint32_t read = 0;
   if (image.header.version == kPcxNewestVersion && FindPalette(file)) {

@@ -7,8 +7,7 @@
 namespace pixtola {
 
 /// Reads a PCX file into a new bitmap; null when it cannot be read. White space around the path is
-/// left out. A file that is cut short is no failure: rows that are missing repeat what the last row
-/// was.
+/// ignored. A file that is cut short is not a failure: missing rows repeat the last one.
 BitmapPointer ReadPcxFile(const wchar_t* path);
 
 }  // namespace pixtola

@@ -49,14 +49,14 @@ Gdiplus::PixelFormat ChooseFormat(Gdiplus::PixelFormat format) {
   return is_kept ? format : PixelFormat24bppRGB;
 }
 
-/// Whether the header's fields can tell of the image.
+/// Whether the header's fields can describe the image.
 bool FitsHeader(const PcxShape& shape) {
   constexpr std::uint32_t kLargest = std::numeric_limits<std::uint16_t>::max();
   return shape.width - 1 <= kLargest && shape.height - 1 <= kLargest &&
          shape.bytes_per_plane() <= kLargest;
 }
 
-/// Finds out how the bitmap is written; false when its rows cannot be had or have no bytes.
+/// Finds out how the bitmap is written; false when its rows cannot be read or have no bytes.
 bool ChooseShape(Gdiplus::Bitmap& bitmap, PcxShape& shape) {
   shape.width = bitmap.GetWidth();
   shape.height = bitmap.GetHeight();
@@ -107,7 +107,8 @@ bool WriteRows(std::FILE* file, Gdiplus::Bitmap& bitmap, const PcxShape& shape) 
   const auto code = Allocate<std::uint8_t>(PcxCodeCapacity(line_bytes));
   if (line == nullptr || code == nullptr) return false;
   const ReadLock lock(bitmap, shape.width, shape.height, shape.format);
-  // Kept on purpose: rows that can no longer be had are left out, and the file goes on without.
+  // Kept on purpose: rows that can no longer be read are left out, and the file goes on without
+  // them.
   if (!lock.is_locked()) return true;
   const PcxPlaneKernels& plane_kernels = BestPcxPlaneKernels();
   const PcxRleKernels& rle_kernels = BestPcxRleKernels();
@@ -121,14 +122,14 @@ bool WriteRows(std::FILE* file, Gdiplus::Bitmap& bitmap, const PcxShape& shape) 
       std::copy_n(row, shape.row_bytes, line.get());
     }
     const std::size_t size = rle_kernels.encode(line.get(), line_bytes, code.get());
-    // Kept on purpose: nobody looks whether the lines of colour images were written.
+    // Kept on purpose: whether the lines of colour images were written is not checked.
     if (!WriteBytes(file, code.get(), size) && !shape.is_color()) return false;
   }
   return true;
 }
 
 /// Writes a palette of as many entries as the pixels can name, black where the bitmap has none or
-/// they cannot be had; false when out of memory or when it cannot be written.
+/// they cannot be read; false when out of memory or when it cannot be written.
 bool WritePalette(std::FILE* file, Gdiplus::Bitmap& bitmap, std::uint32_t bits) {
   constexpr std::size_t kColorBytes = 3;
   std::uint8_t bytes[1 + 256 * kColorBytes] = {kPcxPaletteMark};
@@ -161,7 +162,7 @@ int WritePcxFile(const wchar_t* path, Gdiplus::Bitmap* bitmap) {
   std::setvbuf(file.get(), buffer, _IOFBF, sizeof(buffer));
   bool is_written = WriteHeader(file.get(), shape) && WriteRows(file.get(), *bitmap, shape) &&
                     (shape.is_color() || WritePalette(file.get(), *bitmap, shape.bits));
-  // What the runtime still holds is written now.
+  // What the runtime still buffers is written now.
   const bool is_closed = std::fclose(file.release()) == 0;
   is_written = is_written && (is_closed || shape.is_color());
   if (!is_written) DeleteFileW(path);

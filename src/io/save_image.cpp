@@ -61,10 +61,10 @@ int SaveImage(Gdiplus::Bitmap& bitmap, PxtFileType code, const Target& target) {
     if (converted == nullptr) return 0;
     saved = converted.get();
   }
-  // libtiff writes 1-bit TIFF; should it fail, the platform's encoder has a second try.
+  // libtiff writes 1-bit TIFF; if it fails, the platform's encoder tries next.
   if (type->tiff_compression != 0 && saved->GetPixelFormat() == PixelFormat1bppIndexed) {
     if (SaveWithLibtiff(*saved, code, target) != 0) return 1;
-    // Over what libtiff may have written.
+    // Overwrites what libtiff may have written.
     if (target.stream != nullptr) target.stream->Seek(LARGE_INTEGER{}, STREAM_SEEK_SET, nullptr);
   }
   return SaveWithPlatform(*saved, target, *encoder, *type) == Gdiplus::Ok ? 1 : 0;

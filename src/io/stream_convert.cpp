@@ -1,4 +1,4 @@
-// Encoded images in streams: taken out as bitmaps, saved in another form, converted.
+// Encoded images in streams: extracted as bitmaps, saved in another form, converted.
 
 #include <optional>
 #include <utility>

@@ -7,7 +7,7 @@
 
 namespace pixtola {
 
-/// Opens the TIFF in a stream with libtiff's `mode` ("r..." or "w"), within the limits of TIFF
+/// Opens the TIFF in a stream with libtiff's `mode` ("r..." or "w"), within the limits for TIFF
 /// files; null when that fails. The stream must outlive the result.
 TiffFile OpenTiffStream(IStream& stream, const char* mode);
 

@@ -1,4 +1,4 @@
-// What every use of libtiff in the library happens in: one lock around all of it, and silence.
+// What every use of libtiff in the library needs: one lock around all of it, and no messages.
 #ifndef PIXTOLA_IO_TIFF_LOCK_H_
 #define PIXTOLA_IO_TIFF_LOCK_H_
 

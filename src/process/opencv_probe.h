@@ -10,7 +10,7 @@ namespace pixtola {
 struct OpenCvFlags {
   bool is_probed = false;
   bool is_core_available = false;
-  bool is_imgproc_available = false;  ///< the one that sharpening asks
+  bool is_imgproc_available = false;  ///< the one that sharpening asks for
 };
 extern OpenCvFlags OpenCv;
 

@@ -24,7 +24,7 @@ struct Geometry {
   std::int64_t stride;
 };
 
-/// Bytes of a pixel in the formats that can be turned; 0 for all others.
+/// Bytes of a pixel in the formats that can be rotated and flipped; 0 for all others.
 std::size_t BytesPerPixel(Gdiplus::PixelFormat format) {
   switch (format) {
     case PixelFormat8bppIndexed:
@@ -61,7 +61,7 @@ bool IsMultipleOf4(const void* address) {
   return reinterpret_cast<std::uintptr_t>(address) % 4 == 0;
 }
 
-/// Flips: rows as they are stored, and something in them.
+/// Flips: only rows of the padded size, and no empty blocks.
 std::optional<Geometry> CheckFlip(const Gdiplus::BitmapData& source, std::size_t bytes_per_pixel,
                                   const Gdiplus::BitmapData& destination) {
   const std::int64_t stride = source.Stride;
@@ -73,14 +73,14 @@ std::optional<Geometry> CheckFlip(const Gdiplus::BitmapData& source, std::size_t
   return Geometry{source.Width, source.Height, stride};
 }
 
-/// The half rotation. A source that runs upwards is counted, and reported, as if it ran downwards.
+/// The half rotation. A bottom-up source is counted, and reported, as if it were top-down.
 std::optional<Geometry> CheckHalfTurn(const Gdiplus::BitmapData& source,
                                       std::size_t bytes_per_pixel,
                                       const Gdiplus::BitmapData& destination) {
   const std::int64_t signed_stride = source.Stride;
   const std::int64_t stride = signed_stride < 0 ? -signed_stride : signed_stride;
   if (stride > kLargestStride) return std::nullopt;
-  // Rows that reach into the next would let the last one end after what the capacity counts.
+  // If rows overlapped, the last one would end past the capacity that was checked.
   const bool has_rows = source.Height != 0;
   if (has_rows && stride < RowBytes(source.Width, bytes_per_pixel)) return std::nullopt;
   if (stride * source.Height > Capacity(destination)) return std::nullopt;

@@ -1,6 +1,6 @@
-// What the platform promises about encoded images: which codecs there are, what comes back of what
-// was saved, over files and over streams. Written against the API alone: the same tests run on GDI+
-// and on the stand-in.
+// What the platform promises about encoded images: which codecs there are, what is read back of
+// what was saved, through files and through streams. Written against the API alone: the same tests
+// run on GDI+ and on the stand-in.
 
 #include <gtest/gtest.h>
 

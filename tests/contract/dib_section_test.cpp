@@ -1,5 +1,5 @@
-// What the platform promises about DIB sections, pixels in memory behind a handle. Written against
-// the API alone: the same tests run on Windows and on the stand-in.
+// What the platform promises about DIB sections, pixels in memory that a handle refers to. Written
+// against the API alone: the same tests run on Windows and on the stand-in.
 
 #include <gtest/gtest.h>
 

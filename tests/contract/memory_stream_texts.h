@@ -19,7 +19,7 @@ inline void WriteText(IStream& stream, const std::string& text) {
   EXPECT_EQ(written, text.size());
 }
 
-/// A stream of this text, its position at the start.
+/// A stream of this text, with its position at the start.
 inline StreamPointer StreamOf(const std::string& text) {
   StreamPointer stream = EmptyStream();
   WriteText(*stream, text);
@@ -27,7 +27,7 @@ inline StreamPointer StreamOf(const std::string& text) {
   return stream;
 }
 
-/// Up to `size` bytes from the position on. Reads that end early give S_OK or S_FALSE.
+/// Up to `size` bytes from the position on. Reads that end early return S_OK or S_FALSE.
 inline std::string ReadText(IStream& stream, ULONG size) {
   std::string text(size, '?');
   ULONG read = ~ULONG{0};

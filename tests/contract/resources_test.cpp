@@ -1,6 +1,6 @@
 // What the platform promises about resources, the files inside programs and shared libraries.
 // Written against the API alone: the same tests run on Windows and on the stand-in. The resources
-// stand in tests/CMakeLists.txt, their files in tests/data/resources.
+// are listed in tests/CMakeLists.txt, their files are in tests/data/resources.
 
 #include <gtest/gtest.h>
 

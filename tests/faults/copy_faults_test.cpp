@@ -1,5 +1,5 @@
 // Bitmaps made of pixels in memory and copies of bitmaps, when out of memory, a bitmap cannot be
-// locked or the encoded copy, through which indexed ones come, cannot be written or read. And the
+// locked or the encoded copy, through which indexed ones come, cannot be written or read. Also the
 // palettes that they are given.
 
 #include <gtest/gtest.h>

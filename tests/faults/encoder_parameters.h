@@ -51,7 +51,7 @@ inline constexpr PxtFileType kEncodedTypes[] = {
 inline constexpr std::uint32_t kNoLock = std::numeric_limits<std::uint32_t>::max();
 
 /// Which lock has to fail so that libtiff does not write the image and the platform does: the first
-/// one, after that of a conversion to one bit. None for what the platform writes anyway.
+/// one, after that of a conversion to one bit. kNoLock for what the platform writes anyway.
 inline std::uint32_t LockOfLibtiff(PxtFileType type, Gdiplus::PixelFormat format) {
   const bool is_bilevel = format == PixelFormat1bppIndexed;
   switch (type) {

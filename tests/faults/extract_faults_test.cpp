@@ -1,4 +1,4 @@
-// Bitmaps out of streams when out of memory, a bitmap cannot be locked, or the stream or an encoded
+// Bitmaps from streams when out of memory, a bitmap cannot be locked, or the stream or an encoded
 // copy cannot be read or written.
 
 #include <gtest/gtest.h>

@@ -12,7 +12,7 @@
 
 namespace pixtola::test {
 
-/// What tests save: pixels that each encoder handles in a way of its own.
+/// What tests save: pixels that encoders handle differently.
 inline constexpr Gdiplus::PixelFormat kSavedFormats[] = {
     PixelFormat1bppIndexed, PixelFormat8bppIndexed, PixelFormat24bppRGB, PixelFormat32bppARGB};
 
@@ -39,8 +39,8 @@ inline BitmapPointer RandomBitmap(UINT width, UINT height, Gdiplus::PixelFormat 
   return bitmap;
 }
 
-/// Whether two resolutions are the same to whole pixels a metre, in which new indexed bitmaps have
-/// theirs unless there was no memory for an encoded copy.
+/// Whether two resolutions are the same to whole pixels per metre, in which new indexed bitmaps
+/// have theirs unless out of memory for an encoded copy.
 inline bool IsSameResolution(float a, float b) { return std::abs(a - b) < kDpiTolerance; }
 
 /// Stripes, which every compression makes smaller; indexed bitmaps have black first and opaque
@@ -87,8 +87,8 @@ inline Picture PictureOf(Gdiplus::Bitmap& bitmap) {
           PixelsOf(bitmap)};
 }
 
-/// What of a picture every way of writing TIFF keeps: libtiff's and the platform's count dots in
-/// units of their own.
+/// What every way of writing TIFF keeps of a picture: libtiff and the platform count dots in
+/// different units.
 inline Picture AsTiffKeeps(Picture picture) {
   picture.dpi_x = 0;
   picture.dpi_y = 0;
@@ -96,7 +96,7 @@ inline Picture AsTiffKeeps(Picture picture) {
   return picture;
 }
 
-/// `picture` as a bitmap is that was made of its pixels without a palette.
+/// `picture` as a bitmap made of its pixels without a palette shows it.
 inline Picture WithoutPalette(const Picture& picture) {
   BitmapPointer bitmap = MakeBitmap(picture.width, picture.height, picture.format, picture.pixels);
   BitmapPointer made;
@@ -109,11 +109,11 @@ inline Picture WithoutPalette(const Picture& picture) {
   return made != nullptr ? PictureOf(*made) : Picture{};
 }
 
-/// Whether the bitmap can be locked, that is, nobody has left it locked.
+/// Whether the bitmap can be locked, which means that nobody has left it locked.
 inline bool CanBeLocked(Gdiplus::Bitmap& bitmap) { return !PixelsOf(bitmap).empty(); }
 
-/// Whether a file of the type, saved of a bitmap in the format, can be read where the platform
-/// writes it: other than of 8 bits not every platform writes GIF.
+/// Whether a file of the type, saved from a bitmap in the format, can be read where the platform
+/// writes it: not every platform writes GIF of other than 8 bits.
 inline bool IsReadableGif(PxtFileType type, Gdiplus::PixelFormat format) {
   return type != PxtFileTypeGif || format == PixelFormat8bppIndexed || !kGifEncoderKnows8BitsOnly;
 }

@@ -38,7 +38,7 @@ inline bool IsAsExpected(const Gdiplus::Bitmap* out, OnFailure on_failure) {
 
 using Maker = std::function<int(Gdiplus::Bitmap**)>;
 
-/// The faults under which a bitmap is made, and what may come of it besides the undisturbed one.
+/// The faults under which a bitmap is made, and what may come out besides the undisturbed one.
 struct Disturbance {
   Fault fault = Fault::kAllocation;
   /// By the number of the fault, counted from 1.
@@ -50,7 +50,7 @@ struct Disturbance {
 
 struct Outcomes {
   std::uint32_t faults = 0;    ///< that fired
-  std::uint32_t failures = 0;  ///< calls that handed out nothing
+  std::uint32_t failures = 0;  ///< calls that returned nothing
   /// Which of the faults left the undisturbed picture as it was.
   std::vector<std::uint32_t> harmless{};
 };
@@ -102,8 +102,8 @@ inline Outcomes MakeUnderEveryFault(const Disturbance& disturbance, const Maker&
   return outcomes;
 }
 
-/// The picture with another resolution. Indexed bitmaps that come by way of BMP have whole pixels a
-/// metre; those whose rows were copied directly have the resolution itself.
+/// The picture with another resolution. Indexed bitmaps that come by way of BMP have whole pixels
+/// per metre; those whose rows were copied directly have the resolution itself.
 inline Picture WithDpi(Picture picture, float dpi_x, float dpi_y) {
   picture.dpi_x = dpi_x;
   picture.dpi_y = dpi_y;

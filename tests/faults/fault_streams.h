@@ -7,7 +7,7 @@
 
 namespace pixtola::test {
 
-/// A stream of its own in front of another one: its reads and writes can fail.
+/// A stream in front of another one, whose reads and writes can fail.
 inline StreamPointer InFrontOf(IStream& stream) {
   return StreamPointer(FaultyStream::Create(stream));
 }

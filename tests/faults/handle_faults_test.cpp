@@ -1,5 +1,5 @@
-// Bitmaps as sections behind handles: what the platform is asked for, and what comes of it when
-// memory lacks, the bitmap cannot be locked or its palette cannot be had.
+// Bitmaps as sections with handles: what the platform is asked for, and what happens when out of
+// memory, the bitmap cannot be locked or its palette cannot be read.
 
 #include <gtest/gtest.h>
 

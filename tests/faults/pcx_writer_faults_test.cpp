@@ -1,5 +1,5 @@
 // Writing PCX files when out of memory, the bitmap cannot be locked or the file cannot be written,
-// or the bitmap's resolution is none.
+// or the bitmap's resolution is not valid.
 
 #include <gtest/gtest.h>
 

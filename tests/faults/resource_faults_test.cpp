@@ -1,5 +1,5 @@
-// Images out of resources, when out of memory, the decoded bitmap cannot be locked or the
-// resource's bytes cannot be read. The resources stand in tests/CMakeLists.txt.
+// Images from resources when out of memory, the decoded bitmap cannot be locked or the resource's
+// bytes cannot be read. The resources are listed in tests/CMakeLists.txt.
 
 #include <gtest/gtest.h>
 

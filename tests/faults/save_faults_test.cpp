@@ -1,5 +1,5 @@
 // Saving files when out of memory, a bitmap cannot be locked or a file cannot be written: all
-// types. And what the platform's encoder is told.
+// types. Also what the platform's encoder is told.
 
 #include <gtest/gtest.h>
 

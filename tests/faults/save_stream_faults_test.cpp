@@ -1,5 +1,5 @@
 // Saving to new memory streams when out of memory, a bitmap cannot be locked or the stream cannot
-// be written: all types. And what the platform is asked for: the stream's block, and the encoder's
+// be written: all types. Also what the platform is asked for: the stream's block, and the encoder's
 // parameter.
 
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
-// What happens when the shared library leaves the process, in its order: first it empties its list
-// of extensions, then its objects end.
+// What happens, and in which order, when the shared library leaves the process: first it empties
+// its list of extensions, then its objects are destroyed.
 //
-// The library's memory and its lock are this program's business: new, delete and the end of a
+// The library's memory and its lock pass through this program: new, delete and the deletion of a
 // critical section come here first.
 
 #include <dlfcn.h>

@@ -1,5 +1,5 @@
-// The shared library, loaded while a program runs, used and unloaded again: it goes, and leaves
-// nothing behind. The program is not linked to it.
+// The shared library, loaded while a program runs, used and unloaded again: it is gone then and
+// leaves nothing behind. The program is not linked to it.
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-// Which instruction set runs, in every room that has kernels.
+// Which instruction set runs, in every folder that has kernels.
 #include <gtest/gtest.h>
 
 #include <set>

@@ -248,7 +248,7 @@ inline std::size_t JpegSegment(const Bytes& file, int kind) {
   return std::min(at, file.size());
 }
 
-/// One tag of the first directory of what EncodeTiff has written.
+/// One tag of the first directory that EncodeTiff has written.
 inline std::uint16_t TiffTag(const Bytes& file, std::uint32_t tag) {
   // Little-endian directory entries of twelve bytes: tag, type, count, value.
   const auto u16 = [&](std::size_t at) { return file[at] | file[at + 1] << 8; };
@@ -262,7 +262,7 @@ inline std::uint16_t TiffTag(const Bytes& file, std::uint32_t tag) {
   return 0xFFFF;
 }
 
-/// A TIFF of 8-bit samples in one strip, by hand: directory entries with short or long values.
+/// A TIFF of 8-bit samples in one strip, made by hand: directory entries with short or long values.
 inline Bytes MakeTiff(std::vector<std::array<std::uint32_t, 3>> tags, const Bytes& pixels) {
   Bytes file = {'I', 'I', 42, 0};
   Add(file, static_cast<std::uint32_t>(8 + pixels.size()), 4);

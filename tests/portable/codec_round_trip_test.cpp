@@ -1,4 +1,4 @@
-// What the writers write comes back from the readers: pixels, palettes, resolution.
+// What the writers write is what the readers return: pixels, palettes, resolution.
 
 #include "portable/codec_files.h"
 

@@ -1,4 +1,4 @@
-// Files of the stand-in: names, what is refused, what is left behind.
+// Files of the stand-in: names, what is refused, what remains after a failure.
 
 #include "base/files.h"
 

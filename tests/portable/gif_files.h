@@ -14,9 +14,9 @@ struct GifImage {
   std::uint32_t width = 0;
   std::uint32_t height = 0;
   Bytes pixels{};              ///< indexes; there may be fewer than the size says
-  std::vector<ARGB> colors{};  ///< its own map; as many as a power of two, or none
+  std::vector<ARGB> colors{};  ///< its own map: a power of two of colours, or none
   bool is_interlaced = false;
-  std::optional<std::uint32_t> disposal{};  ///< with one of these comes a control extension
+  std::optional<std::uint32_t> disposal{};  ///< with one of these there is a control extension
   std::optional<std::uint8_t> transparent{};
   Bytes before{};  ///< blocks between the control extension and the image
 };
@@ -30,7 +30,7 @@ struct GifParts {
 };
 
 /// Codes of nine bits without any compression: a clear code comes often enough that they never
-/// grow. The first is one, the last says that the data ends.
+/// grow. The first is a clear code, the last says that the data ends.
 class GifCodes {
  public:
   explicit GifCodes(const Bytes& pixels) {

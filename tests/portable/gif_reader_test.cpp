@@ -1,4 +1,4 @@
-// GIF read: colours of single images, what lies under them, frames and their disposal, damage.
+// Reading GIF: colours of single images, what lies under them, frames and their disposal, damage.
 
 #include "portable/gif_files.h"
 #include "support/temporary_folder.h"

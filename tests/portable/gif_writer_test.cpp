@@ -1,4 +1,4 @@
-// GIF written: palettes and transparency, the dithering of deep formats, sizes, what is refused.
+// Writing GIF: palettes and transparency, the dithering of deep formats, sizes, what is refused.
 
 #include <cmath>
 

@@ -1,4 +1,5 @@
-// JPEG: the format that each kind of file gives, how it may be coded, densities, what is cut short.
+// JPEG: the format that each kind of file gives, how it may be coded, densities, files that are cut
+// short.
 
 #include "portable/codec_files.h"
 

@@ -1,5 +1,5 @@
-// Rows of pixels inside the stand-in: the short ways are held equal to the long one, and what the
-// platform leaves open is pinned.
+// Rows of pixels inside the stand-in: the short ways must equal the long one, and what the platform
+// leaves open is pinned.
 
 #include "imaging/row_conversion.h"
 

@@ -1,5 +1,5 @@
 // TIFF files of every layout in memory, written by libtiff from single samples, so that what a
-// reader must make of them follows from the samples.
+// reader must return follows from the samples.
 #ifndef PIXTOLA_TESTS_PORTABLE_TIFF_PAGES_H_
 #define PIXTOLA_TESTS_PORTABLE_TIFF_PAGES_H_
 
@@ -139,7 +139,7 @@ inline Bytes MakeTiffOfPages(const std::vector<StoredPage>& pages) {
 
 inline Bytes MakeTiffOf(const StoredPage& page) { return MakeTiffOfPages({page}); }
 
-/// A sample of any value that fits, the same each time it is asked.
+/// A sample of any value that fits, the same at every call.
 inline auto AnySample(unsigned bits, unsigned seed = 1) {
   return [bits, seed](std::uint32_t x, std::uint32_t y, unsigned sample) {
     std::uint32_t value = (x * 0x9E3779B1U) ^ (y * 0x85EBCA77U) ^ ((sample + seed) * 0xC2B2AE3DU);

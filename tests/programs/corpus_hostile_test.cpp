@@ -1,5 +1,5 @@
 // The test images cut short and with changed bytes: a decoder may refuse them or show anything, but
-// it ends, soon, and touches nothing that is not its own. Address checkers see the latter.
+// it ends, soon, and touches no memory that is not its own. Address sanitizers see the latter.
 //
 // The images are those of tests/data/images; PIXTOLA_HOSTILE_IMAGES names another folder, such as
 // the one that scripts/corpora prints, and PIXTOLA_HOSTILE_CHANGES how often each file is changed.

@@ -1,10 +1,10 @@
-// Prints what the platform decodes of an image file, for scripts that compare it with what other
+// Prints what the platform decodes from an image file, for scripts that compare it with what other
 // programs decode: decode_dump FILE [FRAME], where FRAME is a number, "all", or "none" to open the
 // file and print nothing.
 //
-// The output is a PAM image of straight RGBA, or one after the other. Comments in its header tell
-// the bitmap's pixel format, its dots per inch and the number of pages or frames. Status 1: it was
-// not decoded; frames before one that is not are there.
+// The output is a PAM image of straight RGBA, or several in a row. Comments in its header give the
+// bitmap's pixel format, its dots per inch and the number of pages or frames. Status 1: it was not
+// decoded; frames before the first that was not are printed.
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>

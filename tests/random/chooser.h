@@ -1,4 +1,4 @@
-// Random choices that are the same everywhere.
+// Random choices that are the same on every platform.
 #ifndef PIXTOLA_TESTS_RANDOM_CHOOSER_H_
 #define PIXTOLA_TESTS_RANDOM_CHOOSER_H_
 
@@ -8,7 +8,7 @@
 
 namespace pixtola::test {
 
-// Uniform choices that come out the same on every platform, which those of <random> need not.
+// Uniform choices that are the same on every platform, unlike those of <random>.
 class Chooser {
  public:
   Chooser(std::uint64_t seed, std::uint64_t number)

@@ -29,7 +29,7 @@ struct Case {
   const char* content = "";
 };
 
-// The case as text, with what runs it alone.
+// The case as text, with the settings that run it alone.
 std::string Text(const Case& c);
 
 std::string Text(const ReferenceRect& rect);
@@ -40,9 +40,9 @@ Case MakeCase(std::uint64_t seed, std::uint64_t number, bool whole);
 // Images with many cells and several large windows, whole or nearly so.
 Case MakeLargeCase(std::uint64_t seed, std::uint64_t number);
 
-// Contrast left of column 128 and next to none right of it: cells on the left of a row take over
-// the large window that the row above ended with, and the quotient of the two deviations gets so
-// large that a cell value uses all its 32 bits, or more.
+// Contrast left of column 128 and hardly any right of it: cells on the left of a row take over the
+// large window that the row above ended with, and the quotient of the two deviations gets so large
+// that a cell value uses all its 32 bits, or more.
 Case MakeContrastCase(std::uint64_t seed, std::uint64_t number);
 
 }  // namespace pixtola::test

@@ -1,4 +1,4 @@
-// Planes of gray levels as in scanned pages and in none.
+// Planes of gray levels, like scanned pages and unlike any.
 #ifndef PIXTOLA_TESTS_RANDOM_GRAY_LEVELS_H_
 #define PIXTOLA_TESTS_RANDOM_GRAY_LEVELS_H_
 

@@ -18,7 +18,7 @@ void Append(Bytes& bytes, const Bytes& more);
 
 Bytes RandomBytes(std::size_t size, std::mt19937& random);
 Bytes RandomBytes(std::size_t size, unsigned seed);
-/// The same bytes whenever the size is the same.
+/// The same bytes for the same size.
 Bytes RandomBytes(std::size_t size);
 
 }  // namespace pixtola::test

@@ -18,8 +18,8 @@ inline std::string PairName(Gdiplus::PixelFormat from, Gdiplus::PixelFormat to) 
   return std::string(NameOf(from)) + " to " + NameOf(to);
 }
 
-/// Why a lock of a bitmap in another format is known not to give what the definition says; empty
-/// when it does.
+/// Why a lock of a bitmap in another format is known not to match the definition; empty when it
+/// does.
 inline std::string KnownReadDifference(Gdiplus::PixelFormat bitmap, Gdiplus::PixelFormat lock) {
   const auto is_555 = [](Gdiplus::PixelFormat format) {
     return format == PixelFormat16bppRGB555 || format == PixelFormat16bppARGB1555;
@@ -49,7 +49,7 @@ inline std::string KnownWriteDifference(Gdiplus::PixelFormat bitmap, Gdiplus::Pi
   if (kNearestEntriesAreMissed && HasIndexes(bitmap)) {
     return "Wine measures distances otherwise";
   }
-  return KnownReadDifference(lock, bitmap);  // the way that the pixels take
+  return KnownReadDifference(lock, bitmap);  // the direction in which the pixels go
 }
 
 /// Whether a lock of the part is known to show another part of the bitmap.
@@ -94,12 +94,12 @@ inline std::string Hex(Pixel pixel) {
   return text.str();
 }
 
-/// What became of a pixel.
+/// What a pixel became, as text.
 inline std::string Change(Pixel from, Pixel to, Pixel expected) {
   return Hex(from) + " became " + Hex(to) + " instead of " + Hex(expected);
 }
 
-/// Where the rectangle's pixel (x, y) stands in the image.
+/// Where the rectangle's pixel (x, y) is in the image.
 inline std::size_t Column(const Gdiplus::Rect& part, std::size_t x) {
   return static_cast<std::size_t>(part.X) + x;
 }
@@ -108,7 +108,7 @@ inline std::size_t Line(const Gdiplus::Rect& part, std::size_t y) {
 }
 
 /// Locks a part of the bitmap for reading in the format of `expected`, which is the whole image.
-/// Tells the first difference.
+/// Reports the first difference.
 inline void CheckRead(RowsBitmap& image, const Gdiplus::Rect& part, const PixelRows& expected) {
   const std::string name = PairName(image.rows.format(), expected.format());
   Gdiplus::BitmapData data{};
@@ -133,7 +133,7 @@ inline void CheckRead(RowsBitmap& image, const Gdiplus::Rect& part, const PixelR
 
 /// Locks a part of the bitmap for writing in the format of `source`, fills it with the pixels of
 /// the same place there, and compares all bytes of the bitmap; `converted` is the whole source in
-/// the bitmap's format. Tells the first difference.
+/// the bitmap's format. Reports the first difference.
 inline void CheckWrite(RowsBitmap& image, const Gdiplus::Rect& part, const PixelRows& source,
                        const PixelRows& converted) {
   const std::string name = PairName(source.format(), image.rows.format());

@@ -1,4 +1,4 @@
-// Another decode limit for the length of a scope.
+// Another decode limit until the end of a scope.
 #ifndef PIXTOLA_TESTS_SUPPORT_DECODE_LIMIT_GUARD_H_
 #define PIXTOLA_TESTS_SUPPORT_DECODE_LIMIT_GUARD_H_
 

@@ -9,8 +9,8 @@
 
 namespace pixtola::test {
 
-/// A BITMAPINFO with a header of 40 bytes and room for 256 colours. Rows run from the bottom when
-/// the height is positive, from the top when it is negative.
+/// A BITMAPINFO with a header of 40 bytes and room for 256 colours. Rows are bottom-up when the
+/// height is positive, top-down when it is negative.
 class DibInfo {
  public:
   DibInfo(LONG width, LONG height, WORD bits) {
@@ -44,7 +44,7 @@ class DibInfo {
   } info_{};
 };
 
-/// A section that is deleted at the end.
+/// A section that is deleted with its owner.
 class DibSection {
  public:
   explicit DibSection(const DibInfo& info)
@@ -54,7 +54,7 @@ class DibSection {
   ~DibSection() { Delete(); }
 
   HBITMAP get() const { return bitmap_; }
-  /// The row that comes first in memory.
+  /// The first row in memory.
   void* bits() const { return bits_; }
 
   void Delete() {

@@ -1,4 +1,4 @@
-// What becomes of the calls that the linker leads to the tests, see fault_injection.h.
+// What is done with the calls that the linker redirects to the tests, see fault_injection.h.
 #ifndef PIXTOLA_TESTS_SUPPORT_FAULT_CALLS_H_
 #define PIXTOLA_TESTS_SUPPORT_FAULT_CALLS_H_
 
@@ -10,19 +10,19 @@
 
 namespace pixtola::test {
 
-// Asked inside of malloc, so it must not allocate itself.
+// Called inside malloc, so it must not allocate.
 std::size_t ThisThread();
 
-/// Takes a new block into account; returns it.
+/// Counts a new block; returns it.
 void* Allocated(void* block);
 void Freed(const void* block);
 
 bool FailsToAllocate();
 
-/// Whether a read or write has to fail; the error is then that of a device.
+/// Whether a read or write has to fail; the error is then a device's.
 bool FailsToTransfer(Fault fault);
 
-/// Nothing that this thread does is counted until the end of the scope.
+/// Until the end of the scope nothing that this thread does is counted.
 class Uncounted {
  public:
   Uncounted();
@@ -34,14 +34,14 @@ class Uncounted {
   FaultPlan* plan_;
 };
 
-/// Whether memory streams are made such that they can fail.
+/// Whether memory streams are made to be able to fail.
 bool StreamsAreFaulty();
 
-/// Puts a FaultyStream, which is a block that has to be freed, in front of a new memory stream.
-/// What the stream itself takes does not count.
+/// Puts a FaultyStream, which is a block that has to be freed, in front of a new memory stream. The
+/// allocation of the stream itself does not count.
 void MakeFaulty(IStream*& stream);
 
-// Each writes a call down where that is wanted.
+// Each records a call where that is wanted.
 void WriteSectionDown(HDC device, const BITMAPINFO* info, UINT usage, HANDLE file, DWORD offset);
 void WriteBlockDown(UINT flags, SIZE_T size);
 void WriteLockDown();
@@ -49,7 +49,7 @@ void WriteUnlockDown();
 void WritePaletteDown(const Gdiplus::ColorPalette* palette);
 void WriteEncodingDown(bool is_to_stream, const Gdiplus::EncoderParameters* parameters);
 
-/// The resolution that all bitmaps tell; null when they tell their own.
+/// The resolution that all bitmaps report; null when they report their own.
 const ToldResolution* ResolutionInForce();
 
 }  // namespace pixtola::test

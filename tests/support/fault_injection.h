@@ -1,10 +1,10 @@
 // Faults at a chosen place: the n-th allocation, lock, read or write of the code under test fails.
 //
-// The code under test knows nothing of this. A program with the sources of the faults is linked
-// such that calls to malloc and the others come there first (pixtola_wrap_faults in
-// tests/CMakeLists.txt). Of code in shared libraries `new` is seen, and reads and writes are, but
-// not malloc. Where the platform itself is such code, its functions that make objects count as
-// allocations, and those objects as blocks.
+// The code under test knows nothing of this. A program with the sources of the faults is linked so
+// that calls to malloc and the others go there first (pixtola_wrap_faults in tests/CMakeLists.txt).
+// In shared libraries `new`, reads and writes are seen, but malloc is not. Where the platform
+// itself is a shared library, its functions that make objects count as allocations, and the objects
+// as blocks.
 #ifndef PIXTOLA_TESTS_SUPPORT_FAULT_INJECTION_H_
 #define PIXTOLA_TESTS_SUPPORT_FAULT_INJECTION_H_
 
@@ -17,25 +17,25 @@
 namespace pixtola::test {
 
 enum class Fault {
-  kAllocation,  ///< malloc and its like give null, new throws or gives null
-  kLock,        ///< GdipBitmapLockBits gives OutOfMemory and does nothing
+  kAllocation,  ///< malloc and its like return null, new throws or returns null
+  kLock,        ///< GdipBitmapLockBits returns OutOfMemory and does nothing
   kPalette,     ///< GdipGetImagePaletteSize or GdipGetImagePalette does so
   kRead,        ///< of a file, a FaultyStream or a memory stream: nothing is read
-  kWrite        ///< nothing is written; or closing a file tells that something was not
+  kWrite        ///< nothing is written; or closing a file reports that
 };
 
-/// How long a fault stays.
+/// How long a fault lasts.
 enum class Span {
   kOneCall,   ///< the next call of its kind succeeds
   kToTheEnd,  ///< all further calls of its kind fail, too
 };
 inline constexpr Span kSpans[] = {Span::kOneCall, Span::kToTheEnd};
 
-/// One fault to come: the `nth` call of its kind, counted from 1, fails. Calls count only inside of
-/// Run, and only those of the thread that is in there.
+/// One fault to come: the `nth` call of its kind, counted from 1, fails. Calls count only inside
+/// Run, and only those of the thread that runs it.
 ///
 /// Memory streams that are made under a plan for reads or writes are FaultyStreams, as far as the
-/// platform can stand failing reads.
+/// platform can cope with failing reads.
 class FaultPlan {
  public:
   FaultPlan(Fault fault, std::uint32_t nth, Span span = Span::kOneCall)
@@ -43,8 +43,8 @@ class FaultPlan {
   FaultPlan(const FaultPlan&) = delete;
   FaultPlan& operator=(const FaultPlan&) = delete;
 
-  /// Makes the call, and nothing else, under this plan. What GoogleTest allocates would be counted,
-  /// too: expectations belong outside.
+  /// Makes the call, and nothing else, under this plan. What GoogleTest allocates would be counted
+  /// as well: expectations belong outside.
   template <typename Call>
   decltype(auto) Run(const Call& call) {
     const Armed armed(*this);
@@ -61,7 +61,7 @@ class FaultPlan {
   /// Calls of the plan's kind so far, the one that failed included.
   std::uint32_t calls() const { return calls_; }
 
-  /// Counts a call; whether it has to fail.
+  /// Counts a call; returns whether it has to fail.
   bool Count(Fault fault) {
     if (fault == always_failing_) return true;
     if (fault != fault_) return false;
@@ -88,18 +88,18 @@ class FaultPlan {
   std::uint32_t calls_ = 0;
 };
 
-/// For doubles of the tests that can fail, such as streams: counts a call under the plan that is in
-/// force; whether the call has to fail.
+/// For test doubles that can fail, such as streams: counts a call under the plan that is in force;
+/// returns whether the call has to fail.
 bool IsFaultDue(Fault fault);
 
-/// The blocks that were allocated inside of a plan's Run and have not been freed, there or later.
+/// The blocks that were allocated inside a plan's Run and not freed since.
 std::size_t LiveBlocks();
 
-/// Calls `function` with plans for the first fault, the second and so on, until one has not fired;
-/// that last call of the function is an undisturbed one. Each call has to free what was allocated
+/// Calls `function` with plans for the first fault, the second and so on, until one does not fire;
+/// the last call of the function is therefore undisturbed. Each call has to free what was allocated
 /// in it. Stops when the test fails. Returns the number of faults that fired.
 ///
-/// Make the call under test once before: what a library allocates at its first use, it keeps.
+/// Make the call under test once beforehand: what a library allocates at its first use, it keeps.
 template <typename Function>
 std::uint32_t ForEveryFault(Fault fault, const Function& function, Span span = Span::kOneCall) {
   constexpr std::uint32_t kTooMany = 10000;

@@ -1,4 +1,4 @@
-// What the linker leads calls to on all platforms, and all forms of new and delete.
+// What the linker redirects calls to on all platforms, and all forms of new and delete.
 
 #include <cstdio>
 #include <cstdlib>

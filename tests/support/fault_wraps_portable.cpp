@@ -1,4 +1,4 @@
-// What the linker leads calls to elsewhere than on Windows.
+// What the linker redirects calls to elsewhere than on Windows.
 
 #include <dlfcn.h>
 #include <unistd.h>

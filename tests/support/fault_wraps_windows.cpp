@@ -1,4 +1,4 @@
-// What the linker leads calls to on Windows only.
+// What the linker redirects calls to on Windows only.
 
 #include <cstdio>
 

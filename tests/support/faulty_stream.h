@@ -1,11 +1,11 @@
-// A stream that hands everything on to another one and whose reads and writes fail on demand.
+// A stream that passes everything on to another one and whose reads and writes fail on demand.
 #ifndef PIXTOLA_TESTS_SUPPORT_FAULTY_STREAM_H_
 #define PIXTOLA_TESTS_SUPPORT_FAULTY_STREAM_H_
 
 #include "Pixtola.h"
 #include "support/fault_injection.h"
 
-// Some systems' interfaces have a destructor that is neither virtual nor hidden. Streams end by
+// Some systems' interfaces have a public destructor that is not virtual. Streams are ended by
 // Release.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
@@ -13,7 +13,7 @@
 namespace pixtola::test {
 
 /// Reads and writes count under the plan that is in force (Fault::kRead, Fault::kWrite). One that
-/// fails leaves the inner stream alone and tells of no bytes. CopyTo counts as a read and a write.
+/// fails leaves the inner stream alone and reports no bytes. CopyTo counts as a read and a write.
 class FaultyStream final : public IStream {
  public:
   static constexpr HRESULT kReadFault = static_cast<HRESULT>(0x8003001EU);   // STG_E_READFAULT
@@ -24,7 +24,7 @@ class FaultyStream final : public IStream {
 
   HRESULT QueryInterface(REFIID iid, void** object) override {
     const HRESULT result = inner_.QueryInterface(iid, object);
-    // Whoever asks for a stream in another way still gets this one.
+    // A stream asked for by another interface is still this one.
     if (result == 0 && *object == static_cast<void*>(&inner_)) {
       inner_.Release();
       AddRef();

@@ -1,5 +1,5 @@
 // A buffer of bytes between two inaccessible pages: a read or write of one byte outside ends the
-// test program at the spot instead of going unnoticed. Only the side that the buffer is placed
+// test program on the spot instead of going unnoticed. Only the side that the buffer is placed
 // against is guarded to the byte; on the other side, writes are found by SurroundingsAreUntouched.
 #ifndef PIXTOLA_TESTS_SUPPORT_GUARDED_BUFFER_H_
 #define PIXTOLA_TESTS_SUPPORT_GUARDED_BUFFER_H_

@@ -14,7 +14,7 @@ namespace pixtola::test {
 
 #if PIXTOLA_WITH_HIGHWAY
 
-/// Lets the library choose among `targets` only (Highway's bits) for as long as it lives.
+/// Lets the library choose only among `targets` (Highway's bits) for as long as it lives.
 class ForcedTargets {
  public:
   explicit ForcedTargets(std::int64_t targets) { Force(targets); }

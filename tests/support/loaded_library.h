@@ -23,14 +23,14 @@ class LoadedLibrary {
 
   bool is_loaded() const { return handle_ != nullptr; }
 
-  /// An exported function; null when there is none of this name.
+  /// An exported function; null when there is none with this name.
   template <typename Function>
   Function Find(const char* name) const {
     return reinterpret_cast<Function>(Address(handle_, name));
   }
 
 #if defined(_WIN32)
-  /// Whether anybody in the process has the library.
+  /// Whether the library is loaded in the process.
   static bool IsInProcess(const std::string& path) {
     return GetModuleHandleA(path.c_str()) != nullptr;
   }

@@ -14,7 +14,7 @@ struct ReleaseStream {
 };
 using StreamPointer = std::unique_ptr<IStream, ReleaseStream>;
 
-/// Takes over a stream that a function hands out through a pointer.
+/// Takes over a stream that a function returns through a pointer.
 class StreamReceiver {
  public:
   explicit StreamReceiver(StreamPointer& stream) : stream_(stream) {}
@@ -54,13 +54,13 @@ Bytes BytesOf(IStream& stream);
 
 StreamPointer EmptyStream();
 
-/// A stream of these bytes, its position at the start.
+/// A stream of these bytes, with its position at the start.
 StreamPointer StreamOf(const Bytes& bytes);
 
 /// How many references there are to a stream.
 ULONG ReferencesTo(IStream& stream);
 
-/// A stream for the place of a result that must stay as it is: never used as a stream.
+/// What an out pointer holds that must stay as it is: never used as a stream.
 IStream* UntouchedStream();
 
 }  // namespace pixtola::test

@@ -19,12 +19,12 @@ namespace pixtola::test {
 enum class RowOrder { kDownwards, kUpwards };
 
 /// Any pixel of the format, but more often than by chance one that is transparent, opaque or, where
-/// light is counted, not brighter than 1.0.
+/// channels are linear light, not brighter than 1.0.
 Pixel RandomPixel(Gdiplus::PixelFormat format, std::mt19937& random);
 
 Palette RandomPalette(std::size_t count, std::mt19937& random);
 
-/// Copies are pictures of a moment, to compare with later.
+/// Copies are snapshots, to compare with later.
 class PixelRows {
  public:
   /// All bytes are 0.

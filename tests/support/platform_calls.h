@@ -1,5 +1,5 @@
-// What the code under test asks of the platform, written down with its arguments, and an answer
-// that the platform itself would not give.
+// What the code under test asks of the platform, recorded with its arguments, and an answer that
+// the platform itself would not give.
 //
 // Calls are seen where faults are: in programs that are linked by pixtola_wrap_faults.
 #ifndef PIXTOLA_TESTS_SUPPORT_PLATFORM_CALLS_H_
@@ -43,13 +43,13 @@ struct EncodingCall {
   bool is_to_stream;
   bool has_parameters;  ///< there is a block of them, empty or not
   std::vector<ParameterOfEncoder> parameters;
-  std::size_t blocks_before;  ///< how many blocks had been asked for until then
+  std::size_t blocks_before;  ///< how many blocks had been allocated until then
 };
 
-/// Calls of each kind in their order, whether they succeed or fail.
+/// Calls of each kind in order, whether they succeed or fail.
 class PlatformCalls {
  public:
-  /// Makes the call, and nothing else, while the calls of this thread are written down.
+  /// Makes the call, and nothing else, while the calls of this thread are recorded.
   template <typename Call>
   decltype(auto) Run(const Call& call) {
     const Watched watched(*this);
@@ -64,7 +64,7 @@ class PlatformCalls {
   std::size_t unlocks = 0;  ///< calls of GdipBitmapUnlockBits
 
  private:
-  /// Calls are written down from here to the end of the scope, in one place at a time.
+  /// Calls are recorded from here to the end of the scope, in one place at a time.
   class Watched {
    public:
     explicit Watched(PlatformCalls& calls);
@@ -74,7 +74,7 @@ class PlatformCalls {
   };
 };
 
-/// To the end of the scope, all bitmaps tell this resolution. There is one at a time.
+/// To the end of the scope, all bitmaps report this resolution. There is one at a time.
 class ToldResolution {
  public:
   ToldResolution(float horizontal_dpi, float vertical_dpi);

@@ -1,5 +1,5 @@
 // What nearly every test includes: compiled once for all programs that look inside the library.
-// Tests include what they use nevertheless, since builds may go without it.
+// Tests still include what they use, since builds may do without it.
 #ifndef PIXTOLA_TESTS_SUPPORT_PRECOMPILED_H_
 #define PIXTOLA_TESTS_SUPPORT_PRECOMPILED_H_
 

@@ -1,4 +1,4 @@
-// A stream in memory that writes down what is asked of it, and whose calls fail or fall short on
+// A stream in memory that records what is asked of it, and whose calls fail or fall short on
 // demand.
 #ifndef PIXTOLA_TESTS_SUPPORT_RECORDING_STREAM_H_
 #define PIXTOLA_TESTS_SUPPORT_RECORDING_STREAM_H_
@@ -12,7 +12,7 @@
 
 #include "support/test_bitmap.h"
 
-// Some systems' interfaces have a destructor that is neither virtual nor hidden. Streams end by
+// Some systems' interfaces have a public destructor that is not virtual. Streams are ended by
 // Release.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
@@ -61,18 +61,18 @@ class RecordingStream final : public IStream {
   HRESULT STDMETHODCALLTYPE UnlockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) override;
   HRESULT STDMETHODCALLTYPE Clone(IStream** stream) override;
 
-  /// The calls since the last time, which are forgotten by it.
+  /// The calls since the last time; they are then forgotten.
   std::vector<StreamRecord> TakeRecords() { return std::exchange(records_, {}); }
 
   Bytes bytes;
   std::uint64_t position = 0;
   ULONG references = 1;
 
-  std::optional<std::uint64_t> claimed_size;  ///< what Stat tells instead of the real one
+  std::optional<std::uint64_t> claimed_size;  ///< what Stat reports instead of the real one
   std::uint64_t capacity = std::numeric_limits<std::uint64_t>::max();
   ULONG most_at_once = std::numeric_limits<ULONG>::max();  ///< bytes of one read or write
   ULONG count_of_failures = 0;  ///< bytes that a failing read or write moves nevertheless
-  /// Whether a call fails. It also is the place to look around during one.
+  /// Whether a call fails. Tests can also inspect things during a call here.
   std::function<bool(const StreamRecord&)> fails = [](const StreamRecord&) { return false; };
 
  private:

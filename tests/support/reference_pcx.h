@@ -21,7 +21,7 @@ using Palette = std::vector<std::uint32_t>;
 
 inline constexpr std::size_t kPcxFileHeaderSize = 128;
 
-/// What tests choose of a header. It may be as wrong as it likes.
+/// What tests choose of a header. It may be wrong in any way.
 struct PcxFileHeader {
   std::uint8_t manufacturer = 10;
   std::uint8_t version = 5;
@@ -49,7 +49,7 @@ struct PcxFileLayout {
   unsigned palette_size;  ///< 0: none is read
 };
 
-/// All of them.
+/// All such layouts.
 std::span<const PcxFileLayout> PcxFileLayouts();
 
 /// What a file shows.
@@ -57,10 +57,10 @@ struct PcxPicture {
   Gdiplus::PixelFormat format = PixelFormatUndefined;
   UINT width = 0;
   UINT height = 0;
-  unsigned horizontal_dpi = 0;  ///< as the file tells
+  unsigned horizontal_dpi = 0;  ///< as the file says
   unsigned vertical_dpi = 0;
   Bytes rows;       ///< packed without padding; bits past a row's end are 0
-  Palette palette;  ///< empty when the file has no say in it
+  Palette palette;  ///< empty when the file does not determine it
 };
 
 /// Nothing when the file is refused.
@@ -70,14 +70,14 @@ std::optional<PcxPicture> DecodePcx(const Bytes& file);
 /// bytes in pieces of 63 and a rest.
 Bytes PackRuns(const Bytes& bytes);
 
-/// Each byte by itself, those from 0xC0 on as runs of 1.
+/// Each byte by itself, those of 0xC0 and above as runs of 1.
 Bytes PackSingly(const Bytes& bytes);
 
 /// In any way that unpacks to `bytes`: runs of any length, single bytes as runs of 1, and runs of
 /// 0.
 Bytes PackAnyhow(const Bytes& bytes, std::mt19937& random);
 
-/// The mark and the red, green and blue of the entries.
+/// The mark, then red, green and blue of each entry.
 Bytes PaletteBytes(const Palette& palette);
 
 /// A bitmap as the writer sees it, locked in the format that is written.
@@ -92,7 +92,7 @@ struct LockedImage {
   Palette palette;
 };
 
-/// The whole file that is written of it.
+/// The whole file that is written from it.
 Bytes WrittenPcx(const LockedImage& image);
 
 }  // namespace pixtola::test

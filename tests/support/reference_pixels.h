@@ -14,14 +14,14 @@
 
 namespace pixtola::test {
 
-/// Entries 0xAARRGGBB. Formats without indexes take no notice of theirs.
+/// Entries 0xAARRGGBB. Formats without indexes ignore theirs.
 using Palette = std::vector<std::uint32_t>;
 
 /// The bits of one pixel as a number: an index, a 16-bit word, or the pixel's bytes with the first
 /// one lowest, such as 0xAARRGGBB for 32 bits and 0xAAAARRRRGGGGBBBB for 64.
 using Pixel = std::uint64_t;
 
-/// The formats of which every one converts to every other.
+/// The formats that all convert to one another.
 inline constexpr std::array<Gdiplus::PixelFormat, 13> kFormats = {
     PixelFormat1bppIndexed, PixelFormat4bppIndexed, PixelFormat8bppIndexed,
     PixelFormat16bppRGB555, PixelFormat16bppRGB565, PixelFormat16bppARGB1555,

@@ -1,5 +1,6 @@
 // Pins the plain definition of the conversions of pixels to values worked out by hand, so that a
-// mistake in it is found here and not passed on to the tests that rely on it. No platform is asked.
+// mistake in it is found here and not passed on to the tests that rely on it. No platform is
+// involved.
 #include "support/reference_pixels.h"
 
 #include <gtest/gtest.h>

@@ -25,8 +25,8 @@ struct TiffPicture {
 /// Nothing when the page is refused. Index 0 is the first page, and so are negative ones.
 std::optional<TiffPicture> ReferenceTiffPage(const Bytes& file, std::int32_t page = 0);
 
-/// What a bitmap differs in, as words; empty when it is the picture, or null and there is none.
-/// Resolutions count as equal when they are as close as an indexed bitmap can hold them.
+/// How a bitmap differs, in words; empty when it is the picture, or when it is null and there is
+/// none. Resolutions count as equal when they are as close as an indexed bitmap can hold them.
 std::string DifferenceFrom(const std::optional<TiffPicture>& picture, Gdiplus::Bitmap* bitmap);
 
 }  // namespace pixtola::test

@@ -2,7 +2,7 @@
 #ifndef PIXTOLA_TESTS_SUPPORT_RESOURCE_LIBRARY_H_
 #define PIXTOLA_TESTS_SUPPORT_RESOURCE_LIBRARY_H_
 
-/// Something of the library's own: a program that calls this has the library loaded.
+/// Some address in the library: a program that calls this has the library loaded.
 const void* AddressInResourceLibrary();
 
 #endif  // PIXTOLA_TESTS_SUPPORT_RESOURCE_LIBRARY_H_

@@ -1,4 +1,4 @@
-// A stream that does nothing but write down what it is asked, and answers as the test wants.
+// A stream that only records what it is asked, and answers as the test wants.
 #ifndef PIXTOLA_TESTS_SUPPORT_SCRIPTED_STREAM_H_
 #define PIXTOLA_TESTS_SUPPORT_SCRIPTED_STREAM_H_
 
@@ -9,14 +9,14 @@
 
 #include "Pixtola.h"
 
-// Some systems' interfaces have a destructor that is neither virtual nor hidden. Streams end by
+// Some systems' interfaces have a public destructor that is not virtual. Streams are ended by
 // Release.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
 
 namespace pixtola::test {
 
-/// An object of the test's, whose references are counted but do not keep it.
+/// An object that belongs to the test; its references are counted but do not keep it alive.
 class ScriptedStream final : public IStream {
  public:
   /// A call as text: the operation and its arguments.
@@ -28,10 +28,10 @@ class ScriptedStream final : public IStream {
     return text.str();
   }
 
-  std::vector<std::string> calls;  ///< in their order, without AddRef and Release
+  std::vector<std::string> calls;  ///< in order, without AddRef and Release
   HRESULT result = S_OK;           ///< of all operations ...
   HRESULT seek_result = S_OK;      ///< ... but this one
-  std::uint64_t position = 0;      ///< what every Seek tells
+  std::uint64_t position = 0;      ///< what every Seek reports
   ULONG references = 1;
 
   HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {

@@ -14,11 +14,11 @@ namespace pixtola::test {
 
 using BitmapPointer = std::unique_ptr<Gdiplus::Bitmap>;
 
-/// How far a resolution may be off its mark that was kept in whole pixels a metre, as in indexed
-/// bitmaps, which come by way of BMP, and in many files.
+/// How far off a resolution may be that was kept in whole pixels per metre, as in indexed bitmaps,
+/// which come by way of BMP, and in many files.
 inline constexpr float kDpiTolerance = 0.02F;
 
-/// A ColorPalette with as many entries as colours are given.
+/// A ColorPalette with one entry for each colour given.
 class PaletteBlock {
  public:
   PaletteBlock(UINT flags, const std::vector<Gdiplus::ARGB>& colors)
@@ -51,7 +51,7 @@ Bytes PixelsOf(Gdiplus::Bitmap& bitmap);
 /// The entries of the bitmap's palette.
 std::vector<Gdiplus::ARGB> PaletteOf(Gdiplus::Bitmap& bitmap);
 
-/// Takes over a bitmap that a function hands out through a pointer.
+/// Takes over a bitmap that a function returns through a pointer.
 class BitmapReceiver {
  public:
   explicit BitmapReceiver(BitmapPointer& bitmap) : bitmap_(bitmap) {}

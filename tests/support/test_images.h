@@ -6,7 +6,7 @@
 
 namespace pixtola::test {
 
-/// Their folder, which has a folder of each library that they come from.
+/// Their folder, which has a folder for each library that they come from.
 std::filesystem::path TestImages();
 
 }  // namespace pixtola::test

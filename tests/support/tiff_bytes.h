@@ -1,4 +1,4 @@
-// TIFF files in memory: written and read by libtiff itself, and taken apart or put together byte by
+// TIFF files in memory: written and read by libtiff itself, and taken apart or assembled byte by
 // byte for what libtiff would not write.
 #ifndef PIXTOLA_TESTS_SUPPORT_TIFF_BYTES_H_
 #define PIXTOLA_TESTS_SUPPORT_TIFF_BYTES_H_
@@ -49,7 +49,7 @@ enum TiffFieldType : std::uint16_t {
   kRationalField = 5
 };
 
-/// A field of a directory. Of rationals, numerators and denominators take turns.
+/// A field of a directory. For rationals, numerators and denominators alternate.
 struct TiffField {
   std::uint16_t type = kShortField;
   std::vector<std::uint32_t> values;
@@ -68,7 +68,7 @@ std::size_t SizeOfField(const TiffField& field);
 
 enum class ByteOrder { kLittleEndian, kBigEndian };
 
-/// Puts a file together.
+/// Assembles a file.
 class PlainTiff {
  public:
   explicit PlainTiff(ByteOrder order = ByteOrder::kLittleEndian) : order_(order) {
@@ -77,10 +77,10 @@ class PlainTiff {
     Add(0, 4);
   }
 
-  /// A page whose one strip is `strip`, unless the fields tell of strips themselves.
+  /// A page whose only strip is `strip`, unless the fields describe strips themselves.
   PlainTiff& AddPage(TiffFields fields, const Bytes& strip);
 
-  /// Lets the last page be followed by the one that `bytes()` has at this place.
+  /// Makes the page at this offset of `bytes()` the one after the last page.
   PlainTiff& LinkLastPageTo(std::uint32_t place);
 
   const Bytes& bytes() const { return bytes_; }
@@ -92,17 +92,17 @@ class PlainTiff {
 
   ByteOrder order_;
   Bytes bytes_;
-  std::size_t link_ = 4;  ///< where the place of the next page belongs
+  std::size_t link_ = 4;  ///< where the offset of the next page goes
 };
 
-/// A number of a little-endian file.
+/// A number in a little-endian file.
 std::uint32_t NumberAt(const Bytes& file, std::size_t at, std::size_t size);
 
 /// The fields of the first page of a little-endian file; throws std::out_of_range for what lies
-/// outside of it.
+/// outside it.
 TiffFields FieldsOf(const Bytes& file);
 
-/// Where the value of a field, of at most four bytes, stands in a little-endian file.
+/// Where the value of a field, of at most four bytes, is in a little-endian file.
 std::size_t PlaceOfField(const Bytes& file, std::uint32_t tag);
 
 }  // namespace pixtola::test

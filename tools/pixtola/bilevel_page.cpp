@@ -8,7 +8,7 @@ namespace pixtola::tool {
 
 namespace {
 
-/// The bits of a 1-bit page, to the end of the scope.
+/// The bits of a 1-bit page, locked to the end of the scope.
 class BitRows {
  public:
   explicit BitRows(Gdiplus::Bitmap& page) : page_(page) {

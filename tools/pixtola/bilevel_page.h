@@ -1,4 +1,4 @@
-// Black-and-white pages whose palette says otherwise than the conversions assume.
+// Black-and-white pages whose palette differs from what the conversions assume.
 #ifndef PIXTOLA_TOOL_BILEVEL_PAGE_H_
 #define PIXTOLA_TOOL_BILEVEL_PAGE_H_
 
@@ -13,7 +13,7 @@ enum class BilevelPalette { kBlackFirst, kWhiteFirst, kOther };
 
 BilevelPalette BilevelPaletteOf(Gdiplus::Bitmap& page);
 
-/// Whether two 1-bit pages in black and white, whichever comes first, have the same size and show
+/// Whether two 1-bit pages in black and white, whichever comes first, have the same size and look
 /// the same.
 bool ShowTheSame(Gdiplus::Bitmap& first, Gdiplus::Bitmap& second);
 

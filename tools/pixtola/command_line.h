@@ -1,4 +1,4 @@
-// The command line: what the user asked for, or what is to be said instead.
+// The command line: what the user asked for, or what to say instead.
 #ifndef PIXTOLA_TOOL_COMMAND_LINE_H_
 #define PIXTOLA_TOOL_COMMAND_LINE_H_
 
@@ -18,7 +18,7 @@ using Request = std::variant<ConvertRequest>;
 
 struct CommandLine {
   std::optional<Request> request;
-  int exit_status = kDone;  ///< without a request; what there was to say has been said
+  int exit_status = kDone;  ///< without a request; the message has been printed then
 };
 
 /// Reads the arguments. Help goes to standard output, what is wrong to standard error.

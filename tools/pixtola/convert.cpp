@@ -24,7 +24,7 @@ using BitmapPointer = std::unique_ptr<Gdiplus::Bitmap>;
 bool IsTiff(PxtFileType type) { return FindFileType(type)->tiff_compression != 0; }
 
 /// Conversions and fax files take a set bit of a 1-bit page for white. A page that shows something
-/// else is given to them in its true colours; the writer of 1-bit TIFF knows white-first pages by
+/// else is given to them in its true colours; the writer of 1-bit TIFF handles white-first pages
 /// itself.
 bool NeedsTrueColours(Gdiplus::Bitmap& page, const ConvertRequest& request, PxtFileType type) {
   if (page.GetPixelFormat() != PixelFormat1bppIndexed) return false;
@@ -44,7 +44,7 @@ BitmapPointer Converted(Gdiplus::Bitmap& page, PxtConversionMethod method) {
 BitmapPointer PreparePage(const ConvertRequest& request, PxtFileType type) {
   BitmapPointer page = OpenInput(request.input);
   if (NeedsTrueColours(*page, request, type)) {
-    // Two colours are told apart by one threshold without loss. Only gray is to show what they are,
+    // One threshold tells two colours apart without loss. Only gray has to show which they are,
     // unless they are white and black.
     const bool is_told_apart =
         request.method.has_value() &&
@@ -55,7 +55,7 @@ BitmapPointer PreparePage(const ConvertRequest& request, PxtFileType type) {
   if (page != nullptr && request.method.has_value()) {
     page = Converted(*page, *request.method);
   }
-  // What saving would do by itself: here the result can be compared with what was written.
+  // What saving would do by itself: done here, the result can be compared with what was written.
   if (page != nullptr && type == PxtFileTypeTiffGroup3 &&
       page->GetPixelFormat() != PixelFormat1bppIndexed) {
     page = Converted(*page, MethodBilevelDiffusion);
@@ -66,8 +66,8 @@ BitmapPointer PreparePage(const ConvertRequest& request, PxtFileType type) {
   return page;
 }
 
-/// Whether the file holds an image of the page's size, and of 1-bit TIFF whether it shows the page:
-/// the library does not report every failed write.
+/// Whether the file holds an image of the page's size, and for 1-bit TIFF whether it looks like the
+/// page: the library does not report every failed write.
 bool ReadsBack(const OutputFile& output, Gdiplus::Bitmap& page, PxtFileType type) {
   Gdiplus::Bitmap* opened = nullptr;
   if (PxtOpenImageFile(output.wide_temporary_path().c_str(), &opened) == 0) return false;
@@ -80,7 +80,7 @@ bool ReadsBack(const OutputFile& output, Gdiplus::Bitmap& page, PxtFileType type
 
 /// Why a file that was written without an error does not hold the page.
 const char* ExplainUnreadable(Gdiplus::Bitmap& page, PxtFileType type) {
-  // libtiff's decoder has no room for a run a pixel when they fill its words.
+  // libtiff's decoder has no room for one run per pixel when they fill its words.
   return type == PxtFileTypeTiffGroup3 && page.GetWidth() % 32 == 0
              ? "group 3 cannot be read back where rows change colour at every pixel; give another "
                "--type"
@@ -99,7 +99,8 @@ void Save(Gdiplus::Bitmap& page, PxtFileType type, const ConvertRequest& request
   output.Commit();
 }
 
-/// Where others read standard input or write standard output, a file of that name is not meant.
+/// Other programs read standard input or write standard output for this; a file of that name is not
+/// meant.
 void RefuseDash(const char* argument, const std::string& path) {
   if (path != "-") return;
   throw WrongUsage(std::string(argument) +

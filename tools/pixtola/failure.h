@@ -12,7 +12,7 @@ class Failure : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-/// Something was asked wrongly, which the parser could not tell: exit status 2.
+/// A wrong request that the parser could not detect: exit status 2.
 class WrongUsage : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;

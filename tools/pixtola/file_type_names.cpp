@@ -10,7 +10,7 @@ namespace pixtola::tool {
 
 namespace {
 
-/// By name what is no TIFF; TIFF as group 4 for 1-bit pages and as LZW for others.
+/// By extension where it is not TIFF; TIFF as group 4 for 1-bit pages and as LZW for others.
 constexpr FileTypeName kNames[] = {
     {PxtFileTypeBmp, "bmp", ".bmp"},
     {PxtFileTypeGif, nullptr, ""},

@@ -21,7 +21,7 @@ struct FileTypeName {
 /// One entry for each of the library's file types.
 std::span<const FileTypeName> FileTypeNames();
 
-/// The type that an output's name stands for. TIFF files of 1-bit images and of others differ.
+/// The type that an output's name stands for, which for TIFF depends on whether the image is 1-bit.
 std::optional<PxtFileType> TypeOfName(const std::string& path, bool is_bilevel);
 
 }  // namespace pixtola::tool

@@ -16,7 +16,7 @@ namespace pixtola::tool {
 
 namespace {
 
-/// The format whose signature the bytes start with, empty when there is none that is read.
+/// The format whose signature the bytes start with; empty when it is none of those that are read.
 std::string_view FormatOf(std::string_view start) {
   using namespace std::string_view_literals;
   struct Signature {

@@ -1,4 +1,4 @@
-// Opening the input. The library says only that it failed; here the cause is found and told.
+// Opening the input. The library says only that it failed; here the cause is found and reported.
 #ifndef PIXTOLA_TOOL_INPUT_FILE_H_
 #define PIXTOLA_TOOL_INPUT_FILE_H_
 

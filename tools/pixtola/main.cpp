@@ -53,7 +53,7 @@ int Run(int argument_count, char** arguments) try {
 }  // namespace
 
 int main(int argument_count, char** arguments) {
-  // A file that may not grow is a failed write, told like any other.
+  // Reaching the limit on file sizes is then a failed write, reported like any other.
   (void)std::signal(SIGXFSZ, SIG_IGN);
   return Run(argument_count, arguments);
 }

@@ -23,7 +23,7 @@ namespace {
   throw Failure("Cannot write " + Quoted(path) + ": " + std::strerror(error) + ".");
 }
 
-/// Where symbolic links lead, also when nothing is there yet.
+/// Where symbolic links lead, even when nothing is there yet.
 std::string FollowLinks(const std::string& path) {
   constexpr int kMostLinks = 40;  // the system's own limit
   std::filesystem::path followed = path;
@@ -51,8 +51,8 @@ OutputFile::OutputFile(const std::string& path) : path_(path), target_path_(Foll
 
 void OutputFile::CreateTemporary(bool replaces_file) {
   const std::filesystem::path folder = std::filesystem::path(target_path_).parent_path();
-  // The system takes off what its user's new files lack. What replaces a file is nobody else's
-  // until it has that file's permissions.
+  // The system applies the umask. A file that replaces another is private until it has that file's
+  // permissions.
   const mode_t permissions = replaces_file ? 0600 : 0666;
   std::random_device random;
   const SignalsHeldBack held_back;  // until a signal would find the file
@@ -80,7 +80,7 @@ OutputFile::~OutputFile() {
 }
 
 void OutputFile::Commit() {
-  // By descriptor, and only if the name still leads to it: whoever may write to the folder could
+  // By descriptor, and only if the name still leads to it: anyone who may write to the folder could
   // have put a link to another file there.
   struct stat written {};
   struct stat named {};
@@ -91,8 +91,8 @@ void OutputFile::Commit() {
   struct stat target {};
   if (::stat(target_path_.c_str(), &target) == 0) {
     mode_t permissions = target.st_mode & 07777;
-    // Only the superuser can give files away. Rights of a group or an owner that the new file does
-    // not have are not passed on.
+    // Only the superuser can give files away. Permissions of an owner or a group that the new file
+    // does not have are dropped.
     if (::fchown(descriptor_, target.st_uid, target.st_gid) != 0) {
       permissions &= ~mode_t{06000};
       if (::fchown(descriptor_, static_cast<uid_t>(-1), target.st_gid) != 0)

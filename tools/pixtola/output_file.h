@@ -25,7 +25,7 @@ class OutputFile {
   void Commit();
 
   /// Why writing may have failed (such as a full disk), for the end of a sentence; empty when
-  /// nothing hinders it.
+  /// nothing prevents it.
   std::string ExplainWriteFailure() const;
 
  private:
@@ -36,7 +36,7 @@ class OutputFile {
   std::string temporary_path_;
   RemovalOnSignal removal_;
   std::wstring wide_temporary_path_;
-  int descriptor_ = -1;  ///< of the temporary file, whatever its name leads to meanwhile
+  int descriptor_ = -1;  ///< of the temporary file, wherever its name leads meanwhile
 };
 
 }  // namespace pixtola::tool

@@ -12,7 +12,7 @@ constexpr int kEndingSignals[] = {SIGHUP,  SIGINT,  SIGQUIT, SIGTERM, SIGXCPU,
 void HandleEndingSignals(void (*handler)(int)) {
   for (const int signal : kEndingSignals) {
     struct sigaction action {};
-    // Signals that whoever started the tool has it ignore (nohup does) stay ignored.
+    // Signals that the tool was started to ignore (as by nohup) stay ignored.
     if (::sigaction(signal, nullptr, &action) != 0 || action.sa_handler == SIG_IGN) continue;
     action = {};
     action.sa_handler = handler;
@@ -39,7 +39,7 @@ void RemovalOnSignal::RemoveAllAndDie(int signal) {
     const char* path = removal->path_;
     if (path != nullptr) ::unlink(path);
   }
-  // The handler was installed for one signal: the second one ends the process as it always does.
+  // The handler was installed for one signal: the second one ends the process as usual.
   (void)::raise(signal);
 }
 

@@ -1,4 +1,4 @@
-// A file that goes when a signal ends the process.
+// A file that is removed when a signal ends the process.
 #ifndef PIXTOLA_TOOL_REMOVAL_ON_SIGNAL_H_
 #define PIXTOLA_TOOL_REMOVAL_ON_SIGNAL_H_
 
@@ -8,8 +8,8 @@
 
 namespace pixtola::tool {
 
-/// Holds back, while it lives, the signals by which users, terminals, timers, limits and readers
-/// that go away end a process.
+/// Holds back, while it lives, the signals by which users, terminals, timers, limits and closed
+/// pipes end a process.
 class SignalsHeldBack {
  public:
   SignalsHeldBack();
@@ -21,8 +21,8 @@ class SignalsHeldBack {
   sigset_t before_{};
 };
 
-/// One file of which its owner wants nothing to be left. There may be several; one thread at a time
-/// begins and ends.
+/// One file that must not be left behind. There may be several; only one thread at a time may begin
+/// and end them.
 class RemovalOnSignal {
  public:
   RemovalOnSignal() = default;

@@ -8,7 +8,7 @@
 
 namespace pixtola::tool {
 
-/// Nothing for bytes that are no UTF-8.
+/// Nothing for bytes that are not UTF-8.
 std::optional<std::wstring> WideFromUtf8(std::string_view utf8);
 
 /// A name in quotation marks for a message of one line: control characters become question marks.

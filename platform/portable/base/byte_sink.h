@@ -7,7 +7,7 @@
 
 namespace pixtola::portable {
 
-/// A position that can be moved back to patch what was written.
+/// Its position can be moved back to patch what was written.
 class ByteSink {
  public:
   virtual ~ByteSink() = default;

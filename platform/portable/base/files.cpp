@@ -31,7 +31,7 @@ ssize_t ReadFully(int descriptor, std::uint8_t* bytes, std::size_t size) {
 }  // namespace
 
 Descriptor OpenRegularFile(const char* utf8_path) {
-  // Not blocking: a pipe without a writer would otherwise hold the call until one comes.
+  // Non-blocking: a pipe without a writer would otherwise hold the call until one comes.
   Descriptor descriptor(::open(utf8_path, O_RDONLY | O_CLOEXEC | O_NONBLOCK));
   return descriptor.IsRegularFile() ? std::move(descriptor) : Descriptor(-1);
 }

@@ -9,11 +9,11 @@
 
 namespace pixtola::portable {
 
-/// Opens a regular file for reading; pipes and devices, which could be waited for without end, are
+/// Opens a regular file for reading; pipes and devices, which might be waited for without end, are
 /// refused. Not open when that fails.
 Descriptor OpenRegularFile(const char* utf8_path);
 
-/// Opens a regular file for reading and writing, empty, and makes it if it is not there. Not open
+/// Opens a regular file for reading and writing, empty, and creates it if it is not there. Not open
 /// when that fails.
 Descriptor ReplaceRegularFile(const char* utf8_path);
 

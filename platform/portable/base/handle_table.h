@@ -40,14 +40,14 @@ class HandleTable {
     return nullptr;
   }
 
-  /// Null for what is no open handle.
+  /// Null for what is not an open handle.
   Object* Find(const void* handle) {
     const std::lock_guard lock(mutex_);
     const auto found = objects_.find(reinterpret_cast<std::uintptr_t>(handle));
     return found != objects_.end() ? found->second.get() : nullptr;
   }
 
-  /// False for what is no open handle.
+  /// False for what is not an open handle.
   bool Close(const void* handle) {
     const std::lock_guard lock(mutex_);
     return objects_.erase(reinterpret_cast<std::uintptr_t>(handle)) > 0;

@@ -21,7 +21,8 @@ struct FreeHeap {
 };
 using HeapBytes = std::unique_ptr<std::uint8_t[], FreeHeap>;
 
-/// A file of the C library. What closing it returns is lost here: who needs that closes it himself.
+/// A file of the C library. The result of closing it is lost here: code that needs it closes the
+/// file itself.
 struct CloseFile {
   void operator()(std::FILE* file) const { std::fclose(file); }
 };

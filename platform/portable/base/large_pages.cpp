@@ -8,7 +8,7 @@ void PreferLargePages([[maybe_unused]] void* memory, [[maybe_unused]] std::uint6
 #ifdef MADV_HUGEPAGE
   constexpr std::uintptr_t kLargePage = std::uintptr_t{1} << 21;
   if (memory == nullptr || size < 2 * kLargePage) return;
-  // Those that lie wholly within the block.
+  // Only those that lie wholly within the block.
   const auto start = reinterpret_cast<std::uintptr_t>(memory);
   const std::uintptr_t first = (start + kLargePage - 1) / kLargePage * kLargePage;
   const std::uintptr_t end = (start + size) / kLargePage * kLargePage;

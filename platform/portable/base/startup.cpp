@@ -1,4 +1,4 @@
-// The start and the end of GDI+, and the memory of its objects.
+// The startup and shutdown of GDI+, and the memory of its objects.
 
 #include <cstdlib>
 

@@ -9,11 +9,11 @@ namespace {
 
 static_assert(sizeof(wchar_t) == 4, "wide characters are whole code points");
 
-/// The bytes that a character takes; 0 for what is no character.
+/// The bytes that a character takes; 0 for what is not a character.
 unsigned EncodedSize(std::uint32_t code) {
   if (code < 0x80) return 1;
   if (code < 0x800) return 2;
-  if (code < 0x10000) return code >= 0xD800 && code < 0xE000 ? 0 : 3;  // surrogates stand for none
+  if (code < 0x10000) return code >= 0xD800 && code < 0xE000 ? 0 : 3;  // surrogates are none
   return code < 0x110000 ? 4 : 0;
 }
 

@@ -6,11 +6,11 @@
 
 namespace pixtola::portable {
 
-/// The name of a file, made without the heap: a file can be deleted when out of memory, too.
+/// The name of a file, made without the heap: a file can be deleted even when out of memory.
 class Utf8Path {
  public:
-  /// Not valid for null, for units that are no Unicode characters, and when the system would find
-  /// the name too long.
+  /// Not valid for null, for units that are not Unicode characters, and when the name is too long
+  /// for the system.
   explicit Utf8Path(const wchar_t* path);
 
   bool is_valid() const { return is_valid_; }

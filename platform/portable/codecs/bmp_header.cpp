@@ -22,7 +22,7 @@ enum Compression : std::uint32_t {
   kAlphaBitFields = 6
 };
 
-/// Little-endian numbers; what lies beyond the end reads as 0.
+/// Little-endian numbers; bytes past the end read as 0.
 class Parser {
  public:
   explicit Parser(EncodedBytes bytes) : bytes_(bytes) {}
@@ -55,7 +55,8 @@ bool ReadMasks(const Parser& file, BmpHeader& header) {
                                      : std::array<std::uint32_t, 3>{0xFF0000, 0xFF00, 0xFF};
     return true;
   }
-  // The masks stand at one place whether they follow the 40-byte header or belong to a later one.
+  // The masks are at the same place whether they follow the 40-byte header or belong to a later
+  // one.
   for (std::size_t i = 0; i < 3; ++i) {
     header.masks[i] = file.U32(kFileHeaderSize + kInfoHeaderSize + 4 * i);
     if (!IsMask(header.masks[i], header.bits)) return false;
@@ -121,7 +122,7 @@ bool ReadBmpHeader(EncodedBytes bytes, BmpHeader& header) {
   if (header_size == kInfoHeaderSize && header.compression == kAlphaBitFields) {
     header.palette_at += 16;
   }
-  // Some writers forget that the colours they count lie before the pixels.
+  // Some writers forget that the colours they declare come before the pixels.
   if (header.bits <= 8 && header.pixels_at == header.palette_at) {
     header.pixels_at +=
         std::uint64_t{header.palette_entry_size} *

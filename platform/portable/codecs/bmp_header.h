@@ -14,7 +14,7 @@ struct BmpHeader {
   std::uint64_t height = 0;
   bool top_down = false;
   std::uint32_t bits = 0;
-  std::uint32_t compression = 0;  ///< by the number that the file has
+  std::uint32_t compression = 0;  ///< the number in the file
   std::int32_t pixels_per_metre_x = 0;
   std::int32_t pixels_per_metre_y = 0;
   std::array<std::uint32_t, 3> masks{};  ///< red, green, blue; used with 16 and 32 bits
@@ -28,7 +28,7 @@ struct BmpHeader {
   std::uint64_t stride() const { return (width * bits + 31) / 32 * 4; }
 };
 
-/// False for what is no BMP file, or none that is supported. Otherwise sizes are not 0, masks are
+/// False for what is not a BMP file, or not a supported one. Otherwise sizes are not 0, masks are
 /// usable, and pixels begin inside the file, at or after the palette.
 bool ReadBmpHeader(EncodedBytes bytes, BmpHeader& header);
 

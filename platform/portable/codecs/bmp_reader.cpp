@@ -22,13 +22,13 @@ using Gdiplus::Status;
 /// The fourth byte of 32bppRGB has no meaning; 255 suits those who take it for alpha.
 constexpr ARGB kOpaque = 0xFF000000;
 
-/// As many entries as the header tells, or as pixels can name; what the file does not have is
+/// As many entries as the header says, or as pixels can name; those missing from the file are
 /// black.
 Palette ReadPalette(EncodedBytes bytes, const BmpHeader& header) {
   Palette palette;
   palette.entries.fill(kOpaque);
   palette.count = 1U << header.bits;
-  // Many files with fewer colours say so by nothing but the place where the pixels begin.
+  // Many files with fewer colours show that only by where the pixels begin.
   const std::uint64_t in_file = (header.pixels_at - header.palette_at) / header.palette_entry_size;
   std::uint64_t used = std::min<std::uint64_t>(palette.count, in_file);
   if (header.palette_used != 0) {
@@ -42,7 +42,7 @@ Palette ReadPalette(EncodedBytes bytes, const BmpHeader& header) {
   return palette;
 }
 
-/// One channel of a bit-field pixel, scaled to 8 bits: short ones by repeating their bits, long
+/// One channel of a bit-field pixel, scaled to 8 bits: narrow ones by repeating their bits, wide
 /// ones by dropping the low bits.
 class Channel {
  public:
@@ -100,7 +100,8 @@ void ReadRows(const std::uint8_t* rows, const BmpHeader& header, BitmapObject& b
   }
 }
 
-/// Writes run-length coded pixels at a position that runs bottom up; what falls outside is lost.
+/// Writes run-length coded pixels at a position that moves from the bottom up; what falls outside
+/// is dropped.
 class RlePainter {
  public:
   RlePainter(const Palette& palette, unsigned bits, BitmapObject& bitmap)
@@ -179,7 +180,7 @@ Gdiplus::PixelFormat FormatOf(const BmpHeader& header) {
   }
 }
 
-/// Negative numbers are no resolution.
+/// Negative numbers are not a resolution.
 float DotsPerInch(std::int32_t pixels_per_metre) {
   return DotsPerInchOf(static_cast<std::uint32_t>(std::max(pixels_per_metre, 0)));
 }
@@ -191,7 +192,7 @@ Status DecodeBmp(EncodedBytes bytes, std::unique_ptr<BitmapObject>& bitmap) {
   BmpHeader header;
   if (!ReadBmpHeader(bytes, header)) return Gdiplus::GenericError;
   const EncodedBytes pixels = bytes.subspan(header.pixels_at);
-  // What run lengths leave out is in the image all the same.
+  // Pixels that run lengths skip are part of the image all the same.
   if (!header.is_rle() && !platform::IsClaimPlausible(header.width * header.height, pixels.size(),
                                                       header.row_bytes() * header.height)) {
     return Gdiplus::OutOfMemory;

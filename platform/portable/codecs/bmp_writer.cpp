@@ -48,7 +48,7 @@ Status EncodeBmp(const BitmapObject& bitmap, const Gdiplus::EncoderParameters*, 
   const bool is_copied = bitmap.is_indexed() || bitmap.format() == PixelFormat24bppRGB;
   const std::uint32_t bits = is_copied ? bitmap.bits_per_pixel() : 32;
   // There is always room for the full palette, black where the bitmap has a short one: a pixel
-  // beyond its end is readable. How many entries are used stands in the header.
+  // beyond its end is readable. The header says how many entries are used.
   const std::uint32_t colors = bitmap.is_indexed() ? 1U << bits : 0;
   const std::uint32_t own_colors = std::min<std::uint32_t>(colors, bitmap.palette.count);
 

@@ -31,8 +31,8 @@ class EncodedFrames final : public FrameSource {
   std::size_t size_;
 };
 
-/// Keeps a copy of the encoded image with the bitmap when it has more frames than the first. False
-/// when out of memory.
+/// Keeps a copy of the encoded image with the bitmap when it has several frames. False when out of
+/// memory.
 bool KeepFrames(const FrameFunctions& functions, EncodedBytes bytes, BitmapObject& bitmap) {
   const UINT count = functions.count(bytes);
   if (count < 2) return true;

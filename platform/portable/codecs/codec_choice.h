@@ -13,7 +13,7 @@ namespace pixtola::portable {
 /// OutOfMemory, as the real API answers. On any status but Ok `bitmap` is null.
 Gdiplus::Status DecodeImage(EncodedBytes bytes, std::unique_ptr<BitmapObject>& bitmap);
 
-/// Null when there is no encoder of that identifier, and for bitmaps of 16-bit gray: their pixels
+/// Null when there is no encoder with that identifier, and for bitmaps of 16-bit gray: their pixels
 /// convert to nothing, so that no encoder can take them.
 const Codec* FindEncoder(const CLSID& encoder, const BitmapObject& bitmap);
 

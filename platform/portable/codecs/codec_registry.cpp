@@ -1,6 +1,6 @@
-// The list of codecs with what GDI+ tells about each: identifiers, names, extensions, signatures.
+// The list of codecs with what GDI+ reports about each: identifiers, names, extensions, signatures.
 //
-// How one is chosen for an image stands in codec_choice.cpp.
+// How one is chosen for an image is in codec_choice.cpp.
 #include <array>
 
 #include "codecs/codec.h"

@@ -15,7 +15,7 @@ int ReadBytes(GifFileType* gif, GifByteType* destination, int size) {
   return static_cast<int>(source->Read(destination, static_cast<std::size_t>(size)));
 }
 
-/// The disposals that are not defined keep the frame, as the one without meaning does.
+/// Undefined disposals keep the frame, as the unspecified one does.
 GifDisposal DisposalOf(const GraphicsControlBlock& control) {
   if (control.DisposalMode == DISPOSE_BACKGROUND) return GifDisposal::kBackground;
   if (control.DisposalMode == DISPOSE_PREVIOUS) return GifDisposal::kPrevious;
@@ -25,7 +25,7 @@ GifDisposal DisposalOf(const GraphicsControlBlock& control) {
 }  // namespace
 
 std::size_t GifSource::Read(std::uint8_t* destination, std::size_t size) {
-  // giflib reads a block's length alone and then the whole block.
+  // giflib reads a block's length by itself and then the whole block.
   if (is_in_code_ && block_left_ == 0) {
     *destination = BeginBlock();
     return 1;

@@ -1,6 +1,6 @@
 // A GIF file in memory, walked image by image with giflib's record functions.
 //
-// Nothing is kept of images that were passed, so that a file of many small ones costs no more
+// Nothing is kept of images that were passed over, so that a file of many small ones costs no more
 // memory than its largest colour map.
 #ifndef PIXTOLA_PORTABLE_GIF_FILE_H_
 #define PIXTOLA_PORTABLE_GIF_FILE_H_
@@ -18,12 +18,12 @@ class GifSource {
  public:
   explicit GifSource(EncodedBytes bytes) : bytes_(bytes) {}
 
-  /// How many bytes there were, which is fewer than `size` at the end of the file.
+  /// How many bytes were read, which is fewer than `size` at the end of the file.
   std::size_t Read(std::uint8_t* destination, std::size_t size);
 
   /// From here to EndCode come the blocks of an image's code: each has its length before it, and an
-  /// empty one ends them. A block that the end of the file cuts is given as a shorter one with the
-  /// end after it, since what is there of it can be decoded.
+  /// empty one ends them. A block that is cut by the end of the file is given as a shorter one
+  /// followed by the end, since what is there of it can be decoded.
   void BeginCode();
   /// Moves past the blocks, however many were read. False when the end of the file cut them.
   bool EndCode();
@@ -63,7 +63,7 @@ class GifFile {
 
   /// Moves to the next image whose header is complete: description, colour map, size of the codes.
   bool NextFrame();
-  /// OutOfMemory when that was why NextFrame gave false, otherwise GenericError.
+  /// OutOfMemory when that was why NextFrame returned false, otherwise GenericError.
   Gdiplus::Status failure() const { return failure_; }
   /// The image that NextFrame has moved to, and its colours: its own or the file's. Entries that
   /// the map does not have are opaque black, the transparent one has alpha 0. A file without any
@@ -72,9 +72,9 @@ class GifFile {
   Palette FramePalette() const;
 
   /// The next `frame().width` indexes of the code, which must not be 0. False when the code does
-  /// not give them all; then no more are to be read.
+  /// not give them all; no more may be read then.
   bool ReadRow(std::uint8_t* row);
-  /// Passes what is left of the frame's code. False when the end of the file cut it.
+  /// Skips what is left of the frame's code. False when the end of the file cut it.
   bool EndFrame() { return source_.EndCode(); }
 
   /// The size in which frames lie. One that is 0 is the first frame's: ask after NextFrame.

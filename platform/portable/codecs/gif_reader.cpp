@@ -24,7 +24,7 @@ using Gdiplus::Status;
 /// together. Those that come after so many pixels are not counted.
 constexpr std::uint64_t kMaxFramePixels = std::uint64_t{1} << 33;
 
-/// Whether the frame may be decoded. Its rows are, also where they lie beyond the screen.
+/// Whether the frame may be decoded. Its rows are, even where they lie beyond the screen.
 bool IsAllowed(const GifFrame& frame) {
   return platform::IsDecodeAllowed(frame.width, frame.height,
                                    std::uint64_t{frame.width} * frame.height);
@@ -38,14 +38,14 @@ UINT CountFrames(EncodedBytes bytes) {
     pixels += std::uint64_t{file.frame().width} * file.frame().height;
     if (count > 0 && (pixels > kMaxFramePixels || !IsAllowed(file.frame()))) break;
     const bool is_complete = file.EndFrame();
-    // Of the first frame, what is there is shown.
+    // The first frame is shown as far as it goes.
     if (is_complete || count == 0) ++count;
     if (!is_complete) break;
   }
   return count;
 }
 
-/// The part of a frame that lies on the screen, in the screen's coordinates.
+/// The part of a frame that lies within the screen, in the screen's coordinates.
 struct Area {
   std::uint32_t left;
   std::uint32_t top;
@@ -83,7 +83,7 @@ bool ReadRows(GifFile& file, std::uint8_t* row, Paint paint) {
   return true;
 }
 
-/// What is under a frame that is alone, as an index of its palette.
+/// What is under the frame of a file with one image, as an index of its palette.
 struct Background {
   std::uint8_t index;
   bool is_new;  ///< an entry that the palette does not have yet
@@ -93,7 +93,7 @@ Background BackgroundOf(const GifFile& file, const Palette& palette) {
   const std::optional<std::uint8_t> index = file.BackgroundIndex();
   if (index.has_value() && !file.frame().has_own_colors) return {*index, false};
   if (file.frame().transparent.has_value()) return {*file.frame().transparent, false};
-  // The last entry is not in use unless all are, and then any colour is as wrong as the other.
+  // The last entry is not in use unless all are, and then any colour is as wrong as another.
   return palette.count < 256 ? Background{255, true} : Background{0, false};
 }
 
@@ -143,7 +143,7 @@ void Clear(const Area& area, BitmapObject& canvas) {
 /// The file is at its first frame.
 Status DecodeFrame(GifFile& file, UINT index, BitmapObject& canvas, std::uint8_t* row) {
   for (; index > 0; --index) {
-    // Nothing is left of a frame after which the canvas is as it was before, or cleared.
+    // A frame after which the canvas is restored or cleared leaves nothing.
     if (file.frame().disposal == GifDisposal::kKeep) Paint(file, canvas, row);
     if (file.frame().disposal == GifDisposal::kBackground) {
       Clear(VisibleArea(file.frame(), canvas), canvas);
@@ -172,7 +172,7 @@ Status DecodeGifFrame(EncodedBytes bytes, UINT index, std::unique_ptr<BitmapObje
   auto decoded =
       BitmapObject::CreateForDecoder(file.ScreenWidth(), file.ScreenHeight(),
                                      is_only ? PixelFormat8bppIndexed : PixelFormat32bppARGB);
-  // No frame is wider than its 16 bits can tell.
+  // No frame is wider than 16 bits can say.
   const HeapBytes row = AllocateBytes(0xFFFF);
   if (decoded == nullptr || row == nullptr) return Gdiplus::OutOfMemory;
   const Status status = is_only ? DecodeOnly(file, *decoded, row.get())

@@ -4,8 +4,8 @@
 // alpha 0 becomes the transparent one, which all pixels take whose entry has alpha 0; any other
 // alpha is lost. All deeper formats are dithered to the colour cube of the halftone palette by a
 // fixed pattern of 8 x 8 thresholds for each channel: colours of the cube stay as they are, and the
-// result does not depend on what is around a pixel. Pixels with alpha below 128 become transparent.
-// The format has no resolution and no encoder parameters here; any that are given are ignored.
+// result does not depend on the pixels around. Pixels with alpha below 128 become transparent. The
+// format has no resolution and no encoder parameters here; any that are given are ignored.
 #include <algorithm>
 #include <array>
 
@@ -29,7 +29,8 @@ struct Destination {
   bool failed = false;
 };
 
-// Called by giflib, which does not always look at what it returns: nothing follows a failed write.
+// Called by giflib, which does not always check what this returns: nothing is written after a
+// failed write.
 int WriteBytes(GifFileType* gif, const GifByteType* bytes, int size) {
   auto* destination = static_cast<Destination*>(gif->UserData);
   destination->failed =
@@ -37,12 +38,13 @@ int WriteBytes(GifFileType* gif, const GifByteType* bytes, int size) {
   return destination->failed ? 0 : size;
 }
 
-// The halftone palette: clear entries from 16 on, the cube of six levels per channel from 40 on.
+// The halftone palette: transparent entries from 16 on, the cube of six levels per channel from 40
+// on.
 constexpr unsigned kHalftoneClear = 16;
 constexpr unsigned kHalftoneCube = 40;
 constexpr unsigned kLevelStep = 0x33;
 
-/// The order in which the pixels of 8 x 8 go up to the next level as a colour rises.
+/// The order in which the pixels of an 8 x 8 block go up to the next level as a colour rises.
 constexpr std::array<std::array<std::uint8_t, 8>, 8> kThresholds = {{
     {0, 32, 8, 40, 2, 34, 10, 42},
     {48, 16, 56, 24, 50, 18, 58, 26},
@@ -54,8 +56,8 @@ constexpr std::array<std::array<std::uint8_t, 8>, 8> kThresholds = {{
     {63, 31, 55, 23, 61, 29, 53, 21},
 }};
 
-/// The level of the cube for a channel: the one below, or the one above for as many of the 64
-/// thresholds as the channel is towards it.
+/// The level of the cube for a channel: the one below, or the one above for the more of the 64
+/// thresholds the nearer the channel is to it.
 unsigned LevelOf(unsigned channel, unsigned threshold) {
   const unsigned rest = channel % kLevelStep;
   return channel / kLevelStep + (128 * rest > (2 * threshold + 1) * kLevelStep ? 1 : 0);

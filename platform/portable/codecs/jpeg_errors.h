@@ -1,4 +1,4 @@
-// How libjpeg's errors reach the functions that call it: by a jump, and nothing is printed.
+// How libjpeg's errors reach the functions that call it: by longjmp, with nothing printed.
 //
 // The functions with setjmp hold nothing with a destructor and change no variable that is read
 // after the jump.

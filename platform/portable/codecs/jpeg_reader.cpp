@@ -17,7 +17,7 @@ namespace {
 
 using Gdiplus::Status;
 
-/// Files for use have a dozen scans; thousands of tiny ones keep a decoder busy for hours.
+/// Real files have a dozen scans; thousands of tiny ones keep a decoder busy for hours.
 constexpr std::uint64_t kMaxScans = 500;
 /// The same bound for large images: pixels times scans, some two seconds' work.
 constexpr std::uint64_t kMaxScannedPixels = std::uint64_t{1} << 31;
@@ -58,21 +58,21 @@ bool ReadHeader(jpeg_decompress_struct& jpeg, JpegErrors& errors, EncodedBytes b
   }
 }
 
-/// The bytes that a file of such a size and such components has at least.
+/// The least number of bytes of a file with this size and these components.
 std::uint64_t LeastSize(const jpeg_decompress_struct& jpeg) {
-  if (jpeg.arith_code != FALSE) return 0;  // of what is likely they take next to nothing
+  if (jpeg.arith_code != FALSE) return 0;  // likely values take next to no bits
   std::uint64_t blocks = 0;
   for (int i = 0; i < jpeg.num_components; ++i) {
     const jpeg_component_info& component = jpeg.comp_info[i];
     blocks += std::uint64_t{component.width_in_blocks} * component.height_in_blocks;
   }
-  // A code of one bit tells that a block's mean is that of the one before, another that nothing
-  // else is in it. Progressive files may say the latter of many blocks at once.
+  // A code of one bit says that a block's mean is that of the previous one, another that there is
+  // nothing else in it. Progressive files may say the latter of many blocks at once.
   return blocks * (jpeg.progressive_mode != FALSE ? 1 : 2) / 8;
 }
 
 /// Arithmetic codes can be trained to find something in zeros, of which there are always enough,
-/// and that takes time. Images for use have data for what they take.
+/// and that takes time. Real images have data in proportion to the time they take.
 constexpr std::uint64_t kMuchArithmeticData = 1 << 20;
 constexpr std::uint64_t kQuickArithmeticSamples = std::uint64_t{1} << 25;
 constexpr std::uint64_t kQuickArithmeticPixels = std::uint64_t{1} << 27;  ///< times scans
@@ -92,8 +92,8 @@ std::uint64_t MaxScans(const jpeg_decompress_struct& jpeg, std::uint64_t pixels,
   return std::clamp(kMaxScannedPixels / pixels, kAlwaysAllowedScans, kMaxScans);
 }
 
-/// One row of inks to B, G, R. 255 is no ink: so Adobe's files have it, and so other decoders take
-/// files that do not tell whose they are.
+/// One row of inks to B, G, R. 255 is no ink: Adobe's files store it that way, and other decoders
+/// assume it for files that do not say whose they are.
 void CmykToBgr(const JSAMPLE* cmyk, std::uint32_t width, BYTE* bgr) {
   for (std::uint32_t x = 0; x < width; ++x, cmyk += 4, bgr += 3) {
     for (int i = 0; i < 3; ++i) bgr[2 - i] = static_cast<BYTE>((cmyk[i] * cmyk[3] + 127) / 255);

@@ -1,5 +1,5 @@
 // Writes JPEG with libjpeg-turbo: always three components, luma at full and chroma at half the
-// resolution, baseline. So every file reloads as 24bppRGB, gray ones included.
+// resolution, baseline. Every file therefore reloads as 24bppRGB, gray ones included.
 //
 // The alpha of a pixel is dropped, its colour stays. The one parameter is EncoderQuality; others
 // are ignored.
@@ -29,7 +29,7 @@ constexpr std::uint32_t kMaxSide = JPEG_MAX_DIMENSION;
 /// Rows that are given to libjpeg at once: as many as a block of chroma covers.
 constexpr std::uint32_t kRowsAtOnce = 16;
 
-/// False when a quality is given that is none.
+/// False when a quality is given that is not valid.
 bool ReadParameters(const Gdiplus::EncoderParameters* parameters, int& quality) {
   quality = kDefaultQuality;
   if (parameters == nullptr) return true;
@@ -86,7 +86,7 @@ void SendRest(j_compress_ptr jpeg) {
   Send(jpeg, destination.buffer.size() - destination.base.free_in_buffer);
 }
 
-/// As a JFIF header holds it: at least 1, since 0 is no density.
+/// As a JFIF header holds it: at least 1, since 0 is not a density.
 UINT16 Density(float dots_per_inch) {
   if (!(dots_per_inch >= 1)) return 1;
   return static_cast<UINT16>(std::min(std::round(dots_per_inch), 65535.0F));

@@ -69,8 +69,8 @@ bool ReadHeader(png_structp png, png_infop info) {
   static constexpr png_byte kSkippedChunks[] =
       "bKGD\0cHRM\0eXIf\0gAMA\0hIST\0iCCP\0iTXt\0oFFs\0pCAL\0sBIT\0sCAL\0sPLT\0sRGB\0sTER\0tEXt\0"
       "tIME\0zTXt";
-  // The check sums of the chunks tell of damage; the one inside of the pixels' stream would do so
-  // once more.
+  // The checksums of the chunks reveal damage; the one inside the pixels' stream would only do so
+  // again.
   png_set_option(png, PNG_IGNORE_ADLER32, PNG_OPTION_ON);
   png_set_keep_unknown_chunks(png, PNG_HANDLE_CHUNK_NEVER, kSkippedChunks,
                               static_cast<int>(sizeof(kSkippedChunks) / 5));
@@ -146,7 +146,7 @@ Status DecodePng(EncodedBytes bytes, std::unique_ptr<BitmapObject>& bitmap) {
 
   const std::uint64_t width = png_get_image_width(handle.png, handle.info);
   const std::uint64_t height = png_get_image_height(handle.png, handle.info);
-  // A byte of Deflate gives at most 1032.
+  // A byte of Deflate data expands to at most 1032.
   const std::uint64_t least_size = png_get_rowbytes(handle.png, handle.info) * height / 1032;
   if (!platform::IsClaimPlausible(width * height, bytes.size(), least_size)) {
     return Gdiplus::OutOfMemory;

@@ -50,8 +50,8 @@ Form FormOf(const BitmapObject& bitmap) {
   return is_opaque ? Form::kPalette : Form::kRgba;
 }
 
-/// Palette entries to write: as many as the palette has, and more when a pixel lies beyond them,
-/// which the format does not allow.
+/// Palette entries to write: as many as the palette has, and more when a pixel's index lies beyond
+/// them, which the format does not allow.
 std::uint32_t ColorCount(const BitmapObject& bitmap) {
   return std::max({bitmap.palette.count, HighestIndex(bitmap) + 1, 1U});
 }
@@ -100,8 +100,8 @@ bool WriteImage(png_structp png, png_infop info, const Job& job) {
   const png_uint_32 y = PixelsPerMetre(job.bitmap->dpi_y);
   if (x != 0 && y != 0) png_set_pHYs(png, info, x, y, PNG_RESOLUTION_METER);
   // The grain of a scanned page costs zlib three times as long at its usual level 6 as at level 4
-  // and hardly gains; palette images are quick at 6. Filters are libpng's choice: none for palette
-  // images, the cheapest of all five per row for the others.
+  // and hardly makes files smaller; palette images are quick at 6. Filters are libpng's choice:
+  // none for palette images, the cheapest of all five per row for the others.
   png_set_compression_level(png, is_palette ? 6 : 4);
   png_write_info(png, info);
   if (job.form == Form::kRgb) png_set_bgr(png);

@@ -1,4 +1,4 @@
-// Dots per inch and the pixels per metre that BMP and PNG files hold instead.
+// Dots per inch, and pixels per metre, which BMP and PNG files hold instead.
 #ifndef PIXTOLA_PORTABLE_RESOLUTION_H_
 #define PIXTOLA_PORTABLE_RESOLUTION_H_
 

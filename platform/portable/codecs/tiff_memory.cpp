@@ -19,7 +19,7 @@ namespace {
 
 constexpr std::uint64_t kSeekFailed = std::numeric_limits<std::uint64_t>::max();
 
-/// Where a seek leads; `offset` holds a negative number's bits when it leads backwards.
+/// Where a seek leads; `offset` holds the bits of a negative number when it leads backwards.
 std::uint64_t Target(std::uint64_t offset, int origin, std::uint64_t position, std::uint64_t end) {
   switch (origin) {
     case SEEK_SET:
@@ -87,8 +87,8 @@ std::uint64_t SeekDestination(thandle_t handle, std::uint64_t offset, int origin
     destination->failed = true;
     return kSeekFailed;
   }
-  // libtiff leaves room for a directory and writes the values after it first. The room is filled,
-  // so that a sink need not know gaps.
+  // libtiff leaves room for a directory and writes the values after it first. The room is filled
+  // with zeros, so that a sink need not support gaps.
   std::array<std::uint8_t, 256> zeros{};
   for (std::uint64_t gap = target - inside; gap > 0;) {
     const std::uint64_t size = std::min<std::uint64_t>(gap, zeros.size());

@@ -20,7 +20,7 @@ using platform::TiffPage;
 // applied. What libtiff cannot read of a damaged page stays 0; a page of which it can read nothing
 // is an error.
 
-/// Whether the samples can be had without a conversion by libtiff.
+/// Whether the samples can be read without a conversion by libtiff.
 bool IsStraightTiffPage(TIFF* tiff, const TiffPage& page);
 
 /// Palettes and gray of 1 to 8 bits become indexed bitmaps, RGB and RGBA of 8 bits 24bppRGB and
@@ -33,7 +33,8 @@ Gdiplus::Status DecodeStraightTiffPage(TIFF* tiff, const TiffPage& page,
 Gdiplus::Status DecodeTiffPageAsRgba(TIFF* tiff, const TiffPage& page,
                                      std::unique_ptr<BitmapObject>& bitmap);
 
-/// A colour channel that was multiplied by `alpha`, without it; a clear pixel keeps its colour.
+/// A colour channel that was multiplied by `alpha`, without it; a transparent pixel keeps its
+/// colour.
 inline BYTE StraightTiffColor(std::uint32_t color, std::uint32_t alpha) {
   if (alpha == 0) return static_cast<BYTE>(color);
   return static_cast<BYTE>(std::min((color * 255 + alpha / 2) / alpha, std::uint32_t{255}));

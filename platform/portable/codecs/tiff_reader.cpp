@@ -27,8 +27,8 @@ float DotsPerInch(TIFF* tiff, std::uint32_t tag) {
                                                                   : kDefaultDotsPerInch;
 }
 
-/// Whether what libtiff has to decode for the page, as RGBA, keeps to the decode limit. Tiles reach
-/// beyond the page, by as much as the file says.
+/// Whether what libtiff has to decode for the page, as RGBA, keeps to the decode limit. Tiles may
+/// reach beyond the page, as far as the file says.
 bool IsAllowed(const TiffPage& page) {
   const std::uint64_t width = page.decoded_width();
   const std::uint64_t height = page.decoded_height();
@@ -44,7 +44,7 @@ Status DecodePage(TIFF* tiff, std::unique_ptr<BitmapObject>& bitmap) {
     return Gdiplus::GenericError;
   }
   if (!IsAllowed(page) || !platform::IsTiffPageAllowed(tiff)) return Gdiplus::OutOfMemory;
-  // The resolution first: the other way changes tags.
+  // The resolution first: reading through RGBA changes tags.
   const float dpi_x = DotsPerInch(tiff, TIFFTAG_XRESOLUTION);
   const float dpi_y = DotsPerInch(tiff, TIFFTAG_YRESOLUTION);
   const Status status = IsStraightTiffPage(tiff, page) ? DecodeStraightTiffPage(tiff, page, bitmap)
@@ -58,8 +58,8 @@ Status DecodePage(TIFF* tiff, std::unique_ptr<BitmapObject>& bitmap) {
 UINT CountPages(EncodedBytes bytes) {
   TiffSource source{bytes};
   const TiffHandle tiff = OpenTiffForReading(source);
-  // libtiff follows the directories only as long as it meets new ones, and counts none of which the
-  // end is missing; the first of such a file can be read all the same.
+  // libtiff follows the directories only as long as it meets new ones, and does not count those
+  // whose end is missing; the first page of such a file can be read all the same.
   return tiff != nullptr ? std::max<UINT>(1, TIFFNumberOfDirectories(tiff.get())) : 1;
 }
 

@@ -10,8 +10,8 @@ namespace {
 
 using Gdiplus::Status;
 
-/// libtiff would multiply colours by unassociated alpha, and what is rounded away there does not
-/// come back. Told that the alpha is associated, it gives the samples as they are.
+/// libtiff would multiply colours by unassociated alpha, and what is lost by rounding there does
+/// not come back. Told that the alpha is associated, it gives the samples as they are.
 bool KeepColors(TIFF* tiff) {
   std::uint16_t count = 0;
   std::uint16_t* types = nullptr;
@@ -54,7 +54,7 @@ class RgbaImage {
     // Equal orientations: rows as they are stored.
     image_.orientation = ORIENTATION_TOPLEFT;
     image_.req_orientation = ORIENTATION_TOPLEFT;
-    // Up to the right end of the last tile, so that whole tiles can be had.
+    // Up to the right edge of the last tile, so that whole tiles can be read.
     image_.width = static_cast<std::uint32_t>(
         std::min<std::uint64_t>(page.decoded_width(), std::numeric_limits<std::uint32_t>::max()));
   }
@@ -66,8 +66,8 @@ class RgbaImage {
 
   bool is_ready() const { return is_ready_; }
 
-  /// Rows of the strip or tile that begins at (x, y), in their whole width: libtiff 4.5 confuses
-  /// the rows of 16-bit gray when it has to leave out the right part of a tile.
+  /// Rows of the strip or tile that begins at (x, y), in full width: libtiff 4.5 confuses the rows
+  /// of 16-bit gray when it has to leave out the right part of a tile.
   bool Read(std::uint32_t x, std::uint32_t y, std::uint32_t width, std::uint32_t height,
             std::uint32_t* raster) {
     image_.col_offset = static_cast<int>(x);

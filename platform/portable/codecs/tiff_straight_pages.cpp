@@ -1,7 +1,7 @@
-// TIFF pages whose samples are a bitmap's pixels but for their order.
+// TIFF pages whose samples are a bitmap's pixels, except for their order.
 //
-// Strips are decoded into the very rows of the bitmap that they are to fill, and put right there.
-// Tiles and the strips of single planes go through one of them as a buffer.
+// Strips are decoded straight into the rows of the bitmap that they fill, and put in order there.
+// Tiles and the strips of single planes go through a buffer of one of them.
 #include <algorithm>
 #include <cstring>
 
@@ -132,15 +132,15 @@ class StraightPageReader {
                         std::any_of(bytes, bytes + size, [](BYTE byte) { return byte != 0; });
   }
 
-  /// Rows of a strip lie closely packed; those of a bitmap are aligned, so that a strip fits the
-  /// rows that it fills.
+  /// Rows of a strip are packed; those of a bitmap are aligned, so that a strip fits into the rows
+  /// that it fills.
   void ReadStripsInPlace() {
     for (std::uint64_t top = 0; top < page_.height; top += page_.chunk_height) {
       const auto y = static_cast<std::uint32_t>(top);
       const std::uint32_t rows = std::min(page_.chunk_height, page_.height - y);
       BYTE* strip = bitmap_.Row(y);
       ReadChunk(0, y, 0, strip, chunk_row_bytes_ * rows);
-      // Rows only move towards the end: the last first.
+      // Rows only move towards the end, so the last goes first.
       for (std::uint32_t i = rows; i-- > 0;) {
         PutRowInPlace(strip + chunk_row_bytes_ * i, bitmap_.Row(y + i));
       }
@@ -178,7 +178,7 @@ class StraightPageReader {
     return true;
   }
 
-  /// The part of a chunk that lies on the page.
+  /// The part of a chunk that lies within the page.
   void PutChunk(std::uint32_t x, std::uint32_t y, std::uint16_t plane, const BYTE* chunk) {
     const std::uint32_t width = std::min(page_.chunk_width, page_.width - x);
     const std::uint32_t height = std::min(page_.chunk_height, page_.height - y);

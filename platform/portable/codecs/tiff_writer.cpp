@@ -23,8 +23,8 @@ using Gdiplus::Status;
 
 constexpr std::uint64_t kStripBytes = 65536;
 
-/// LZW without a parameter; false when one of the parameters is not what this writer takes for
-/// `bits` per pixel.
+/// LZW without a parameter; false for a parameter that this writer does not take for `bits` per
+/// pixel.
 bool ReadParameters(const Gdiplus::EncoderParameters* parameters, unsigned bits,
                     std::uint16_t& compression) {
   compression = COMPRESSION_LZW;
@@ -67,7 +67,7 @@ struct Form {
   std::uint16_t photometric = PHOTOMETRIC_RGB;
 };
 
-/// Red, green and blue of an entry; what lies beyond the palette is black.
+/// Red, green and blue of an entry; entries beyond the palette are black.
 ARGB ColorOf(const Palette& palette, std::size_t i) {
   return i < palette.count ? palette.entries[i] & 0x00FFFFFF : 0;
 }

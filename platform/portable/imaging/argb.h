@@ -31,7 +31,7 @@ constexpr Gdiplus::ARGB Premultiply(Gdiplus::ARGB color) {
                   Premultiplied(Blue(color), alpha));
 }
 
-/// The platform divides by way of a truncated reciprocal; a clear pixel keeps its colour.
+/// The platform divides by way of a truncated reciprocal; a transparent pixel keeps its colour.
 constexpr Gdiplus::ARGB Unpremultiply(Gdiplus::ARGB color) {
   const unsigned alpha = Alpha(color);
   if (alpha == 0 || alpha == 255) return color;

@@ -15,7 +15,7 @@ using pixtola::portable::Palette;
 
 namespace {
 
-/// A palette's bytes: the structure declares one entry, so it is never smaller than with that one.
+/// A palette's bytes: the structure declares one entry, so it is never smaller than with one.
 INT PaletteBytes(const Palette& palette) {
   constexpr std::size_t kHeader = offsetof(ColorPalette, Entries);
   return static_cast<INT>(std::max(sizeof(ColorPalette), kHeader + palette.count * sizeof(ARGB)));
@@ -93,7 +93,7 @@ GpStatus GdipGetImageVerticalResolution(GpImage* image, REAL* dpi) {
 }
 
 GpStatus GdipBitmapSetResolution(GpBitmap* bitmap, REAL dpi_x, REAL dpi_y) {
-  // Written so that a value that is no number is refused, too; infinity as well is our choice.
+  // Written so that NaN is refused, too; refusing infinity as well is our choice.
   const bool is_valid = dpi_x > 0 && dpi_y > 0 && std::isfinite(dpi_x) && std::isfinite(dpi_y);
   if (bitmap == nullptr || !is_valid) return InvalidParameter;
   BitmapObject::From(*bitmap).dpi_x = dpi_x;

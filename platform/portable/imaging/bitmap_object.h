@@ -23,7 +23,7 @@ struct BitmapLock {
   UINT flags = 0;
   Gdiplus::PixelFormat format = PixelFormatUndefined;
   bool direct = false;   ///< the caller works on the bitmap's own rows: nothing to write back
-  HeapBytes temporary;   ///< the rows handed out when neither the bitmap's nor the caller's
+  HeapBytes temporary;   ///< the rows handed out, if not the bitmap's or the caller's
   BYTE* rows = nullptr;  ///< top row of what the caller works on
   std::ptrdiff_t stride = 0;
 
@@ -70,8 +70,8 @@ class BitmapObject final : public Gdiplus::GpBitmap {
   BYTE* Row(std::uint32_t y) { return scan0_ + std::ptrdiff_t{stride_} * y; }
   const BYTE* Row(std::uint32_t y) const { return scan0_ + std::ptrdiff_t{stride_} * y; }
 
-  /// Takes over what another bitmap shows, size and format included; its own frames stay. The other
-  /// bitmap must own its rows and is empty then.
+  /// Takes over the image of another bitmap, size and format included; its own frames stay. The
+  /// other bitmap must own its rows and is empty afterwards.
   void TakeImage(BitmapObject& other);
 
   Palette palette;
@@ -95,8 +95,8 @@ class BitmapObject final : public Gdiplus::GpBitmap {
 /// The highest index that a pixel of an indexed bitmap has.
 unsigned HighestIndex(const BitmapObject& bitmap);
 
-/// Gives a palette that some pixel of the indexed bitmap is beyond all its entries: callers may
-/// take an index for valid when it is in the image.
+/// Extends the palette of an indexed bitmap to all its entries if some pixel is beyond it: callers
+/// may rely on every index in the image being valid.
 void CoverAllIndexes(BitmapObject& bitmap);
 
 }  // namespace pixtola::portable

@@ -34,7 +34,7 @@ void Store24(BYTE* pixel, ARGB color) {
   pixel[2] = static_cast<BYTE>(Red(color));
 }
 
-/// High bits are repeated in the low ones, so that full stays full.
+/// High bits are repeated in the low ones, so that the maximum stays the maximum.
 constexpr unsigned Widen5(unsigned value) { return value << 3 | value >> 2; }
 constexpr unsigned Widen6(unsigned value) { return value << 2 | value >> 4; }
 
@@ -77,7 +77,7 @@ void StorePixels(const ARGB* argb, std::uint32_t width, unsigned pixel_bytes, BY
   for (std::uint32_t i = 0; i < width; ++i, pixel += pixel_bytes) store(pixel, argb[i]);
 }
 
-/// The linear formats by way of a few colours at a time.
+/// The linear formats are converted through a few colours at a time.
 constexpr std::uint32_t kPieceWidth = 64;
 
 void LinearRowToArgb(const BYTE* row, std::uint32_t x, std::uint32_t width,
@@ -109,7 +109,7 @@ std::uint16_t PremultipliedLinear(unsigned value, unsigned alpha) {
   return static_cast<std::uint16_t>((value * alpha + kLinearOne / 2) / kLinearOne);
 }
 
-/// The reverse; a clear pixel keeps its colour.
+/// The reverse; a transparent pixel keeps its colour.
 std::uint16_t UnpremultipliedLinear(unsigned value, unsigned alpha) {
   if (alpha == 0) return static_cast<std::uint16_t>(value);
   return static_cast<std::uint16_t>(

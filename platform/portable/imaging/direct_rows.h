@@ -1,7 +1,7 @@
 // Conversions between 24- and 32-bit rows and from palettes to them, without a row of colours in
 // between: the pairs that page images go through, at about the speed of a copy.
 //
-// Each does what the way by RowToArgb and ArgbToRow does, and a test holds them equal.
+// Each gives what RowToArgb and ArgbToRow give, which a test checks.
 #ifndef PIXTOLA_PORTABLE_DIRECT_ROWS_H_
 #define PIXTOLA_PORTABLE_DIRECT_ROWS_H_
 
@@ -12,7 +12,7 @@
 
 namespace pixtola::portable {
 
-/// Converts `width` pixels. Reads and writes not a byte more than they have.
+/// Converts `width` pixels. Reads and writes no byte beyond them.
 using DirectRow = void (*)(const BYTE* source, BYTE* destination, std::size_t width);
 
 /// Null when the pair has no conversion of its own.

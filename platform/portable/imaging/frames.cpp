@@ -1,5 +1,5 @@
 // The flat API on frames. A bitmap has one frame in whichever dimension it is asked for, unless it
-// was decoded from an image with several: these lie in one dimension, and there is none in others.
+// was decoded from an image with several: these lie in one dimension, and there are none in others.
 
 #include "imaging/frames.h"
 

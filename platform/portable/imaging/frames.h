@@ -10,7 +10,7 @@ namespace pixtola::portable {
 
 class BitmapObject;
 
-/// Makes any frame of an image anew from its encoded form.
+/// Decodes any frame of an image from its encoded form.
 class FrameSource {
  public:
   virtual ~FrameSource() = default;

@@ -15,7 +15,7 @@ void CopyPixels(const BYTE* source, std::uint32_t source_x, BYTE* destination,
     std::memmove(destination + destination_bit / 8, source + source_bit / 8, whole_bytes);
     copied = static_cast<std::uint32_t>(whole_bytes * 8 / bits_per_pixel);
   }
-  // The pixels of a byte that other pixels share, or all when the rows are shifted by part of a
+  // The pixels of a byte that other pixels share, or all when the rows are shifted by less than a
   // byte.
   for (std::uint32_t i = copied; i < width; ++i) {
     WriteIndex(destination, destination_x + i, bits_per_pixel,

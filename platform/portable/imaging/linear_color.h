@@ -2,7 +2,7 @@
 //
 // The platform documents that these formats hold linear light with 1.0 = 0x2000, but not the exact
 // curve between it and the 8-bit channels: ours is the sRGB standard's, rounded to the nearest
-// value, so that 8 bits survive the way there and back.
+// value, so that 8 bits survive the round trip.
 #ifndef PIXTOLA_PORTABLE_LINEAR_COLOR_H_
 #define PIXTOLA_PORTABLE_LINEAR_COLOR_H_
 

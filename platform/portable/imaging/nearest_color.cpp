@@ -15,7 +15,7 @@ constexpr std::int32_t kCellSide = 16;
 
 constexpr std::int32_t Square(std::int32_t value) { return value * value; }
 
-/// The least and the greatest square of the distance from `value` to the cell of `channel`.
+/// The least and the greatest squared distance from `value` to the cell of `channel`.
 struct SquareRange {
   std::int32_t least;
   std::int32_t greatest;
@@ -69,8 +69,8 @@ std::span<const std::uint8_t> NearestColor::CandidatesOf(const Channels& color) 
 
 void NearestColor::FillCell(const Channels& color, Cell& cell) {
   if (!Reserve(count_)) return;
-  // An entry is out of the question when even its least distance to the cell is more than the
-  // greatest distance of some other.
+  // An entry is ruled out when even its least distance to the cell exceeds the greatest distance of
+  // another.
   std::array<std::int32_t, 256> least;
   std::int32_t bound = std::numeric_limits<std::int32_t>::max();
   for (unsigned i = 0; i < count_; ++i) {
@@ -90,7 +90,7 @@ void NearestColor::FillCell(const Channels& color, Cell& cell) {
 /// Makes room for `count` more candidates; false when out of memory.
 bool NearestColor::Reserve(std::uint32_t count) {
   if (candidates_size_ + count <= candidates_capacity_) return true;
-  const std::uint32_t capacity = 2 * candidates_capacity_ + 4096;  // at most some 2^21 are needed
+  const std::uint32_t capacity = 2 * candidates_capacity_ + 4096;  // about 2^21 are needed at most
   HeapBytes grown = AllocateBytes(capacity);
   if (grown == nullptr) return false;
   if (candidates_size_ > 0) std::memcpy(grown.get(), candidates_.get(), candidates_size_);

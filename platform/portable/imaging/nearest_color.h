@@ -11,12 +11,11 @@
 
 namespace pixtola::portable {
 
-/// Nearest by the squared distance of red, green and blue, the first of equals; alpha is not looked
-/// at.
+/// Nearest by the squared distance of red, green and blue, the first of equals; alpha is ignored.
 ///
-/// The cube of colours is cut into 16 x 16 x 16 cells. When the first colour of a cell comes, the
-/// entries that can be nearest to any colour of the cell are noted; from then on only these few are
-/// looked at.
+/// The cube of colours is cut into 16 x 16 x 16 cells. At the first colour of a cell, the entries
+/// that can be nearest to any colour of the cell are noted; from then on only these few are
+/// compared.
 class NearestColor {
  public:
   /// Looks among the first `usable` entries, at most 256; the index is 0 when there are none.
@@ -42,7 +41,7 @@ class NearestColor {
 
   unsigned count_;
   std::array<Channels, 256> entries_;
-  std::array<std::uint8_t, 256> all_;  ///< the candidates when there is no memory for better ones
+  std::array<std::uint8_t, 256> all_;  ///< the candidates when out of memory for better ones
   std::array<Cell, 16 * 16 * 16> cells_{};
   HeapBytes candidates_;
   std::uint32_t candidates_size_ = 0;

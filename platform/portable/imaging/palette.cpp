@@ -14,7 +14,7 @@ Gdiplus::ARGB SystemColor(unsigned i) {
                   (i & 4) != 0 ? level : 0);
 }
 
-/// The halftone palette: the system colours, a gap of clear entries, and a 6 x 6 x 6 cube.
+/// The halftone palette: the system colours, a gap of transparent entries, and a 6 x 6 x 6 cube.
 Gdiplus::ARGB HalftoneColor(unsigned i) {
   if (i < 16) return SystemColor(i);
   if (i < 40) return 0;

@@ -13,7 +13,7 @@ struct Palette {
   UINT count = 0;  ///< 0 for formats without a palette, at most 256
   std::array<Gdiplus::ARGB, 256> entries{};
 
-  /// Pixels beyond the palette are a damaged image's; opaque black is what they show.
+  /// Only damaged images have pixels beyond the palette; they show as opaque black.
   Gdiplus::ARGB ColorOf(unsigned index) const {
     return index < count ? entries[index] : 0xFF000000U;
   }

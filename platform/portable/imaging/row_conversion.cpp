@@ -10,8 +10,8 @@ namespace pixtola::portable {
 
 namespace {
 
-/// Pixels that are converted at a time: their colours stay in the nearest cache, and no memory has
-/// to be asked for.
+/// Pixels that are converted at a time: their colours stay in the first-level cache, and no memory
+/// has to be allocated.
 constexpr std::uint32_t kPieceWidth = 512;
 
 /// Calls `convert(source, destination, width)` for pieces of a row.
@@ -56,7 +56,7 @@ void RowConversion::FillTable(const Palette& palette) {
   for (unsigned i = 0; i < table_.size(); ++i) {
     const Gdiplus::ARGB color = palette.ColorOf(i);
     BYTE* entry = reinterpret_cast<BYTE*>(&table_[i]);
-    table_[i] = color;  // all of it also where 24 bits are stored
+    table_[i] = color;  // all of it even where 24 bits are stored
     if (BitsPerPixel(to_) == 32) ArgbToRow(&color, 1, to_, entry, 0);
   }
 }

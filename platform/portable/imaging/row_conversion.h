@@ -1,4 +1,4 @@
-// Rows of pixels from one format to another, by the shortest way there is.
+// Rows of pixels from one format to another, in the fewest steps.
 #ifndef PIXTOLA_PORTABLE_ROW_CONVERSION_H_
 #define PIXTOLA_PORTABLE_ROW_CONVERSION_H_
 
@@ -23,7 +23,7 @@ struct ConstRowPosition {
 
 class RowConversion {
  public:
-  /// Whether pixels of `from` can be had in `to`; always when they are the same.
+  /// Whether pixels of `from` can be converted to `to`; always when they are the same.
   static bool IsPossible(Gdiplus::PixelFormat from, Gdiplus::PixelFormat to);
 
   /// The conversion must be possible. Palettes are read for indexed formats only; `from_palette`

@@ -1,5 +1,5 @@
-// Device contexts: the screen's, and memory ones to measure text on. They have no device; all that
-// they have is a resolution, 96 dots per inch.
+// Device contexts: the screen's, and memory ones to measure text on. There is no device behind
+// them, only a resolution, 96 dots per inch.
 
 #include <cstdint>
 #include <memory>
@@ -16,7 +16,7 @@ struct DeviceContext {};
 
 using ContextTable = HandleTable<DeviceContext, HDC>;
 
-/// The one handle of the screen; odd, as none of a table is.
+/// The one handle of the screen; odd, unlike those of a table.
 const HDC kScreen = reinterpret_cast<HDC>(std::uintptr_t{1});
 
 }  // namespace

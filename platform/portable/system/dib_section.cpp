@@ -56,7 +56,7 @@ std::optional<DibLayout> LayoutOf(const BITMAPINFO& info) {
   }
 }
 
-/// The colour table follows the header. Entries that the header does not count are black.
+/// The colour table follows the header. Entries beyond the header's count are black.
 void ReadColors(const BITMAPINFO& info, DibSection& section) {
   const std::uint32_t most = 1U << section.bits_per_pixel;
   const std::uint32_t used = info.bmiHeader.biClrUsed;
@@ -66,7 +66,7 @@ void ReadColors(const BITMAPINFO& info, DibSection& section) {
               given * sizeof(RGBQUAD));
 }
 
-/// Null for headers that describe nothing that is supplied, and when out of memory.
+/// Null for headers of what is not supplied, and when out of memory.
 std::unique_ptr<DibSection> MakeSection(const BITMAPINFO& info) {
   const BITMAPINFOHEADER& header = info.bmiHeader;
   constexpr LONG kLowest = std::numeric_limits<LONG>::min();

@@ -26,7 +26,7 @@ struct DibSection {
   std::array<RGBQUAD, 256> colors;
 };
 
-/// Null for what is no bitmap handle.
+/// Null for what is not a bitmap handle.
 const DibSection* FindDibSection(HBITMAP bitmap);
 
 }  // namespace pixtola::portable

@@ -1,6 +1,6 @@
 // The four facts about each user of a file, that it reads, writes, denies reading, denies writing,
-// are shared locks on four bytes far beyond any file's end. Who comes says its own first and then
-// looks whether somebody else has said the contrary.
+// are shared locks on four bytes far beyond any file's end. Each new user states its own facts
+// first and then checks whether another has stated the opposite.
 
 #include "system/file_sharing.h"
 
@@ -38,7 +38,7 @@ bool SomebodyElseSays(int descriptor, Fact fact) {
 
 #else
 
-// A system without locks that belong to one open file.
+// For systems without locks that belong to one open file.
 void Say(int, Fact) {}
 bool SomebodyElseSays(int, Fact) { return false; }
 

@@ -17,7 +17,7 @@ FileSink::FileSink(const char* utf8_path) : path_(utf8_path) {
   if (file_ != nullptr) {
     descriptor.Release();
   } else if (is_new_) {
-    ::unlink(utf8_path);  // made just now, for nothing
+    ::unlink(utf8_path);  // created just now, and not wanted
   }
 }
 

@@ -10,7 +10,7 @@
 
 namespace pixtola::portable {
 
-/// Writes a regular file from its start. What was there is given up with the first write, not
+/// Writes a regular file from its start. Its old contents are given up with the first write, not
 /// before.
 class FileSink final : public ByteSink {
  public:

@@ -72,7 +72,7 @@ bool Move(Block& block, std::size_t capacity) {
   return true;
 }
 
-/// A fixed block that does not fit where it is: its new handle is its new address.
+/// Moves a fixed block that no longer fits where it is: its new handle is its new address.
 HGLOBAL MoveFixed(HGLOBAL memory, std::size_t size) {
   const HGLOBAL moved = AllocateFixed(size);
   if (moved == nullptr) return nullptr;
@@ -81,7 +81,7 @@ HGLOBAL MoveFixed(HGLOBAL memory, std::size_t size) {
   return moved;
 }
 
-/// Makes room for `size` bytes; null when there is none.
+/// Makes room for `size` bytes; null when that fails.
 HGLOBAL Resize(HGLOBAL memory, std::size_t size, bool may_move) {
   Block& block = BlockOf(memory);
   const bool fits = size <= block.capacity;
@@ -90,10 +90,10 @@ HGLOBAL Resize(HGLOBAL memory, std::size_t size, bool may_move) {
   } else if (!fits) {
     if (block.lock_count > 0 && !may_move) return nullptr;
     const std::size_t capacity = GrownCapacity(block, size);
-    // Memory may suffice for what is asked though not for the reserve.
+    // There may be memory for what is asked, though not for the reserve.
     if (!Move(block, capacity) && (capacity == size || !Move(block, size))) return nullptr;
   } else if (size < block.size && (block.lock_count == 0 || may_move)) {
-    Move(block, size);  // gives back what is not needed; when that fails, all stays and fits
+    Move(block, size);  // returns the excess; if that fails, the block stays and fits
   }
   return memory;
 }

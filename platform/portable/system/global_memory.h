@@ -6,7 +6,7 @@
 
 namespace pixtola::portable {
 
-/// Whether a handle is of a movable block, the kind that can grow under a stream.
+/// Whether a handle is that of a movable block, the kind that can grow under a stream.
 bool IsMovable(HGLOBAL memory);
 
 }  // namespace pixtola::portable

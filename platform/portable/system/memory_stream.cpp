@@ -28,14 +28,13 @@ class SharedBlock {
     if (--references_ == 0) delete this;
   }
 
-  /// From now on the last Release frees the block, too.
+  /// From now on the last Release also frees the block.
   void Own() { own_.reset(memory_); }
 
   HGLOBAL memory() const { return memory_; }
   std::uint64_t size() const { return GlobalSize(memory_); }
 
-  /// The bytes of a growth are undefined. False when out of memory; the block is as it was
-  /// then.
+  /// Bytes added by growth are undefined. False when out of memory; the block is as it was then.
   bool Resize(std::uint64_t size) {
     if (size > std::numeric_limits<SIZE_T>::max()) return false;
     const HGLOBAL resized = GlobalReAlloc(memory_, static_cast<SIZE_T>(size), GMEM_MOVEABLE);
@@ -241,15 +240,15 @@ HRESULT WINAPI CreateStreamOnHGlobal(HGLOBAL memory, BOOL delete_on_release, ISt
   }
   *stream = pixtola::portable::MakeStream(memory, delete_on_release != FALSE).Detach();
   if (*stream == nullptr) return E_OUTOFMEMORY;
-  made.release();  // now the stream's, or the caller's by way of it
+  made.release();  // now the stream's, or the caller's through it
   return S_OK;
 }
 
 HRESULT WINAPI GetHGlobalFromStream(IStream* stream, HGLOBAL* memory) {
   if (stream == nullptr || memory == nullptr) return E_INVALIDARG;
   *memory = nullptr;
-  // Not asked by QueryInterface: a stream in front of one in memory may pass the question on, and
-  // what is read from it need not be what is in the block.
+  // Not by QueryInterface: a stream in front of one in memory may pass the call on, and what is
+  // read from it need not be what is in the block.
   const auto* own = dynamic_cast<const pixtola::portable::MemoryStream*>(stream);
   if (own == nullptr) return E_INVALIDARG;
   *memory = own->memory();

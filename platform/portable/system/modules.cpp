@@ -13,7 +13,7 @@ namespace pixtola::portable {
 
 namespace {
 
-// Both are ready before any table is: tables register while programs and libraries are loaded.
+// Both are initialised before any table: tables register while programs and libraries are loaded.
 constinit std::mutex tables_mutex;
 constinit ResourceModule* first_table = nullptr;
 

@@ -26,7 +26,7 @@ struct Part {
   }
 };
 
-/// Only the letters A to Z: what else is a letter would depend on the locale.
+/// Only the letters A to Z: any others would depend on the locale.
 constexpr wchar_t Lower(wchar_t unit) {
   return unit >= L'A' && unit <= L'Z' ? static_cast<wchar_t>(unit - L'A' + L'a') : unit;
 }

@@ -21,14 +21,14 @@ bool MoveTo(IStream& stream, std::uint64_t position) {
   return SUCCEEDED(stream.Seek(move, STREAM_SEEK_SET, nullptr));
 }
 
-/// Where the stream is; 0 when it does not tell.
+/// The stream's position; 0 when it does not report one.
 std::uint64_t PositionOf(IStream& stream) {
   ULARGE_INTEGER position{};
   const bool is_known = SUCCEEDED(stream.Seek({}, STREAM_SEEK_CUR, &position));
   return is_known ? position.QuadPart : 0;
 }
 
-/// Bytes of the whole stream; false when it does not tell.
+/// Bytes of the whole stream; false when it does not report them.
 bool SizeOf(IStream& stream, std::uint64_t& size) {
   STATSTG stat{};
   if (FAILED(stream.Stat(&stat, STATFLAG_NONAME))) return false;

@@ -13,8 +13,8 @@
 
 namespace pixtola::portable {
 
-/// All bytes of a stream, from its start wherever its position is. Those of a memory stream are
-/// looked at where they are; others are read.
+/// All bytes of a stream, from its start, wherever its position is. Those of a memory stream are
+/// used in place; others are read.
 class StreamBytes {
  public:
   /// OutOfMemory when there are more bytes than the decode limit has, or when out of memory;

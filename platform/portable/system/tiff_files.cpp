@@ -13,8 +13,8 @@ namespace pixtola::platform {
 
 namespace {
 
-// libtiff's own procedures tell of errors by -1, after which its buffered reader writes to where it
-// must not. These tell how much was done.
+// libtiff's own procedures report errors as -1, after which its buffered reader writes out of
+// bounds. These report how much was transferred.
 
 int DescriptorOf(thandle_t client) { return static_cast<int>(reinterpret_cast<intptr_t>(client)); }
 
@@ -53,7 +53,7 @@ toff_t SizeOfDescriptor(thandle_t client) {
   return ::fstat(DescriptorOf(client), &status) == 0 ? static_cast<toff_t>(status.st_size) : 0;
 }
 
-// Not mapped into memory, where a file that is cut short meanwhile would be fatal.
+// Not mapped into memory, where a file that is truncated meanwhile would be fatal.
 int MapDescriptor(thandle_t /*client*/, void** /*base*/, toff_t* /*size*/) { return 0; }
 void UnmapDescriptor(thandle_t /*client*/, void* /*base*/, toff_t /*size*/) {}
 

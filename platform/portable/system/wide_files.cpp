@@ -21,11 +21,11 @@ struct OpenMode {
   int flags = 0;
   bool reads = false;
   bool writes = false;
-  bool empties = false;  ///< the file, but only once it is ours
+  bool empties = false;  ///< truncates the file, but only once it is ours
   const char* stdio_mode = nullptr;
 };
 
-/// Nothing for what is no mode of fopen with "b" or "t", which mean nothing here.
+/// Nothing for what is not a mode of fopen, with or without "b" or "t", which mean nothing here.
 std::optional<OpenMode> ParseMode(const wchar_t* mode) {
   const wchar_t kind = mode[0];
   bool updates = false;
@@ -36,7 +36,7 @@ std::optional<OpenMode> ParseMode(const wchar_t* mode) {
       return std::nullopt;
     }
   }
-  // Writers can read, too: the system takes the locks below on such files only.
+  // Files for writing are opened for reading, too: the locks below need that.
   switch (kind) {
     case L'r':
       return updates ? OpenMode{O_RDWR, true, true, false, "r+"}
@@ -65,13 +65,13 @@ Descriptor OpenOrCreate(const char* utf8_path, int flags, bool& is_new) {
   Descriptor made(::open(utf8_path, flags | O_EXCL, kAccess));
   is_new = made.is_open();
   if (is_new || errno != EEXIST) return made;
-  // A link to a file that is not there, or somebody was quicker.
+  // A link to a file that does not exist, or somebody was quicker.
   return Descriptor(::open(utf8_path, flags, kAccess));
 }
 
-/// Null with errno set; a file that was not there is removed again then.
+/// Null, with errno set, when that fails; a file that was created is then removed again.
 FileHandle OpenShared(const char* utf8_path, const OpenMode& mode, int sharing) {
-  // Not blocking: a pipe without a writer would otherwise hold the call until one comes.
+  // Non-blocking: a pipe without a writer would otherwise hold the call until one comes.
   bool is_new = false;
   Descriptor descriptor = OpenOrCreate(utf8_path, mode.flags | O_CLOEXEC | O_NONBLOCK, is_new);
   if (!descriptor.is_open()) return nullptr;

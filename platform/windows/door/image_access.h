@@ -17,7 +17,7 @@ namespace detail {
 #ifdef __MINGW32__
 
 // The members are private, but an explicit template instantiation may name private members: its
-// friend function hands the pointer to member out. The linker merges the instantiations of all
+// friend function passes the pointer to member out. The linker merges the instantiations of all
 // translation units.
 template <typename Tag, typename Tag::Type kMember>
 struct Disclosure {

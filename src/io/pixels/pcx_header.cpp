@@ -6,7 +6,7 @@ namespace pixtola {
 
 namespace {
 
-// Where the fields stand.
+// Where the fields are.
 enum Offset : std::size_t {
   kManufacturer = 0,
   kVersion = 1,

@@ -1,4 +1,4 @@
-// The header of PCX files: 128 bytes, all numbers with their low byte first.
+// The header of PCX files: 128 bytes, all numbers little-endian.
 #ifndef PIXTOLA_IO_PIXELS_PCX_HEADER_H_
 #define PIXTOLA_IO_PIXELS_PCX_HEADER_H_
 
@@ -14,7 +14,7 @@ inline constexpr std::uint8_t kPcxNewestVersion = 5;
 inline constexpr std::uint8_t kPcxRunLengths = 1;    ///< the one encoding there is
 inline constexpr std::uint8_t kPcxPaletteMark = 12;  ///< comes before the palette of 256 colours
 
-/// What of the header has a meaning here. The 16-colour map is not used.
+/// The fields of the header that matter here. The 16-colour map is not used.
 struct PcxHeader {
   std::uint8_t manufacturer = kPcxManufacturer;
   std::uint8_t version = kPcxNewestVersion;

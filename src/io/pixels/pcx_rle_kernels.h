@@ -11,7 +11,7 @@ namespace pixtola {
 inline constexpr std::uint8_t kPcxCountBits = 0xC0;
 inline constexpr std::uint8_t kPcxLongestRun = 63;  ///< all of a count's other bits
 
-/// Where a decoder stands between two calls. Runs may cross the ends of lines.
+/// The state of a decoder between two calls. Runs may cross the ends of lines.
 struct PcxRun {
   std::uint8_t value = 0;
   std::uint8_t count = 0;     ///< how often `value` is still to be repeated
@@ -23,7 +23,7 @@ struct PcxProgress {
   std::size_t produced = 0;
 };
 
-/// The room that the code of a line of `size` bytes may take.
+/// The most room that the code of a line of `size` bytes takes.
 constexpr std::size_t PcxCodeCapacity(std::size_t size) { return 2 * size; }
 
 /// Writes `count`, at most 63, times `value` and returns the end.
@@ -40,7 +40,7 @@ struct PcxRleKernels {
   const char* target;  ///< the instruction set; "plain" for the definition
 
   /// Decodes until the output is full or the input is used up; takes no more of the input than it
-  /// must. What lies behind what was produced may be written to, too.
+  /// must. Output past what was produced may be written to as well.
   PcxProgress (*decode)(PcxRun& run, const std::uint8_t* input, std::size_t input_size,
                         std::uint8_t* output, std::size_t output_size);
 

@@ -30,7 +30,7 @@ using Bytes = hn::FixedTag<std::uint8_t, 16>;
 using Vector = hn::Vec<Bytes>;
 constexpr std::size_t kLanes = 16;
 
-/// Sets of bytes have a bit for each, the first one's in the least significant place.
+/// Sets of bytes have a bit for each byte, the least significant one for the first.
 using Set = std::uint32_t;
 constexpr Set kAll = 0xFFFF;  ///< of a vector
 
@@ -53,7 +53,7 @@ constexpr Set FirstOf(Set set, unsigned count) {
 
 HWY_INLINE unsigned SizeOf(Set set) { return static_cast<unsigned>(hwy::PopCount(set)); }
 
-/// The place of the first byte of a set that is not empty.
+/// The index of the first byte of a set that is not empty.
 HWY_INLINE unsigned FirstIn(Set set) {
   return static_cast<unsigned>(hwy::Num0BitsBelowLS1Bit_Nonzero32(set));
 }
@@ -120,7 +120,7 @@ PcxProgress Decode(PcxRun& run, const std::uint8_t* input, std::size_t input_siz
   std::uint8_t* out = output;
   const std::uint8_t* const out_end = output + output_size;
 
-  // What an earlier call left of a run.
+  // The rest of a run from an earlier call.
   if (run.is_value_due && in != in_end && out != out_end) {
     run.value = *in++;
     run.is_value_due = false;
@@ -141,11 +141,11 @@ PcxProgress Decode(PcxRun& run, const std::uint8_t* input, std::size_t input_siz
     const Set ones = counts & set_of([](Vector bytes) { return AreCounts(bytes, 1); });
     const Set twos = counts & set_of([](Vector bytes) { return AreCounts(bytes, 2); });
     const Set others = counts & ~(ones | twos);
-    // Up to a longer run, and not with a count whose value comes after the two vectors.
+    // Up to a longer run, and without a count whose value comes after the two vectors.
     const unsigned length =
         others != 0 ? FirstIn(others) : static_cast<unsigned>(kStep) - (counts >> 31);
 
-    // A count of 1 is dropped; a count of 2 makes place for its value, which then stands there
+    // A count of 1 is dropped; a count of 2 gives its place to its value, which is then there
     // twice.
     const Set kept = FirstOf(~ones, length);
     StoreKept(hn::IfThenElse(MaskOf(twos), hn::LoadU(d, in + 1), first), kept & kAll, out);
@@ -207,8 +207,8 @@ std::size_t Encode(const std::uint8_t* line, std::size_t size, std::uint8_t* cod
     const auto is_repeated = hn::Eq(bytes, hn::LoadU(d, at + 1));
     const Set repeated = SetOf(is_repeated);
     const Set longer = repeated & repeated >> 1;
-    // Up to a run of three and more, and not with a byte whose repetition is no longer in the
-    // vector.
+    // Up to a run of three or more, and without a byte whose repetition is not in the vector any
+    // more.
     const unsigned length =
         longer != 0 ? FirstIn(longer) : static_cast<unsigned>(kLanes) - (repeated >> 15);
 

@@ -1,5 +1,5 @@
 // Orders in which bytes of a vector are gathered, for sets of eight bytes that are given as bits,
-// the first byte's in the least significant place. Rows are as long as vectors.
+// the least significant one for the first byte. Rows are as long as vectors.
 #ifndef PIXTOLA_IO_PIXELS_PCX_RLE_TABLES_H_
 #define PIXTOLA_IO_PIXELS_PCX_RLE_TABLES_H_
 
@@ -28,7 +28,7 @@ inline constexpr PcxByteOrders kPcxKeepingOrders = MakePcxKeepingOrders();
 /// subtracting 7, without going below 0, gives the new byte for this entry and 0 for all others.
 inline constexpr std::uint8_t kPcxNewByte = 7 + 0xC1;
 
-/// Puts a new byte before each of the set, and more of them behind the end.
+/// Puts a new byte before each of the set, and more of them past the end.
 constexpr PcxByteOrders MakePcxInsertingOrders() {
   PcxByteOrders orders{};
   for (std::size_t set = 0; set < orders.size(); ++set) {

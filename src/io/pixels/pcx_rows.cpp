@@ -7,7 +7,7 @@ namespace pixtola {
 
 namespace {
 
-/// The bytes that one byte of each plane becomes. Sums, too, are cut to eight bits.
+/// The bytes that one byte of each plane becomes. Sums are truncated to eight bits, too.
 template <typename... Values>
 constexpr auto Group(Values... values) {
   return std::array<std::uint8_t, sizeof...(Values)>{static_cast<std::uint8_t>(values)...};

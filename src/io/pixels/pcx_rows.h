@@ -24,17 +24,17 @@ struct PcxLine {
 };
 
 /// How many bytes a line must have to be converted to a row of `row_bytes`. Planes may be too short
-/// for that, or empty: what is past the last one has to be there, and 0.
+/// for that, or empty: the bytes past the last one have to exist, and be 0.
 constexpr std::size_t PcxLineCapacity(std::size_t planes, std::size_t bytes_per_plane,
                                       std::size_t row_bytes) {
   return planes * bytes_per_plane + row_bytes + 1;
 }
 
-/// Fills `row`, of which the last group of pixels may be cut off. Some have no use for kernels.
+/// Fills `row`, of which the last group of pixels may be cut off. Some do not use the kernels.
 using PcxRowConverter = void (*)(const PcxPlaneKernels& kernels, const PcxLine& line,
                                  std::span<std::uint8_t> row);
 
-// Named by what they make of how many bits and planes.
+// Named after what they do, with the bits per plane and the number of planes.
 void CopyPcxRow(const PcxPlaneKernels& kernels, const PcxLine& line, std::span<std::uint8_t> row);
 void InterleavePcxRgb(const PcxPlaneKernels& kernels, const PcxLine& line,
                       std::span<std::uint8_t> row);

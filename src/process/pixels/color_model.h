@@ -17,7 +17,7 @@ struct Rgb {
   friend bool operator==(const Rgb&, const Rgb&) = default;
 };
 
-/// Hue 0 to 255 is one full turn; saturation and value are fractions of 255.
+/// Hue 0 to 255 is once around the circle of hues; saturation and value are fractions of 255.
 struct Hsv {
   std::uint8_t hue;
   std::uint8_t saturation;
@@ -30,7 +30,7 @@ struct Hsv {
 /// dividing them by 255 would round to other fractions.
 inline constexpr float kByteStep = 0.003921569F;
 
-/// Where green and blue begin on the circle of hues, as fractions of a turn.
+/// Where green and blue begin on the circle of hues, as fractions of it.
 inline constexpr float kGreenHue = 0.33333334F;
 inline constexpr float kBlueHue = 0.6666667F;
 
@@ -48,7 +48,7 @@ inline std::uint8_t ByteOfChannel(float channel) {
   return static_cast<std::uint8_t>(std::clamp(level, 0, 255));
 }
 
-/// The hue of a colour that is not gray as a fraction of a turn. Where channels tie for the
+/// The hue of a colour that is not gray as a fraction of the circle. Where channels tie for the
 /// largest, red goes before green and green before blue.
 inline float HueFraction(Rgb color, float delta) {
   const float red = color.red * kByteStep;
@@ -76,7 +76,7 @@ inline Hsv HsvFromRgb(Rgb color) {
   const std::uint8_t smallest = std::min({color.red, color.green, color.blue});
   const float max = largest * kByteStep;
   const float delta = max - smallest * kByteStep;
-  // Grays, black among them, have no hue to divide for.
+  // Grays, black among them, have no hue, and nothing to divide by.
   if (largest == smallest) return {0, 0, detail::ByteOfFraction(max)};
   return {detail::ByteOfFraction(detail::HueFraction(color, delta)),
           detail::ByteOfFraction(delta / max), detail::ByteOfFraction(max)};

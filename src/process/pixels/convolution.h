@@ -27,8 +27,8 @@ inline constexpr Convolution kSharpening{
 };
 
 /// Convolves images with 8 or 24 bits per pixel, each byte of a pixel with the same bytes of the
-/// neighbours. The outermost pixels are copied, so images narrower than 3 or lower than 3 pixels
-/// come back as they are. Stride padding is not written.
+/// neighbours. The outermost pixels are copied, so images less than 3 pixels wide or high come out
+/// as they are. Padding is not written.
 ///
 /// Both images have the same size, depth and stride and must not overlap. Returns 1, or 0 with
 /// nothing written for null rows, another depth, a stride that is no multiple of 4 or shorter than

@@ -17,8 +17,8 @@ Recoloring MakeRecoloring(std::uint32_t find, std::uint32_t replacement, std::ui
 bool ChangesNothing(const Recoloring& recoloring);
 
 /// Recolours pixels of blue, green, red and alpha in place; rows must not overlap. A recolouring
-/// that changes nothing leaves every byte, although going through hue, saturation and value and
-/// back would not.
+/// that changes nothing leaves every byte as it is, although going through hue, saturation and
+/// value and back would not.
 void RecolorRows(const Recoloring& recoloring, const MutableImageView& pixels);
 
 }  // namespace pixtola

@@ -10,7 +10,7 @@
 namespace pixtola {
 
 /// Pixels whose hue differs from `find_hue` by at most `tolerance` move in hue, saturation and
-/// value by the differences, each held within 0 to 255. Kept on purpose: hues do not go round the
+/// value by the differences, each clamped to 0 to 255. Kept on purpose: hues do not go round the
 /// circle, neither when they are compared (250 is 245 away from 5) nor when they are moved.
 struct Recoloring {
   std::uint8_t find_hue;

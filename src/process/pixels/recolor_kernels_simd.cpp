@@ -24,7 +24,7 @@ const RecolorKernels& Kernels() { return kPlainRecolorKernels; }
 // ---- the search ----
 
 /// For each code of HueParts, the part of the sextant whose hues match: from `least` to `most`
-/// 85ths of the way from the smallest channel to the largest. Of pixels exactly at an end, the
+/// 85ths of the way from the smallest channel to the largest. For pixels exactly at an end the
 /// rounding of the definition decides, so the search finds them all and leaves the decision to the
 /// exact hue. All others are further from the end than rounding reaches.
 struct HueSearch {
@@ -150,7 +150,7 @@ void RecolorPacked(const Recoloring& recoloring, const HueSearch& search, Candid
   }
 }
 
-/// Recolours what was collected, puts it back and begins anew.
+/// Recolours what was collected, puts it back and starts over.
 void RecolorCandidates(const Recoloring& recoloring, const HueSearch& search,
                        Candidates& candidates) {
   RecolorPacked(recoloring, search, candidates);

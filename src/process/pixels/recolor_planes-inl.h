@@ -117,7 +117,7 @@ HWY_INLINE std::uint64_t BitsInPixelOrder(hn::Mask<D8> mask) {
 // ---- colours in planes ----
 
 /// What the hue of pixels depends on. The circle has six sextants, in each of which the middle
-/// channel rises from the smallest to the largest one or falls from that to this.
+/// channel rises from the smallest to the largest one or falls from the largest to the smallest.
 struct HueParts {
   Bytes max, mid, min;
   /// Twice the sextant's third of the circle, plus 1 where the hue falls short of that third
@@ -180,8 +180,8 @@ struct HueAndSaturation {
   Lanes hue, saturation;
 };
 
-/// The hue and saturation of the pixels at byte `kByte` of each 32-bit lane, which is where they
-/// come to stand.
+/// The hue and saturation of the pixels at byte `kByte` of each 32-bit lane, which is where the
+/// results are put.
 template <int kByte>
 HWY_INLINE HueAndSaturation HueAndSaturationAt(const HueParts& parts, Bytes thirds) {
   const DF32 df;
@@ -198,7 +198,7 @@ HWY_INLINE HueAndSaturation HueAndSaturationAt(const HueParts& parts, Bytes thir
   const auto sign = hn::And(hn::ShiftLeft<31 - 8 * kByte>(hn::BitCast(D32(), parts.code)),
                             hn::Set(D32(), 0x80000000U));
   const Floats signed_distance = hn::Xor(distance, hn::BitCast(df, sign));
-  // Times 2 and 3, a third gives exactly the definition's two thirds and the whole turn that it
+  // Times 2 and 3, a third gives exactly the definition's two thirds and the whole circle that it
   // adds to negative hues.
   const Floats hue = hn::Add(signed_distance, ScaledByte<kByte>(thirds, kGreenHue));
   return {ByteOfFraction<kByte>(hue), ByteOfFraction<kByte>(saturation)};

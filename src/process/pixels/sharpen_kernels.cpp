@@ -9,7 +9,7 @@ namespace pixtola {
 
 namespace {
 
-/// (18 * centre - 2 * neighbours) / 10, clamped: half of everything gives the same.
+/// (18 * centre - 2 * neighbours) / 10, clamped: halving everything gives the same.
 std::uint8_t Sharpen(int centre, int neighbours) {
   return static_cast<std::uint8_t>(std::clamp((9 * centre - neighbours) / 5, 0, 255));
 }

@@ -1,8 +1,8 @@
 // The sharpening kernels in vectors, compiled once for each instruction set.
 //
-// Bytes are worked on as 16-bit lanes, the even ones and the odd ones of a vector apart. A band of
-// several rows goes from left to right at once, so that a row is taken from memory and split into
-// even and odd bytes once, not anew as a row above, as one itself and as a row below.
+// Bytes are worked on as 16-bit lanes, the even ones and the odd ones of a vector separately. A
+// band of several rows is worked on at once, from left to right, so that a row is loaded and split
+// into even and odd bytes once, not three times: as the row above, as itself and as the row below.
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "process/pixels/sharpen_kernels_simd.cpp"
@@ -78,7 +78,7 @@ HWY_INLINE hn::Vec512<std::uint8_t> NarrowInBlocks(hn::Vec512<std::int16_t> lowe
 
 #endif
 
-/// 9 times the odd byte less the even byte before it.
+/// 9 times the odd byte minus the even byte before it.
 template <class D>
 HWY_INLINE SignedWords<D> NineTimesOddLessEven(D, hn::Vec<D> bytes) {
   const hn::RebindToSigned<D> weight;
@@ -143,10 +143,11 @@ HWY_INLINE Halves<D> Split(D d, hn::Vec<D> bytes) {
   return {EvenBytes(d, bytes), OddBytes(d, bytes)};
 }
 
-/// 9 times the bytes at `own` less their left and right neighbours. `bytes` are the ones at `own`,
-/// `halves` the same split.
+/// 9 times the bytes at `own` minus their left and right neighbours. `bytes` are the ones at `own`,
+/// `halves` the same bytes split.
 ///
-/// The trick is to bring a byte and a neighbour of it into one 16-bit lane, the neighbour below.
+/// The trick is to bring a byte and one of its neighbours into one 16-bit lane, the neighbour as
+/// the lower byte.
 template <std::uint32_t kBytesPerPixel, class D>
 HWY_INLINE Halves<D> NineTimesOwnLessSides(D d, const std::uint8_t* own, hn::Vec<D> bytes,
                                            const Halves<D>& halves) {
@@ -169,7 +170,7 @@ HWY_INLINE Halves<D> NineTimesOwnLessSides(D d, const std::uint8_t* own, hn::Vec
 }
 
 /// Fifths of sums of -1020..2295, clamped to bytes and put in order again. Those of negative sums
-/// are rounded down, not toward zero, but they end as 0 all the same.
+/// are rounded down, not toward zero, but they end up as 0 all the same.
 template <class D>
 HWY_INLINE hn::Vec<D> ClampedFifths(D d, const Halves<D>& sum) {
   const hn::DFromV<SignedWords<D>> word;
@@ -207,13 +208,14 @@ void SharpenBand(D d, const std::uint8_t* source, std::uint8_t* destination, std
   for (std::size_t x = kBytesPerPixel; x < last; x += kLanes) {
     SharpenColumn<kBytesPerPixel>(d, source + x, destination + x, stride, count);
   }
-  // What is left is done with some of what is done already: the two images do not overlap.
+  // The last vector does some bytes a second time, which is harmless: the two images do not
+  // overlap.
   SharpenColumn<kBytesPerPixel>(d, source + last, destination + last, stride, count);
 }
 
-/// How many rows to work on at once: the more, the less is read twice, as long as they do not push
-/// one another out of the first cache. Rows about a multiple of 4096 bytes apart share one set of
-/// it, which holds eight lines as a rule.
+/// How many rows to work on at once: the more, the less is read twice, as long as they do not evict
+/// one another from the first-level cache. Rows about a multiple of 4096 bytes apart share one set
+/// of it, which holds eight lines as a rule.
 HWY_INLINE std::uint32_t RowsOfBand(std::uint32_t stride) {
   return (stride + 64) % 4096 <= 128 ? 3 : 6;
 }

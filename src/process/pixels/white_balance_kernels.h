@@ -52,7 +52,7 @@ struct WhiteBalanceKernels {
                         ChannelWindowCounts& counts);
 
   /// Stretches every channel by its black and white points. `destination` is `source` or does not
-  /// touch it.
+  /// overlap it.
   void (*stretch)(const std::uint8_t* source, std::uint64_t pixel_count, std::uint32_t channels,
                   const ChannelPoints& points, std::uint8_t* destination);
 };

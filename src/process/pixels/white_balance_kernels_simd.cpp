@@ -37,10 +37,10 @@ constexpr std::size_t kLanes = hn::MaxLanes(Bytes());
 
 // ------------------------------------------------------------------------------- counting windows
 //
-// Each byte turns into bits: bit k + 1 says whether it is at most level k of the window, and bit 0
-// of the last window whether it is at most 254. The bits are counted in their places: a vector of
-// bits is one binary digit of as many counters as it has bits, and a tree of full adders adds
-// blocks of 64 vectors to the lower six digits. Only what these carry is counted in bytes.
+// Each byte becomes bits: bit k + 1 says whether it is at most level k of the window, and bit 0 of
+// the last window whether it is at most 254. The bits are counted in their places: a vector of bits
+// is one binary digit of as many counters as it has bits, and a tree of full adders adds blocks of
+// 64 vectors to the lower six digits. Only what these carry is counted in bytes.
 
 constexpr std::uint32_t kBits = 8;
 constexpr std::uint32_t kDigits = 6;
@@ -64,7 +64,7 @@ using Tallies = Tally[kWindows][kPhases];
 /// A full adder in every bit: `digit` becomes the sum's, the carry is returned.
 HWY_INLINE ByteVector AddBits(ByteVector& digit, ByteVector a, ByteVector b) {
 #if HWY_TARGET <= HWY_AVX3
-  // The majority and the parity of three bits as tables of their truth.
+  // The majority and the parity of three bits, as truth tables.
   const ByteVector carry{_mm512_ternarylogic_epi64(digit.raw, a.raw, b.raw, 0xE8)};
   digit = ByteVector{_mm512_ternarylogic_epi64(digit.raw, a.raw, b.raw, 0x96)};
 #else
@@ -85,8 +85,8 @@ HWY_INLINE ByteVector BitsOfLevels() {
 /// A vector of each phase.
 template <std::uint32_t kPhases>
 struct PhaseVectors {
-  // A constructor that the compiler writes itself is not for this instruction set on all
-  // processors.
+  // A constructor that the compiler generates is not compiled for this instruction set on all
+  // architectures.
   HWY_INLINE PhaseVectors() {}
 
   ByteVector of[kPhases];

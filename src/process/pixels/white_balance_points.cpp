@@ -66,7 +66,7 @@ void AddLevelsOf(const std::uint8_t* pixels, std::uint32_t pixel_count,
 
 std::uint32_t ClipCount(std::uint32_t pixel_count, float clip_fraction) {
   const float wanted = static_cast<float>(pixel_count) * clip_fraction;
-  if (!(wanted > 0.0F)) return 0;  // not a number, too
+  if (!(wanted > 0.0F)) return 0;  // NaN, too
   constexpr float kTooMany = 2147483648.0F;
   return wanted < kTooMany ? static_cast<std::uint32_t>(wanted) : 0x7FFFFFFFU;
 }

@@ -1,8 +1,8 @@
 // The search for the black and white points of a white balance: sample, windows, decision.
 //
 // Up to the first sum above the clip count the distances to it do not grow, and from there on they
-// do not fall. So the first sum p above the clip count decides: its predecessor is the one that is
-// looked for if it is nearer; if not, it is the last sum that equals sum p.
+// do not fall. So the first sum p above the clip count decides: its predecessor is the one looked
+// for if it is nearer; otherwise that is the last sum equal to sum p.
 #include "process/pixels/white_balance_search.h"
 
 #include <algorithm>
@@ -16,10 +16,10 @@ namespace pixtola {
 
 namespace {
 
-/// Channels with fewer pixels are counted level by level in less time.
+/// Channels with fewer pixels are counted faster level by level.
 constexpr std::uint32_t kFewestPixels = 1U << 18;
 constexpr std::uint32_t kMostPixels = 0x7FFFFFFF;
-/// Times that windows are counted before the levels are.
+/// How many times windows are counted before all levels are.
 constexpr int kMostPasses = 3;
 
 /// The sample is made of short runs of whole pixels of any kind.
@@ -50,7 +50,8 @@ void CountSample(const std::uint8_t* pixels, std::uint32_t pixel_count, std::uin
     // Copied first, since the processor can then wait for many of them at the same time.
     std::uint8_t copies[kRunsAtOnce][kRunBytes];
     for (auto& copy : copies) {
-      // Multiples of the golden ratio of 2^32 are spread evenly and keep no step with the rows.
+      // Multiples of the golden ratio of 2^32 are spread evenly and do not fall into step with the
+      // rows.
       const std::uint64_t place = places * (run * 2654435769U) >> 32;
       std::memcpy(copy, pixels + (std::size_t{run} * part + place) * channels, kRunBytes);
       ++run;

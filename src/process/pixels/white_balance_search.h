@@ -1,6 +1,6 @@
 // Finds the black and white points of a white balance from few exact counts.
 //
-// A sample of the pixels tells about where the points are. A few levels around them are then
+// A sample of the pixels tells roughly where the points are. A few levels around them are then
 // counted in all pixels, and the rule is applied to these counts where they are enough to decide
 // it.
 #ifndef PIXTOLA_PROCESS_PIXELS_WHITE_BALANCE_SEARCH_H_

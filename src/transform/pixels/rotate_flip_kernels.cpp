@@ -1,7 +1,7 @@
-// The definition of the rotations and flips: one pixel after the other.
+// The definition of the rotations and flips: pixel by pixel.
 //
-// Transposes go by tiles, so that the rows of the destination that a tile writes are still in the
-// cache when the pixels beside come.
+// Transposing goes tile by tile, so that the destination's rows that a tile writes are still in the
+// cache when the pixels beside them are written.
 #include "transform/pixels/rotate_flip_kernels.h"
 
 #include <algorithm>

@@ -1,4 +1,5 @@
-// The inner steps of rotations and flips: whole blocks of pixels moved without a look into a pixel.
+// The inner steps of rotations and flips: whole blocks of pixels are moved without looking into a
+// pixel.
 #ifndef PIXTOLA_TRANSFORM_PIXELS_ROTATE_FLIP_KERNELS_H_
 #define PIXTOLA_TRANSFORM_PIXELS_ROTATE_FLIP_KERNELS_H_
 
@@ -13,17 +14,17 @@ namespace pixtola {
 /// Largest number of bytes in a pixel.
 inline constexpr std::size_t kLargestPixel = 4;
 
-/// Moves all pixels of the source, which has the size that counts. Strides may be negative or 0;
+/// Moves all pixels of the source, whose size is the one that counts. Strides may be negative or 0;
 /// the pixels that are written share no byte with those that are read.
 using BlockKernel = void (*)(const ImageView& source, const MutableImageView& destination);
 
-/// One kernel for each size of a pixel: that of 1 byte first.
+/// One kernel for each pixel size in bytes, that for 1 byte first.
 using BlockKernels = std::array<BlockKernel, kLargestPixel>;
 
 struct RotateFlipKernels {
   const char* target;  ///< the instruction set; "plain" for the definition
 
-  /// Each row to the row of the same number, its pixels in reverse order.
+  /// Each row to the same row, its pixels in reverse order.
   BlockKernels mirror;
 
   /// The pixel (x, y) to the pixel (y, x). Both quarter rotations are this: one reads the rows from

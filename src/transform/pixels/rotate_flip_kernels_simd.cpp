@@ -1,8 +1,8 @@
 // The rotations and flips in vectors, compiled once for each instruction set.
 //
-// Vectors are seen as blocks of 16 bytes. Where a vector no longer fits beside the pixels that are
-// done, the last one is moved back to the edge: it moves some pixels a second time, to where they
-// already are.
+// Vectors are seen as blocks of 16 bytes. Where a whole vector no longer fits after the pixels that
+// are done, the last one is placed to end at the edge: it moves some pixels a second time, to where
+// they already are.
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "transform/pixels/rotate_flip_kernels_simd.cpp"
@@ -62,7 +62,7 @@ HWY_INLINE void MirrorRowFrom(D d, const std::uint8_t* from, std::size_t size, s
   }
 }
 
-/// The same for rows of blocks that are larger than the cache: past it.
+/// The same for rows of blocks that are larger than the cache, which the stores bypass.
 template <std::size_t kBytes, class D>
 HWY_INLINE void StreamMirroredRow(D d, const std::uint8_t* from, std::size_t size,
                                   std::uint8_t* to) {
@@ -79,8 +79,8 @@ HWY_INLINE void StreamMirroredRow(D d, const std::uint8_t* from, std::size_t siz
   MirrorRowFrom<kBytes>(d, from, size, to, i);
 }
 
-/// What is written to blocks of so many bytes has left the cache before anybody reads it. Without
-/// the cache in between, their lines need not be read before they are written.
+/// What is written to blocks of this many bytes has left the cache before anybody reads it. Stores
+/// that bypass the cache need not read its lines before they write them.
 constexpr std::uint64_t kStreamedBytes = 64 << 20;
 
 template <std::size_t kBytes>
@@ -102,7 +102,7 @@ void Mirror(const ImageView& source, const MutableImageView& destination) {
   if (is_streamed) hwy::FlushStream();
 }
 
-/// Five pixels of 3 bytes that follow a byte of the pixel before. The last byte is any.
+/// Five pixels of 3 bytes that follow a byte of the pixel before. The last byte is undefined.
 template <class D>
 HWY_INLINE hn::Vec<D> ReverseFivePixels(D d, hn::Vec<D> v) {
   alignas(16) static constexpr std::uint8_t kPlaces[16] = {13, 14, 15, 10, 11, 12, 7, 8,
@@ -110,8 +110,8 @@ HWY_INLINE hn::Vec<D> ReverseFivePixels(D d, hn::Vec<D> v) {
   return hn::TableLookupBytes(v, hn::LoadDup128(d, kPlaces));
 }
 
-/// Five pixels a step. The vector has room for a byte more; what lands there is overwritten by the
-/// next step, so a pixel must be left. The row to come is `next_row` bytes away.
+/// Five pixels a step. The vector has room for one more byte; what lands there is overwritten by
+/// the next step, so at least one pixel must be left. The next row is `next_row` bytes away.
 HWY_INLINE void MirrorRow24(const std::uint8_t* from, std::uint32_t count, std::uint8_t* to,
                             std::ptrdiff_t next_row) {
   const SixteenBytes d;
@@ -125,8 +125,8 @@ HWY_INLINE void MirrorRow24(const std::uint8_t* from, std::uint32_t count, std::
 
 void Mirror24(const ImageView& source, const MutableImageView& destination) {
   for (std::uint32_t y = 0; y < source.height; ++y) {
-    // When rows come from the top, processors expect a row that is read from its end to go on below
-    // its beginning. When they come from the bottom that is right.
+    // Processors expect a row that is read backwards to continue at the addresses below its start.
+    // That is right when the rows run upwards in memory, and wrong when they run downwards.
     const bool is_foreseen = source.stride < 0 || y + 1 == source.height;
     MirrorRow24(source.Row(y), source.width, destination.Row(y), is_foreseen ? 0 : source.stride);
   }
@@ -220,8 +220,8 @@ HWY_INLINE void StoreNarrowed(D d, hn::Vec<D> v, std::uint8_t* to) {
   hn::StoreU(hn::LowerHalf(quarter, hn::UpperHalf(half, v)), quarter, to + kSize<D> / 2);
 }
 
-/// Turns as many columns as a block has pixels and as many rows as a vector has. A function of its
-/// own: in the loops around it, compilers would keep the addresses of all rows in memory.
+/// Transposes as many columns as a block has pixels and as many rows as a vector has. A function of
+/// its own: in the loops around it, compilers would keep the addresses of all rows in memory.
 template <std::size_t kBytes, std::size_t kSkip, class D>
 HWY_NOINLINE void TransposeColumns(D d, const std::uint8_t* from, std::ptrdiff_t from_stride,
                                    std::uint8_t* to, std::ptrdiff_t to_stride) {
@@ -235,8 +235,8 @@ HWY_NOINLINE void TransposeColumns(D d, const std::uint8_t* from, std::ptrdiff_t
     if constexpr (kBytes == 3) bytes = Widen<kSkip>(d, bytes);
     v[i] = hn::BitCast(d_pixel, bytes);
   }
-  // Each round deals the rows into each other as two halves of a pack of cards; after as many
-  // rounds as there are bits in a row's number, rows have become columns.
+  // Each round interleaves the two halves of the rows, as in a riffle shuffle of cards; after as
+  // many rounds as there are bits in a row's number, rows have become columns.
   HWY_UNROLL(4)
   for (std::size_t round = 1; round < kCount; round *= 2) {
     HWY_UNROLL(8)
@@ -257,7 +257,7 @@ HWY_NOINLINE void TransposeColumns(D d, const std::uint8_t* from, std::ptrdiff_t
   }
 }
 
-/// Turns `kBlocks` times as many columns as a block has pixels.
+/// Transposes `kBlocks` times as many columns as a block has pixels.
 template <std::size_t kBytes, std::size_t kBlocks, class D>
 HWY_INLINE void TransposeTile(D d, const std::uint8_t* from, std::ptrdiff_t from_stride,
                               std::uint8_t* to, std::ptrdiff_t to_stride) {
@@ -267,23 +267,23 @@ HWY_INLINE void TransposeTile(D d, const std::uint8_t* from, std::ptrdiff_t from
     TransposeColumns<kBytes, 0>(d, from + x * kBytes, from_stride, RowAt(to, to_stride, x),
                                 to_stride);
   }
-  // A block that begins with the last four pixels of 3 bytes could end behind the row.
+  // A block that begins with the last four pixels of 3 bytes could end past the row.
   constexpr std::size_t kSkip = kBytes == 3 ? 4 : 0;
   static_assert(kLast * kBytes >= kSkip, "the block must not begin before the row");
   TransposeColumns<kBytes, kSkip>(d, from + (kLast * kBytes - kSkip), from_stride,
                                   RowAt(to, to_stride, kLast), to_stride);
 }
 
-/// Rows of the source that are turned before the next columns: their lines stay in the cache, and
-/// their pages known, until all pixels of a line were needed.
+/// Rows of the source that are transposed before the next columns: their lines stay in the cache,
+/// and the addresses of their pages known, until all pixels of a line have been used.
 constexpr std::size_t kBandRows = 1024;
 
-/// How many rows ahead pixels are asked for. Most rows are on a page of their own, so nothing else
-/// foresees them.
+/// How many rows ahead pixels are prefetched. Most rows are on a page of their own, so processors
+/// do not prefetch them by themselves.
 constexpr std::size_t kRowsAhead = 192;
 
-/// Asks for the first line of the `count` rows that come `kRowsAhead` after row `y`. After the
-/// band's last row these are rows of the next columns, `next_columns` bytes to the right.
+/// Prefetches the first cache line of the `count` rows that come `kRowsAhead` after row `y`. After
+/// the band's last row these are rows of the next columns, `next_columns` bytes to the right.
 HWY_INLINE void PrefetchRows(const std::uint8_t* columns, std::ptrdiff_t stride, std::size_t y,
                              std::size_t count, std::size_t top, std::size_t bottom,
                              std::size_t next_columns) {

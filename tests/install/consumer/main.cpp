@@ -1,4 +1,4 @@
-// Calls the sample of README.md, and what only links when the platform comes along.
+// Calls the sample of README.md, and what links only when the platform is linked, too.
 #include <Pixtola.h>
 
 #include <memory>

@@ -1,4 +1,4 @@
-// Bitmaps built from rows in memory: what the generator has in the end.
+// Bitmaps built from rows in memory: what the generator holds at the end.
 
 #include "bitmap/bitmap_generator.h"
 

@@ -1,5 +1,5 @@
-// Bitmaps as sections behind handles: what they are described as, which way their rows run, and the
-// rule for alpha, beside a plain definition of it.
+// Bitmaps as sections with handles: how they are described, which way their rows run, and the rule
+// for alpha, compared with a plain definition of it.
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-// The first size of the stream that an image is encoded into.
+// The initial size of the stream that an image is encoded into.
 
 #include "bitmap/bitmap_stream.h"
 

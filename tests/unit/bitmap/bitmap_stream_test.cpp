@@ -1,5 +1,5 @@
-// The stream that images are encoded into: the room that it starts with, what it hands on, how far
-// it knows to have been written, and the final cut.
+// The stream that images are encoded into: the room that it starts with, what it passes on, how far
+// it knows that it was written, and the final cut.
 
 #include "bitmap/bitmap_stream.h"
 

@@ -1,4 +1,4 @@
-// Pixels of a format, for what makes bitmaps of them.
+// Pixels in a format, for what makes bitmaps of them.
 #ifndef PIXTOLA_TESTS_UNIT_BITMAP_FORMAT_VIEW_H_
 #define PIXTOLA_TESTS_UNIT_BITMAP_FORMAT_VIEW_H_
 

@@ -1,4 +1,4 @@
-// Images out of resources. They stand in tests/CMakeLists.txt, their files in tests/data.
+// Images from resources. They are listed in tests/CMakeLists.txt, their files are in tests/data.
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-// Bitmaps that own what they are made of: rows in memory, a palette, the stream behind.
+// Bitmaps that own what they are made of: rows in memory, a palette, the stream that backs them.
 
 #include "bitmap/wrapped_bitmap.h"
 

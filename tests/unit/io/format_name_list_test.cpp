@@ -1,4 +1,4 @@
-// The extensions of files that can be opened: the list, and the question whether a name has one.
+// The extensions of files that can be opened: the list, and whether a name has one of them.
 #include "io/format_name_list.h"
 
 #include <gtest/gtest.h>

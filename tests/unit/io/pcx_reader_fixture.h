@@ -47,7 +47,7 @@ inline Palette RandomColors(std::size_t count, std::mt19937& random) {
   return colors;
 }
 
-/// Bytes of which some follow one another, as in images.
+/// Bytes some of which form runs, as in images.
 inline Bytes ImageBytes(std::size_t size, std::mt19937& random) {
   Bytes bytes(size);
   for (std::size_t i = 0; i < size; ++i) {
@@ -71,7 +71,7 @@ class ReadPcxFileTest : public testing::Test {
   BitmapPointer Read(const std::wstring& path) { return ReadPcxFile(path.c_str()); }
 
   BitmapPointer ReadBytes(const Bytes& file) {
-    std::filesystem::remove(path_);  // a file system may take its time to cut an old one to nothing
+    std::filesystem::remove(path_);  // truncating an old file can be slow
     WriteWholeFile(path_, file);
     return Read(path_.wstring());
   }

@@ -1,4 +1,4 @@
-// The PCX reader: one layout of pixels after the other, and what a header may say.
+// The PCX reader: each layout of pixels, and what a header may say.
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-// What the tests of the PCX writer share: images to write, and what the plain definition writes of
+// What the tests of the PCX writer share: images to write, and what the plain definition writes for
 // them.
 #ifndef PIXTOLA_TESTS_UNIT_IO_PCX_WRITER_FIXTURE_H_
 #define PIXTOLA_TESTS_UNIT_IO_PCX_WRITER_FIXTURE_H_
@@ -108,7 +108,7 @@ class WritePcxFileTest : public testing::Test {
   std::filesystem::path path_ = folder_ / "written.pcx";
 };
 
-/// The header without its 49 bytes of colours and its 54 of nothing.
+/// The header without its 49 bytes of colours and its 54 unused ones.
 inline Bytes MeaningfulBytes(const Bytes& file) {
   Bytes bytes;
   for (std::size_t i = 0; i < 74; ++i) {

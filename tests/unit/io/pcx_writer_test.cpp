@@ -1,4 +1,4 @@
-// The PCX writer: there and back, files and failures.
+// The PCX writer: round trips, files and failures.
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-// Saving into streams, and that it is the same as saving into files.
+// Saving into streams, which gives the same as saving into files.
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,5 @@
-// Bitmaps out of streams: every container, wherever the stream stands and whatever becomes of it.
+// Bitmaps from streams: every container, wherever the stream's position is and whatever happens to
+// it afterwards.
 
 #include <gtest/gtest.h>
 

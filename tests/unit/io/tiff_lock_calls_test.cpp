@@ -1,5 +1,5 @@
-// What surrounds every use of libtiff: the lock, the silence, the reference to the stream. And what
-// becomes of a call whose stream fails.
+// What surrounds every use of libtiff: the lock, the silence, the reference to the stream. Also
+// what becomes of a call whose stream fails.
 
 #include <gtest/gtest.h>
 

@@ -50,7 +50,7 @@ inline TiffField AnyColorMap(std::uint32_t bits) {
 class TiffLayoutsTest : public testing::Test {
  protected:
   BitmapPointer FromFile(const Bytes& file, std::int32_t page = 0) {
-    std::filesystem::remove(path_);  // to replace its contents would wait for the disk
+    std::filesystem::remove(path_);  // replacing its contents would wait for the disk
     WriteWholeFile(path_, file);
     BitmapPointer bitmap = ReadTiffFile(path_.wstring().c_str(), static_cast<std::uint32_t>(page));
     return bitmap;
@@ -74,7 +74,7 @@ class TiffLayoutsTest : public testing::Test {
     return bitmap;
   }
 
-  /// The first page is as the rules say, from a file as from a stream.
+  /// The first page is as the rules say, from a file and from a stream.
   void ExpectFollowsTheRules(const Bytes& file, const std::string& name) {
     const std::optional<TiffPicture> expected = ReferenceTiffPage(file);
     EXPECT_EQ(DifferenceFrom(expected, FromFile(file).get()), "") << name << " as a file";

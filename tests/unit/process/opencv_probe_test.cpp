@@ -1,5 +1,5 @@
-// Whether the modules for sharpening are found: never, since the probe asks for names that nothing
-// is bound under.
+// Whether the modules for sharpening are found: never, since the probe asks for names under which
+// nothing is bound.
 #include "process/opencv_probe.h"
 
 #include <gtest/gtest.h>

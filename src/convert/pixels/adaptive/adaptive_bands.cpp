@@ -18,7 +18,7 @@ constexpr std::uint32_t kKeptValueRows = 16;
 constexpr std::uint32_t kMargin = kCellsPerGroup;
 
 /// How many of the eleven cells around position `i` exist in a line of `count` cells, and the sum
-/// of 5 less their distances.
+/// of 5 minus their distances.
 struct LineWeights {
   std::uint32_t cells;
   std::uint32_t weights;
@@ -64,7 +64,7 @@ class BandConverter {
 
     const std::uint8_t* rows[kNeighbourhoodRows];
     for (std::uint32_t i = 0; i < kNeighbourhoodRows; ++i) {
-      // Wraps round for rows above the first, which so lie below the last.
+      // Wraps for rows above the first, which then count as below the last.
       const std::uint32_t around = row + i - kNeighbourhoodRadius;
       rows[i] = around < image_.rows ? Values(around) : no_values_.get();
     }
@@ -85,11 +85,11 @@ class BandConverter {
     const Statistics* windows = windows_.MeasureRow(row);
     std::uint8_t* values = Values(row);
     kernels_.cell_values(windows_.Levels(row), windows, image_.groups, values);
-    // What is no whole cell has no part in the averages.
+    // Partial cells take no part in the averages.
     std::fill(values + image_.columns, values + padded_columns_, std::uint8_t{0});
   }
 
-  /// The weights add up to the same in all rows far enough from the first and from the last.
+  /// The sum of the weights is the same in all rows far enough from the first and the last.
   void UpdateWeights(std::uint32_t row) {
     const LineWeights down(row, image_.rows);
     if (down.cells == weighted_cells_ && down.weights == cell_weights_) return;
@@ -126,7 +126,7 @@ bool BinarizeCellsInBands(const AdaptiveKernels& kernels, const GrayReader& gray
                           std::uint8_t global_threshold, const MutableImageView& destination) {
   const std::uint32_t width = destination.width;
   const GrayCells image(width, destination.height);
-  if (image.rows == 0) return true;  // there is nothing to have memory for
+  if (image.rows == 0) return true;  // no memory is needed
   GrayBands bands(gray, width, destination.height);
   BandConverter converter(kernels, image, bands, global_threshold);
   if (!bands.has_memory() || !converter.has_memory()) return false;

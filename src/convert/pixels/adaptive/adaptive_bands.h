@@ -1,5 +1,5 @@
 // The adaptive bilevel conversion of a gray image in one pass down the image, a row of cells at a
-// time. The gray rows are made on the way, and are still near when their bits are written.
+// time. The gray rows are made on the way, and are still in the cache when their bits are written.
 #ifndef PIXTOLA_CONVERT_PIXELS_ADAPTIVE_ADAPTIVE_BANDS_H_
 #define PIXTOLA_CONVERT_PIXELS_ADAPTIVE_ADAPTIVE_BANDS_H_
 

@@ -12,7 +12,7 @@ namespace {
 constexpr std::uint32_t kWindowRefreshPeriod = 8;
 
 /// The large window: 128 x 128 samples from an anchor on. Samples that lie past the image's end
-/// keep what the window before had there.
+/// keep what the previous window had there.
 class LargeWindow {
  public:
   explicit LargeWindow(const ImageView& gray)

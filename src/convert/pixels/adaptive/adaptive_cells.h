@@ -24,8 +24,8 @@ struct CellGrid {
   }
 };
 
-/// A value for each whole cell from its own levels and those of a large window around there. `gray`
-/// is packed: a row begins where the one above ends.
+/// A value for each whole cell from its own levels and those of a large window around it. `gray` is
+/// packed: a row begins where the one above ends.
 CellGrid ComputeCellThresholds(const ImageView& gray);
 
 /// The threshold of one cell: the average of the cells around it, pulled toward the threshold of

@@ -9,8 +9,8 @@ namespace pixtola {
 
 namespace {
 
-/// Truncates; what is no number or beyond 32 bits gives 0. The low 8 bits are the cell's value,
-/// which is never negative.
+/// Truncates; NaN and values beyond 32 bits give 0. The low 8 bits are the cell's value, which is
+/// never negative.
 std::uint8_t TruncateToCellValue(double value) {
   if (!(value < 2147483648.0)) return 0;
   return static_cast<std::uint8_t>(static_cast<std::int32_t>(value));
@@ -73,8 +73,8 @@ void CellThresholds(const std::uint16_t* sums, const std::uint16_t* weighted_sum
   const int cells = static_cast<int>(groups * kCellsPerGroup);
   for (int cell = 0; cell < cells; ++cell) {
     int weighted = 0;
-    // A cell's weight, 10 less its distances down and across, is the sum of 5 less the one and 5
-    // less the other.
+    // A cell's weight, 10 minus its distances down and across, is the sum of 5 minus the one and 5
+    // minus the other.
     for (int i = -kRadius; i <= kRadius; ++i) {
       weighted += weighted_sums[cell + i] + (kRadius - std::abs(i)) * sums[cell + i];
     }
@@ -103,7 +103,7 @@ void BinarizeCells(const std::uint8_t* gray, std::size_t stride, const std::uint
 std::uint8_t CellValue(const Statistics& cell, std::uint8_t minimum, const Statistics& window) {
   const double mean = cell.mean;
   const double least = minimum;
-  // A flat window or a black cell divides by zero; the result is then no usable number.
+  // A flat window or a black cell divides by zero; the result is then not a usable number.
   const double k = cell.deviation / window.deviation;
   return TruncateToCellValue(k * k * k * 0.05 * (mean - least) + mean * 0.6 + k * k * 0.02 * least +
                              window.mean * 0.1 / mean);

@@ -1,6 +1,6 @@
 // The inner steps of the adaptive bilevel conversion, each for one row of cells: the levels of the
-// cells, the cells' values, the weighted average of the values around, and the bits; and which way
-// through the image is the fastest with them.
+// cells, the cells' values, the weighted averages of the values around them, and the bits; and
+// which way through the image is the fastest with them.
 #ifndef PIXTOLA_CONVERT_PIXELS_ADAPTIVE_ADAPTIVE_KERNELS_H_
 #define PIXTOLA_CONVERT_PIXELS_ADAPTIVE_ADAPTIVE_KERNELS_H_
 
@@ -28,26 +28,27 @@ inline constexpr std::uint32_t kCellsPerGroup = 8;
 inline constexpr std::uint32_t kNeighbourhoodRadius = 5;
 inline constexpr std::uint32_t kNeighbourhoodRows = 2 * kNeighbourhoodRadius + 1;
 
-/// The mean of samples, truncated, and their deviation from it.
+/// The mean of samples, truncated, and their deviation from that.
 struct Statistics {
   std::uint8_t mean;
   double deviation;
 };
 
-/// For each cell of a row the sum of its samples, the sum of their squares, and the least of them.
+/// For each cell of a row the sum of its samples, the sum of their squares, and the smallest of
+/// them.
 struct CellLevels {
   std::uint32_t* sums;
   std::uint32_t* squares;
   std::uint8_t* minima;
 };
 
-/// The root of the mean of squared differences.
+/// The square root of the mean of squared differences.
 template <std::uint32_t kSamples>
 double Deviation(std::uint32_t squared_differences) {
   return std::sqrt(static_cast<double>(squared_differences) / kSamples);
 }
 
-/// The value of a cell from its own levels and those of a large window around there.
+/// The value of a cell from its own levels and those of a large window around it.
 std::uint8_t CellValue(const Statistics& cell, std::uint8_t minimum, const Statistics& window);
 
 /// Moves the average around a cell toward the threshold of the whole image: far if that is higher,
@@ -70,7 +71,7 @@ struct AdaptiveKernels {
                       std::uint8_t* values);
 
   /// Down each column of `groups` times 8 cells, over the row in the middle and the five to each
-  /// side of it: the sum of the values, and their sum weighted by 5 less the distance.
+  /// side of it: the sum of the values, and their sum weighted by 5 minus the distance.
   void (*sum_columns)(const std::uint8_t* const rows[kNeighbourhoodRows], std::uint32_t groups,
                       std::uint16_t* sums, std::uint16_t* weighted_sums);
 
@@ -80,8 +81,8 @@ struct AdaptiveKernels {
                           const std::uint16_t* weights, std::uint32_t groups, std::uint8_t global,
                           std::uint8_t* thresholds);
 
-  /// Writes the bits of a row of `cells` whole cells, two bytes a cell and row: set where the gray
-  /// is above the cell's threshold.
+  /// Writes the bits of a row of `cells` whole cells, two bytes for each row of a cell: set where
+  /// the gray is above the cell's threshold.
   void (*binarize_cells)(const std::uint8_t* gray, std::size_t stride,
                          const std::uint8_t* thresholds, std::uint32_t cells,
                          std::uint8_t* destination, std::size_t destination_stride);

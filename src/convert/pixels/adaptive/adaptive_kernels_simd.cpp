@@ -12,9 +12,9 @@
 HWY_BEFORE_NAMESPACE();
 
 #if HWY_TARGET == HWY_AVX3_DL
-// The processors of this target multiply bytes and add up the products in one step, for which
-// Highway 1.0.3 asks the compiler in the shorter encoding only, which is an extension that not all
-// of them have. Vectors of 64 bytes have no such encoding; no others may use these products.
+// The processors of this target multiply bytes and add up the products in one instruction. Highway
+// 1.0.3 asks the compiler for its shorter encoding only, an extension that not all of them have.
+// Vectors of 64 bytes have no such encoding; no others may use these products.
 #pragma GCC push_options
 #pragma GCC target("avx512vnni")
 #endif
@@ -85,7 +85,7 @@ class LevelSums {
 #if HWY_TARGET == HWY_AVX3_DL
 
 // Four products of an unsigned with a signed byte are added up at once there. The signed factor of
-// a square is the value less 128; the sum of the values makes up for it.
+// a square is the value minus 128; the sum of the values makes up for it.
 
 HWY_INLINE hn::Vec512<std::int32_t> AddProducts(hn::Vec512<std::int32_t> sum,
                                                 hn::Vec512<std::uint8_t> a,
@@ -131,7 +131,7 @@ HWY_INLINE V SumOfBlock(V v) {
   return hn::Add(v, hn::Shuffle2301(v));
 }
 
-/// The least of the sixteen bytes of each block, in the lowest byte of each lane.
+/// The smallest of the sixteen bytes of each block, in the lowest byte of each lane.
 template <class D32, class V>
 HWY_INLINE hn::Vec<D32> MinimumOfBlock(D32 d32, V v) {
   const hn::DFromV<V> d;
@@ -242,7 +242,7 @@ std::size_t SumColumnsWith(D16 d16, const std::uint8_t* const rows[kNeighbourhoo
   constexpr std::uint32_t kMiddle = kNeighbourhoodRadius;
   for (; cells - cell >= kLanes<D16>; cell += kLanes<D16>) {
     auto sum = hn::PromoteTo(d16, hn::LoadU(d8, rows[kMiddle] + cell));
-    // A row's weight is the number of these sums it is in, but for the last one.
+    // A row's weight is the number of these sums that it is in, not counting the last one.
     auto weighted = hn::Zero(d16);
     for (std::uint32_t i = 1; i <= kNeighbourhoodRadius; ++i) {
       weighted = hn::Add(weighted, sum);
@@ -296,13 +296,13 @@ HWY_INLINE hn::Vec<D32> Thresholds(D32 d32, V inner, V outer, V across, V weight
   const auto weighted = hn::Add(hn::PromoteTo(d32, inner),
                                 hn::Add(hn::PromoteTo(d32, outer), hn::PromoteTo(d32, across)));
   // Both are whole numbers below 2^18. A quotient that is not whole is further from the next whole
-  // number than the division can be wrong, so it truncates to the same.
+  // number than the rounding error of the division, so it truncates to the same number.
   const auto quotient =
       hn::Div(hn::ConvertTo(df, weighted), hn::ConvertTo(df, hn::PromoteTo(d32, weight)));
   const auto local = hn::ConvertTo(d32, quotient);
   const auto up = hn::Max(hn::Sub(hn::Set(d32, global), local), hn::Zero(d32));
   const auto down = hn::Max(hn::Sub(local, hn::Set(d32, global)), hn::Zero(d32));
-  // A quarter or three of a difference never leads beyond 255 or below 0.
+  // A quarter or three quarters of a difference never lead beyond 255 or below 0.
   const auto pull =
       hn::Sub(hn::ShiftRight<2>(hn::Add(up, hn::Add(up, up))), hn::ShiftRight<2>(down));
   return hn::Add(local, pull);
@@ -351,7 +351,8 @@ std::uint32_t BinarizeCellsWith(D d, const std::uint8_t* gray, std::size_t strid
                                 std::size_t destination_stride) {
   constexpr std::uint32_t kPixels = kVectors * kLanes<D>;
   constexpr std::uint32_t kCells = kPixels / kCellSize;
-  // Bits of masks count from the lowest, those of a byte of pixels from the highest.
+  // The bits of masks count from the least significant, those of a byte of pixels from the most
+  // significant.
   HWY_ALIGN static constexpr std::uint8_t kReversed[16] = {7,  6,  5,  4,  3,  2,  1, 0,
                                                            15, 14, 13, 12, 11, 10, 9, 8};
   const auto reversed = hn::LoadDup128(d, kReversed);

@@ -102,8 +102,9 @@ bool WindowRows::has_memory() const {
 const Statistics* WindowRows::MeasureRow(std::uint32_t row) {
   while (next_band_ < row + kWindowBands) MeasureBand(next_band_++);
 
-  // A window serves eight cells. The first one of a row goes on with the last window of the row
-  // above, unless that has just served eight or it is the turn of an eighth row.
+  // A window serves eight cells. The first cells of a row go on with the last window of the row
+  // above, unless that has served eight already or this is an eighth row, where a window begins
+  // anew.
   const bool has_first = row % kFirstColumnPeriod == 0 || image_.columns % kCellsPerGroup == 0;
   if (!has_first) windows_[0] = windows_[image_.groups - 1];
   MeasureWindows(row, has_first ? 0 : 1);
@@ -155,7 +156,7 @@ void WindowRows::MeasureBand(std::uint32_t band) {
 
 void WindowRows::MeasureCells(std::uint32_t band, const CellLevels& levels) const {
   const std::uint32_t rows = std::min(kCellSize, image_.height - band * kCellSize);
-  // As window rows do, blocks run on into the next image row to complete the last group. At the end
+  // Like window rows, blocks run on into the next image row to complete the last group. At the end
   // of the image there is none; the totals of the last group are not used then.
   const std::uint32_t whole_groups = image_.groups * kCellsPerGroup;
   const bool is_whole = image_.Holds({band, 0}, rows, whole_groups * kCellSize);

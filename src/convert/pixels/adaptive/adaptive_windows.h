@@ -26,8 +26,8 @@ struct GrayCells {
         rows(gray_height / kCellSize),
         groups((columns + kCellsPerGroup - 1) / kCellsPerGroup) {}
 
-  /// How many pixels a packed image has from pixel `x` of row `y` on; `x` may lie behind the row,
-  /// but not behind the image.
+  /// How many pixels a packed image has from pixel `x` of row `y` on; `x` may lie past the row, but
+  /// not past the image.
   std::uint64_t PixelsFrom(std::uint32_t y, std::uint32_t x) const {
     return std::uint64_t{height - y} * width - x;
   }
@@ -60,9 +60,9 @@ struct Totals {
   }
 };
 
-/// What the windows leave behind in their 128 x 128 slots. Samples past the image's end are not
-/// taken, and their slots keep what the window before had there. Windows are copied only when what
-/// they leave behind is asked for.
+/// What the windows leave in their 128 x 128 slots. Samples past the image's end are not taken, and
+/// their slots keep what the previous window had there. Windows are copied only when what they
+/// leave is asked for.
 class WindowSlots {
  public:
   WindowSlots(const AdaptiveKernels& kernels, const GrayCells& image, const GrayBands& bands)

@@ -9,8 +9,8 @@ namespace {
 
 constexpr std::uint32_t kCacheLine = 64;
 
-/// Rows start with a cache line, for the sake of vectors of that size. An odd number of lines keeps
-/// the rows of a cell from competing for the same places of the cache.
+/// Rows start at a cache line, for the sake of vectors of that size. An odd number of lines keeps
+/// the rows of a cell from competing for the same set of the cache.
 std::uint64_t StrideOf(std::uint32_t width) {
   const std::uint64_t lines =
       (std::uint64_t{width} + GrayBands::kRunOn + kCacheLine - 1) / kCacheLine;

@@ -12,27 +12,28 @@
 
 namespace pixtola {
 
-/// Reads an image a band at a time: as many rows as a cell has. The rows of a band lie one below
-/// the other, and behind each one lies what runs on: the first pixels of the rows below it, as in a
+/// Reads an image a band at a time: as many rows as a cell has. The rows of a band follow one
+/// another, and after each one comes its run-on: the first pixels of the rows below it, as in a
 /// packed image.
 class GrayBands {
  public:
-  /// A window may begin as many bands above the current one as it covers, another one goes down as
-  /// many from there, and what runs on is in the next.
+  /// A window may begin as many bands above the current one as it covers, another one covers as
+  /// many from the current one on, and its run-on is in the next.
   static constexpr std::uint32_t kKeptBands = 2 * kWindowSize / kCellSize + 1;
 
-  /// Pixels behind a row: with at least one cell before them, those of the rest of a window.
+  /// Pixels after a row: a window has at least one cell in the row, and these are the rest of its
+  /// width.
   static constexpr std::uint32_t kRunOn = kWindowSize - kCellSize;
 
   GrayBands(const GrayReader& reader, std::uint32_t width, std::uint32_t height);
 
   bool has_memory() const { return memory_ != nullptr; }
 
-  /// Makes `band` ready, and all before it that were not. The one below is then read as well. Bands
-  /// below the image are none.
+  /// Makes `band` ready, and all before it that were not. The one below is then read as well. There
+  /// are no bands below the image.
   void LoadThrough(std::uint32_t band);
 
-  /// Row `y`, if its band is ready and among the latest. What runs on ends with the image, and with
+  /// Row `y`, if its band is ready and among the latest. The run-on ends with the image, and with
   /// the band below.
   const std::uint8_t* Row(std::uint32_t y) const { return PlaceOf(y); }
 

@@ -9,7 +9,7 @@
 
 namespace pixtola {
 
-/// The levels between which diffused values are kept, and the one from which on they are white.
+/// The levels between which diffused values are kept, and the lowest one that is white.
 struct DiffusionLevels {
   std::uint8_t threshold;
   std::uint8_t low;

@@ -36,19 +36,19 @@ constexpr std::size_t kLanes = 2 * kVectorLanes;
 constexpr std::size_t kBlock = DiffusionWavefront::kBlock;
 constexpr std::size_t kPrefetchBytes = 256;
 
-/// Rows that are made gray at once. Lanes must fill up and run empty in each piece, so the more the
-/// better, as long as the memory for them is soon had and stays in the cache.
+/// Rows that are made gray at once. Lanes must fill up and run empty in each piece, so the more
+/// rows the better, as long as their memory is quickly allocated and stays in the cache.
 constexpr std::uint32_t kPieceRows = 512;
 static_assert(kPieceRows % kLanes == 0);
 
-/// In narrower or lower images most lanes would be outside most of the time.
+/// In smaller images most lanes would be outside their rows most of the time.
 constexpr std::uint32_t kFewestColumns = 40;
 constexpr std::uint32_t kFewestRows = 8;
 
 /// The lanes: two vectors, so that one is computed while the other one waits for its last result.
 struct Pair {
-  // Constructors that the compiler writes itself are not for this instruction set on all
-  // processors.
+  // Constructors that the compiler generates are not compiled for this instruction set on all
+  // architectures.
   HWY_INLINE Pair() {}
   HWY_INLINE Pair(V lower_vector, V upper_vector) : lower(lower_vector), upper(upper_vector) {}
 
@@ -96,8 +96,9 @@ HWY_INLINE Pair OddEven(Pair odd, Pair even) {
   return {hn::OddEven(odd.lower, even.lower), hn::OddEven(odd.upper, even.upper)};
 }
 
-/// The lanes in which a value is below the threshold. AVX-512 has masks, and operations under them
-/// for nothing; elsewhere a comparison that needs the larger of both, as the caller does, is best.
+/// The lanes in which a value is below the threshold. AVX-512 has masks, and masked operations at
+/// no extra cost; elsewhere a comparison that needs the larger of both, as the caller does, is
+/// best.
 #if HWY_TARGET <= HWY_AVX3
 
 struct Black {
@@ -274,7 +275,7 @@ HWY_INLINE void Step(const Constants& constants, const BlockMemory& memory, Lane
 template <bool kMasked>
 HWY_NOINLINE void RunBlock(const Constants& constants, const BlockMemory& memory,
                            LaneState& state) {
-  // Copies that nobody else can reach, so that they can stay in registers.
+  // Local copies, to which nobody else has a pointer, so that they can stay in registers.
   const Constants fixed = constants;
   BlockMemory places = memory;
   LaneState local = state;
@@ -340,8 +341,9 @@ HWY_NOINLINE void LoadGray(const std::uint8_t* const* lanes, std::size_t offset,
   }
 }
 
-/// So many rows at once are more than processors foresee. Every lane comes to a new cache line once
-/// in four blocks; each block asks for those of a quarter of the lanes, some lines in advance.
+/// So many rows at once are more than processors prefetch by themselves. Every lane comes to a new
+/// cache line once in four blocks; each block prefetches those of a quarter of the lanes, some
+/// lines in advance.
 HWY_INLINE void PrefetchGray(const std::uint8_t* const* lanes, std::size_t offset,
                              std::size_t block) {
   for (std::size_t lane = block % 4; lane < kLanes; lane += 4) {

@@ -8,8 +8,8 @@ namespace pixtola {
 namespace {
 
 /// Columns without error between a row and the next one of the same lane. Two are enough for the
-/// filter; with twelve a block of steps that is not yet in the next row as a whole still has no
-/// pixels of the row before.
+/// filter; with twelve, a block of steps that is not yet wholly in the next row no longer has
+/// pixels of the previous one.
 constexpr std::uint64_t kGuardColumns = 12;
 
 constexpr std::uint64_t RoundUpToBlock(std::uint64_t value) {
@@ -42,7 +42,7 @@ bool DiffuseWithoutErrors(const DiffusionLevels& levels, const MutableImageView&
 DiffusionWavefront::DiffusionWavefront(std::uint32_t width, std::uint32_t lanes)
     : width_(width),
       lanes_(lanes),
-      // The lowest lane must have left a column of its row before the highest one comes there.
+      // The lowest lane must have left a column of its row before the highest one reaches it.
       period_(std::max(RoundUpToBlock(width + kGuardColumns),
                        RoundUpToBlock(std::uint64_t{kLag} * lanes + kBlock))),
       row_bytes_((std::uint64_t{width} + 7) / 8),

@@ -17,7 +17,7 @@
 namespace pixtola {
 
 /// True when levels like these make all pixels of any image white, or all of them black. The image
-/// is then written. Else the levels are in the order low < threshold <= high.
+/// is then written. Otherwise the levels are in the order low < threshold <= high.
 bool DiffuseWithoutErrors(const DiffusionLevels& levels, const MutableImageView& destination);
 
 /// A piece is some rows of the image. `lanes` lanes go through it in bands of as many rows. The
@@ -33,7 +33,7 @@ class DiffusionWavefront {
  public:
   static constexpr std::uint32_t kLag = 4;
   static constexpr std::uint32_t kBlock = 16;
-  /// Readable bytes behind the entry of a step in the tables below, for a whole vector.
+  /// Readable bytes after the entry of a step in the tables below, for a whole vector.
   static constexpr std::uint32_t kSlack = 64;
 
   /// `lanes` is a multiple of 4.
@@ -63,21 +63,21 @@ class DiffusionWavefront {
     return inactive_ + step % kLag * inactive_bytes_ + step / kLag;
   }
 
-  /// Points each lane to its gray values of a block of steps; those outside its row are any.
+  /// Points each lane to its gray values of a block of steps; those outside its row are undefined.
   void PointLanes(std::uint64_t step, const std::uint8_t** lanes);
 
-  /// True when PointLanes may be left out: all that it gave for the block before is only to be
-  /// moved on by `kBlock`.
+  /// True when PointLanes may be left out: all that it gave for the block before need only be
+  /// advanced by `kBlock`.
   bool IsAsBefore(std::uint64_t step) const { return step >= steady_begin_ && step < steady_end_; }
 
   // Two bytes for each column go from the lowest lane to the highest one in the next band. From
   // `Upper...` the highest lane reads in this step, to `Lower...` the lowest one writes. The
-  // `kSlack` bytes behind an entry that is written are of no more use.
+  // `kSlack` bytes after an entry that is written are no longer needed.
   const std::uint8_t* UpperNear(std::uint64_t step) const { return near_ + step; }
   const std::uint8_t* UpperFar(std::uint64_t step) const { return far_ + step; }
   std::uint8_t* LowerNear(std::uint64_t step) const { return near_ + LowerColumn(step); }
   std::uint8_t* LowerFar(std::uint64_t step) const { return far_ + LowerColumn(step); }
-  /// What the highest lane shall find in the first band of the first piece.
+  /// What the highest lane finds in the first band of the first piece.
   void FillRows(std::uint8_t near, std::uint8_t far);
 
   /// Writes `count` bytes of each lane, the result of 8 steps each, from the bytes `lane_bytes`
@@ -110,7 +110,7 @@ class DiffusionWavefront {
   std::uint64_t steady_begin_ = 0;
   std::uint64_t steady_end_ = 0;
 
-  std::uint64_t unread_column_;  ///< behind all that are read
+  std::uint64_t unread_column_;  ///< past all that are read
   std::uint64_t column_bytes_;
   std::uint64_t inactive_bytes_;
   Block<std::uint8_t> memory_;

@@ -35,7 +35,8 @@ constexpr std::uint16_t kBlueFactor = 7209;
 constexpr std::uint16_t kGreenWhole = 151;
 constexpr std::uint16_t kGreenRest = 2622;
 
-/// The sum of weights in 16-bit lanes; its upper byte is the gray. Red and blue come times 256.
+/// The sum of weights in 16-bit lanes; its upper byte is the gray. Red and blue are given times
+/// 256.
 template <class V>
 HWY_INLINE V WeightSum(V red256, V green, V blue256) {
   const hn::DFromV<V> d;
@@ -75,8 +76,8 @@ std::uint32_t GrayFrom24Bit(D d, const std::uint8_t* source, std::uint32_t x, st
 
 #if HWY_TARGET == HWY_AVX3_DL
 
-/// The weight sums of 32 pixels of 24 bits, whose blue bytes stand at every third place from
-/// `first_blue` on in two vectors: one instruction selects a whole channel.
+/// The weight sums of 32 pixels of 24 bits, whose blue bytes are every third one from `first_blue`
+/// on in two vectors: one instruction selects a whole channel.
 HWY_INLINE hn::Vec<hn::ScalableTag<std::uint16_t>> WeightSumOfTriples(hn::Vec<Bytes> bytes,
                                                                       hn::Vec<Bytes> more_bytes,
                                                                       hn::Vec<Bytes> first_blue) {
@@ -258,11 +259,11 @@ void CountLevels(const std::uint8_t* values, std::uint64_t count, Histogram& lev
     std::uint64_t eight;
     hwy::CopyBytes<8>(values + i, &eight);
     if (eight == (eight >> 8 | eight << 56)) {
-      // All the same. On flat paper the increments would wait for one another.
+      // All the same. On blank paper the increments would wait for one another.
       levels[eight & 0xFF] += 8;
       continue;
     }
-    // Whichever end the bytes come from, each value of a pair is counted.
+    // In either byte order, each value of a pair is counted.
     ++pairs[eight & 0xFFFF];
     ++pairs[eight >> 16 & 0xFFFF];
     ++pairs[eight >> 32 & 0xFFFF];

@@ -74,7 +74,8 @@ void GrayRows::ConvertToGrayWithHistogram(std::uint32_t y, std::uint8_t* gray,
 }
 
 std::optional<Histogram> GrayRows::CountLevels() const {
-  // The values of an 8-bit source are counted as they are: 256 of them become gray, not all pixels.
+  // The values of an 8-bit source are counted as they are: only their 256 counts become gray, not
+  // all pixels.
   if (source_.bits_per_pixel == 8) return CountIndexedLevels();
   const Block<std::uint8_t> gray = Allocate<std::uint8_t>(width());
   if (gray == nullptr) return std::nullopt;

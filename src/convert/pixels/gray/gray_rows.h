@@ -20,8 +20,8 @@ class GrayRows final : public GrayReader {
   /// `lookup` is that of an 8-bit source; null for other depths. It is copied.
   GrayRows(const ImageView& source, const GrayLookup* lookup);
 
-  /// Whether there is such a depth, and the lookup that it needs. Otherwise nothing else may be
-  /// called.
+  /// Whether the depth is one of these, with the lookup that it needs. Otherwise nothing else may
+  /// be called.
   bool IsValid() const { return is_valid_; }
 
   std::uint32_t width() const { return source_.width; }
@@ -35,7 +35,7 @@ class GrayRows final : public GrayReader {
             std::size_t gray_stride) const override;
 
   /// The smallest value of an 8-bit source's pixels that is `level` or lighter, if all values above
-  /// it are so as well and all below it darker: what a palette in the order of its grays has.
+  /// it are so as well and all below it darker: as in a palette sorted by gray.
   std::optional<std::uint8_t> FirstValueFrom(std::uint8_t level) const;
 
   /// The levels of the whole source; nothing when out of memory.
@@ -44,7 +44,7 @@ class GrayRows final : public GrayReader {
  private:
   std::uint64_t size() const { return std::uint64_t{width()} * height(); }
   Histogram CountIndexedLevels() const;
-  /// Converts a row and counts its levels. Meanwhile the memory has time to bring the next row.
+  /// Converts a row and counts its levels. Meanwhile the next row is prefetched.
   void ConvertToGrayWithHistogram(std::uint32_t y, std::uint8_t* gray, LevelCounter& counter) const;
 
   ImageView source_;

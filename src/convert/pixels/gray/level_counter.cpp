@@ -4,7 +4,7 @@ namespace pixtola {
 
 namespace {
 
-/// Below, clearing and folding the counters of pairs costs more than they save.
+/// Below this, clearing and folding the counters of pairs costs more than they save.
 constexpr std::uint64_t kFewestPixelsForPairs = 1 << 18;
 
 }  // namespace

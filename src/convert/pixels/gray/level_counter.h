@@ -12,7 +12,7 @@ namespace pixtola {
 
 class LevelCounter {
  public:
-  /// `pixels` is how many there will be in all: what is worth its work memory depends on it.
+  /// `pixels` is how many there will be in all: whether work memory pays off depends on it.
   explicit LevelCounter(std::uint64_t pixels);
 
   void Add(const std::uint8_t* values, std::uint64_t count) {

@@ -59,7 +59,7 @@ std::uint8_t OtsuThreshold(const Histogram* histogram) {
   if (total == 0) return kThresholdWithoutPixels;
   const double mean = weighted / static_cast<double>(total);  // of level + 1
   if (levels == 2) return static_cast<std::uint8_t>(mean);
-  // A flat image turns out all white from level 127 on and all black below.
+  // A flat image comes out all white from level 127 on and all black below.
   if (levels == 1) return static_cast<std::uint8_t>(mean >= 128.0 ? mean - 1.0 : mean + 1.0);
   return BestSeparation(*histogram, total, weighted);
 }

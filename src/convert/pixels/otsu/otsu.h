@@ -10,7 +10,7 @@
 
 namespace pixtola {
 
-/// The level from which on a pixel is white. 128 for a null or empty histogram.
+/// The lowest level at which a pixel is white. 128 for a null or empty histogram.
 std::uint8_t OtsuThreshold(const Histogram* histogram);
 
 /// Sets the bit of every pixel with gray >= threshold in an image of 1 bit per pixel. Writes

@@ -9,8 +9,8 @@ namespace pixtola {
 struct PackKernels {
   const char* target;  ///< the instruction set; "plain" for the definition
 
-  /// Writes ceil(width / 8) bytes: the bits of the pixels with gray >= threshold are set, the
-  /// leftmost pixel's in the most significant place; what is left of the last byte is 0.
+  /// Writes ceil(width / 8) bytes: the bits of the pixels with gray >= threshold are set, the most
+  /// significant one for the leftmost pixel; the rest of the last byte is 0.
   void (*row)(std::uint8_t threshold, const std::uint8_t* gray, std::uint32_t width,
               std::uint8_t* destination);
 };

@@ -20,8 +20,8 @@ const PackKernels& Kernels() { return kPlainPackKernels; }
 
 namespace hn = hwy::HWY_NAMESPACE;
 
-/// Mask bits come with the first lane in the least significant place: reversing the pixels of each
-/// byte puts the leftmost in the most significant one.
+/// Masks have the first lane in the least significant bit: reversing the pixels of each byte puts
+/// the leftmost in the most significant one.
 template <class D, class V = hn::Vec<D>>
 HWY_INLINE V ReverseEights(D d, V pixels) {
   alignas(16) static constexpr std::uint8_t kOrder[16] = {7,  6,  5,  4,  3,  2,  1, 0,

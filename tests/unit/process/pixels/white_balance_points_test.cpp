@@ -1,4 +1,4 @@
-// The clip count and the rule for the points, by hand-made counts.
+// The clip count and the rule for the points, checked with hand-made counts.
 #include "process/pixels/white_balance_points.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-// The search for the points against the rule: with whatever it knows, it decides as the rule or not
+// The search for the points against the rule: whatever it knows, it decides as the rule does or not
 // at all.
 #include "process/pixels/white_balance_search.h"
 

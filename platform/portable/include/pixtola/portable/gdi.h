@@ -29,7 +29,7 @@ struct RGBQUAD {
 struct BITMAPINFOHEADER {
   DWORD biSize;  ///< bytes of the header, at least 40; the colour table follows them
   LONG biWidth;
-  LONG biHeight;  ///< negative: the rows run from the top down
+  LONG biHeight;  ///< negative: top-down
   WORD biPlanes;
   WORD biBitCount;
   DWORD biCompression;
@@ -73,19 +73,19 @@ extern "C" {
 PIXTOLA_PLATFORM_API HBITMAP WINAPI CreateDIBSection(HDC device, const BITMAPINFO* info, UINT usage,
                                                      void** bits, HANDLE section, DWORD offset);
 /// Fills a BITMAP or, when `size` has room for it, a DIBSECTION. Returns the bytes written, with
-/// `object` null those of a BITMAP, 0 for what is no bitmap.
+/// `object` null those of a BITMAP, 0 for what is not a bitmap.
 PIXTOLA_PLATFORM_API int WINAPI GetObjectW(HANDLE handle, int size, LPVOID object);
-/// FALSE for what is no bitmap, or is none any more.
+/// FALSE for what is not a bitmap, or no longer one.
 PIXTOLA_PLATFORM_API BOOL WINAPI DeleteObject(HGDIOBJ object);
 
 /// The screen's device context; there are no windows, so `window` does not matter.
 PIXTOLA_PLATFORM_API HDC WINAPI GetDC(HWND window);
-/// 1, or 0 for what is no device context of GetDC.
+/// 1, or 0 for what is not a device context of GetDC.
 PIXTOLA_PLATFORM_API int WINAPI ReleaseDC(HWND window, HDC device);
 /// A device context to measure text on, 96 dots per inch. `device` may be null. Null when out of
-/// memory or when `device` is no device context. The caller frees it with DeleteDC.
+/// memory or when `device` is not a device context. The caller frees it with DeleteDC.
 PIXTOLA_PLATFORM_API HDC WINAPI CreateCompatibleDC(HDC device);
-/// FALSE for what is no device context of CreateCompatibleDC, or is none any more.
+/// FALSE for what is not a device context of CreateCompatibleDC, or no longer one.
 PIXTOLA_PLATFORM_API BOOL WINAPI DeleteDC(HDC device);
 
 }  // extern "C"

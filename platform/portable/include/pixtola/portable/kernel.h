@@ -1,5 +1,5 @@
-// The kernel's calls: blocks of global memory, modules and their resources, critical sections,
-// deletion of files.
+// Calls of the Windows kernel: blocks of global memory, modules and their resources, critical
+// sections, deletion of files.
 #ifndef PIXTOLA_PORTABLE_KERNEL_H_
 #define PIXTOLA_PORTABLE_KERNEL_H_
 
@@ -18,13 +18,13 @@ using HINSTANCE = HMODULE;
 struct HRSRC__;
 using HRSRC = HRSRC__*;
 
-/// An integer id in the place of a resource's name or type.
+/// An integer id instead of a resource's name or type.
 #define MAKEINTRESOURCEW(id) \
   (reinterpret_cast<const WCHAR*>(static_cast<ULONG_PTR>(static_cast<WORD>(id))))
 /// Whether a name or type is an integer id.
 #define IS_INTRESOURCE(name) ((reinterpret_cast<ULONG_PTR>(name) >> 16) == 0)
 
-/// Entered any number of times by the thread that holds it; the contents are the platform's.
+/// The thread that holds it may enter it any number of times; the contents are the platform's.
 struct CRITICAL_SECTION {
   alignas(std::max_align_t) unsigned char storage[64];
 };
@@ -36,13 +36,13 @@ extern "C" {
 
 /// Null when out of memory. The contents are undefined unless GMEM_ZEROINIT is given.
 PIXTOLA_PLATFORM_API HGLOBAL WINAPI GlobalAlloc(UINT flags, SIZE_T size);
-/// Changes the size and keeps the contents; null, with the block as it was, when that cannot be
-/// done. A block that is fixed or locked moves only when GMEM_MOVEABLE is given. Movable blocks
-/// keep room for growth: to grow one in many small steps costs no more than to grow it at once.
+/// Changes the size and keeps the contents; null, with the block as it was, when that fails. A
+/// block that is fixed or locked moves only when GMEM_MOVEABLE is given. Movable blocks keep room
+/// for growth: to grow one in many small steps costs no more than to grow it at once.
 PIXTOLA_PLATFORM_API HGLOBAL WINAPI GlobalReAlloc(HGLOBAL memory, SIZE_T size, UINT flags);
 /// Returns null; `memory` itself when it cannot be freed.
 PIXTOLA_PLATFORM_API HGLOBAL WINAPI GlobalFree(HGLOBAL memory);
-/// The address of a block, valid until as many calls of GlobalUnlock. Null for a block of no size.
+/// The address of a block, valid until as many calls of GlobalUnlock. Null for a block of size 0.
 PIXTOLA_PLATFORM_API LPVOID WINAPI GlobalLock(HGLOBAL memory);
 /// TRUE while locks remain.
 PIXTOLA_PLATFORM_API BOOL WINAPI GlobalUnlock(HGLOBAL memory);
@@ -60,7 +60,7 @@ PIXTOLA_PLATFORM_API HMODULE WINAPI GetModuleHandleW(LPCWSTR name);
 PIXTOLA_PLATFORM_API HRSRC WINAPI FindResourceW(HMODULE module, LPCWSTR name, LPCWSTR type);
 /// Bytes; 0 for null.
 PIXTOLA_PLATFORM_API DWORD WINAPI SizeofResource(HMODULE module, HRSRC resource);
-/// For LockResource alone: this is no block of global memory. Null for null.
+/// For LockResource only: this is not a block of global memory. Null for null.
 PIXTOLA_PLATFORM_API HGLOBAL WINAPI LoadResource(HMODULE module, HRSRC resource);
 /// The bytes of a loaded resource, which live as long as its module. Null for null.
 PIXTOLA_PLATFORM_API LPVOID WINAPI LockResource(HGLOBAL resource);
@@ -74,7 +74,7 @@ PIXTOLA_PLATFORM_API void WINAPI LeaveCriticalSection(CRITICAL_SECTION* section)
 /// The section must not be held.
 PIXTOLA_PLATFORM_API void WINAPI DeleteCriticalSection(CRITICAL_SECTION* section);
 
-/// FALSE when there is no such file, when it is a folder or must not be deleted.
+/// FALSE when there is no such file, when it is a folder, or when it must not be deleted.
 PIXTOLA_PLATFORM_API BOOL WINAPI DeleteFileW(LPCWSTR path);
 
 }  // extern "C"

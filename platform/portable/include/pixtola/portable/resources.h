@@ -1,4 +1,4 @@
-// How embedded files come into a module. pixtola_embed_resources of PixtolaResources.cmake writes
+// How embedded files get into a module. pixtola_embed_resources of PixtolaResources.cmake writes
 // the source that uses this; nobody else needs to.
 #ifndef PIXTOLA_PORTABLE_RESOURCES_H_
 #define PIXTOLA_PORTABLE_RESOURCES_H_

@@ -24,16 +24,16 @@ PIXTOLA_PLATFORM_API std::FILE* _wfsopen(const wchar_t* path, const wchar_t* mod
 
 /// Splits a path at its last '/' and at the last '.' of what follows: the folder with its '/', the
 /// name, the extension with its '.'. There are no drives: that part is empty. A part that is not
-/// wanted is null with size 0. Sizes count characters with the closing zero. EINVAL for a null path
-/// or a part of which one is zero and the other not, ERANGE when a part does not fit; all parts are
-/// empty then.
+/// wanted is null with size 0. Sizes count characters with the terminating zero. EINVAL for a null
+/// path or a part of which one is zero and the other not, ERANGE when a part does not fit; all
+/// parts are empty then.
 PIXTOLA_PLATFORM_API errno_t _wsplitpath_s(const wchar_t* path, wchar_t* drive,
                                            std::size_t drive_size, wchar_t* folder,
                                            std::size_t folder_size, wchar_t* name,
                                            std::size_t name_size, wchar_t* extension,
                                            std::size_t extension_size);
 
-/// As wcscmp, the letters A to Z taken as a to z.
+/// As wcscmp, with the letters A to Z taken as a to z.
 PIXTOLA_PLATFORM_API int _wcsicmp(const wchar_t* a, const wchar_t* b);
 /// The same for at most `count` characters.
 PIXTOLA_PLATFORM_API int _wcsnicmp(const wchar_t* a, const wchar_t* b, std::size_t count);

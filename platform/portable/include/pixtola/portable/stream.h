@@ -32,7 +32,7 @@ struct STATSTG {
   DWORD reserved;
 };
 
-// The order of the operations is binary contract.
+// The order of the operations is part of the binary interface.
 class IUnknown {
  public:
   virtual HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) = 0;

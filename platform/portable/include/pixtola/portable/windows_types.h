@@ -12,7 +12,7 @@
 
 #define PIXTOLA_PLATFORM_API __attribute__((visibility("default")))
 
-// Calling conventions, of which there is one.
+// Calling conventions, of which there is only one.
 #define WINAPI
 #define STDMETHODCALLTYPE
 

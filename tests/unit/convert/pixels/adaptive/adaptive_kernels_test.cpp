@@ -1,5 +1,5 @@
-// The plain steps of the adaptive conversion, and the windows derived from cells, by values that
-// follow from their rules.
+// The plain steps of the adaptive conversion, and the windows derived from cells, checked by values
+// that follow from their rules.
 #include "convert/pixels/adaptive/adaptive_kernels.h"
 
 #include <gtest/gtest.h>

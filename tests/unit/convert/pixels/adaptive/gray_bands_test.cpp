@@ -1,4 +1,4 @@
-// The kept rows of a gray image: each is read once and in order, and followed by what runs on.
+// The kept rows of a gray image: each is read once and in order, and followed by its run-on.
 #include "convert/pixels/adaptive/gray_bands.h"
 
 #include <gtest/gtest.h>

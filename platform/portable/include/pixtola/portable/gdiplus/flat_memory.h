@@ -10,7 +10,7 @@ namespace Gdiplus {
 namespace DllExports {
 extern "C" {
 
-// Memory of the wrapper objects. GdipAlloc returns null when there is none; GdipFree takes null.
+// Memory of the wrapper objects. GdipAlloc returns null when out of memory; GdipFree takes null.
 PIXTOLA_PLATFORM_API void* GdipAlloc(std::size_t size);
 PIXTOLA_PLATFORM_API void GdipFree(void* memory);
 

@@ -1,4 +1,4 @@
-// The start and the end of GDI+.
+// The startup and shutdown of GDI+.
 #ifndef PIXTOLA_PORTABLE_GDIPLUS_STARTUP_H_
 #define PIXTOLA_PORTABLE_GDIPLUS_STARTUP_H_
 
