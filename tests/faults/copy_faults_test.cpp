@@ -217,7 +217,7 @@ TEST(PxtCopyBitmap, MakesBlackAndWhiteOfOneBitImagesWhosePaletteCannotBeHad) {
 }
 
 /// What may come of copying a bitmap of 200 x 300 dots per inch that is disturbed: its rows are
-/// copied directly, or without the palette that there is no memory for.
+/// copied directly, or without its palette when out of memory for that.
 std::vector<Picture> PossibleCopies(Gdiplus::Bitmap& bitmap) {
   const Picture picture = PictureOf(bitmap);
   if (!IsIndexed(picture.format)) return {};

@@ -52,7 +52,7 @@ class OpeningUnderFaults : public testing::Test {
     return PxtOpenImageFile(path, bitmap);
   }
 
-  /// For the next file: libtiff for Windows leaves one open when it has no memory for the name.
+  /// For the next file: libtiff for Windows leaves one open when out of memory for the name.
   void UseNewName() {
     path_ = folder_ / ("a name that takes memory of its own " + std::to_string(next_file_++));
     wide_path_ = path_.wstring();
@@ -91,7 +91,7 @@ class OpeningUnderFaults : public testing::Test {
     if (undisturbed == nullptr) return 0;
     const Picture picture = PictureOf(*undisturbed);
     const Colors colors = ColorsOf(*undisturbed);
-    // A palette that there is no memory for counts as none.
+    // Out of memory for the palette, there is none.
     const Colors without_palette =
         (picture.format & PixelFormatIndexed) != 0 ? ColorsOf(WithoutPalette(picture)) : colors;
     int failures = 0;

@@ -117,13 +117,13 @@ TEST_F(TiffWriterUnderFaults, WritesAPageOrTellsOfFailureWithoutMemory) {
       ForEveryFault(
           Fault::kAllocation,
           [&](FaultPlan& plan) {
-            // libtiff for Windows leaves a file open when it has no memory for the name.
+            // libtiff for Windows leaves a file open when out of memory for the name.
             UseNewName();
             const int result = plan.Run([&] { return Write(bitmap, type); });
             failures += result == 0 ? 1 : 0;
             EXPECT_TRUE(result == 1 || plan.HasFired());
             if (result == 0 || ReadWholeFile(path_) == whole) return;
-            // Only a directory that there is no memory for goes unnoticed.
+            // Only a directory for which it is out of memory goes unnoticed.
             EXPECT_TRUE(plan.HasFired());
             EXPECT_EQ(ReadTiffFile(wide_path_.c_str(), 0), nullptr);
           },

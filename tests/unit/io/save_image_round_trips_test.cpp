@@ -283,14 +283,14 @@ TEST_F(SavedAndOpened, AColourScanIsAGroup3FaxPage) {
   ASSERT_NE(scan, nullptr);
   ASSERT_EQ(scan->SetResolution(204, 196), Gdiplus::Ok);
 
-  // What the page is on its way: one bit per pixel, dithered, with the scan's resolution.
-  BitmapPointer dithered;
-  ASSERT_EQ(PxtBitmapToBitmap(MethodBilevelDiffusion, *scan, Receive(dithered)), 1);
-  EXPECT_EQ(dithered->GetPixelFormat(), k1);
-  EXPECT_EQ(PaletteOf(*dithered), (std::vector<Gdiplus::ARGB>{0xFF000000, 0xFFFFFFFF}));
-  EXPECT_NEAR(dithered->GetHorizontalResolution(), 204, kDpiTolerance);
-  EXPECT_NEAR(dithered->GetVerticalResolution(), 196, kDpiTolerance);
-  const Bytes bits = PixelsOf(*dithered);
+  // What the page is on its way: one bit per pixel, diffused, with the scan's resolution.
+  BitmapPointer diffused;
+  ASSERT_EQ(PxtBitmapToBitmap(MethodBilevelDiffusion, *scan, Receive(diffused)), 1);
+  EXPECT_EQ(diffused->GetPixelFormat(), k1);
+  EXPECT_EQ(PaletteOf(*diffused), (std::vector<Gdiplus::ARGB>{0xFF000000, 0xFFFFFFFF}));
+  EXPECT_NEAR(diffused->GetHorizontalResolution(), 204, kDpiTolerance);
+  EXPECT_NEAR(diffused->GetVerticalResolution(), 196, kDpiTolerance);
+  const Bytes bits = PixelsOf(*diffused);
 
   ASSERT_EQ(PxtSaveBitmapToFile(scan.get(), PxtFileTypeTiffGroup3, path_.wstring().c_str()), 1);
   EXPECT_EQ(scan->GetLastStatus(), Gdiplus::Ok);
