@@ -99,8 +99,19 @@ ZeroExtendedCopy CopyZeroExtended(const ImageView& source, const Window& window,
   return {std::move(bytes), stride};
 }
 
+/// The palette is only looked at when the method will not refuse the two images.
+int CallWorker(Worker worker, const ImageView& source, const Gdiplus::ColorPalette* palette,
+               const MutableImageView& destination) {
+  std::optional<GrayLookup> lookup;
+  if (source.bits_per_pixel == 8 && palette != nullptr &&
+      AreConversionArgumentsValid(source, destination)) {
+    lookup = MakeGrayLookup(*palette);
+  }
+  return worker(source, lookup ? &*lookup : nullptr, destination);
+}
+
 int RunMethod(Worker worker, const ImageView& source, const Window& window,
-              const GrayLookup* lookup, const MutableImageView& destination) {
+              const Gdiplus::ColorPalette* palette, const MutableImageView& destination) {
   if (window.width == 0 || window.height == 0) return 0;
   // The size is reported in 32 bits; a buffer of that size would be too small for such an image.
   if (std::uint64_t{window.height} * static_cast<std::uint64_t>(destination.stride) > UINT32_MAX) {
@@ -115,7 +126,7 @@ int RunMethod(Worker worker, const ImageView& source, const Window& window,
   part.height = window.height;
   if (end <= SizeOf(source)) {
     part.first_row += window.offset;
-    return worker(part, lookup, destination);
+    return CallWorker(worker, part, palette, destination);
   }
   // The method's own checks see the caller's stride first: a copy must not mend what they refuse.
   if (!HasValidStride(part)) return 0;
@@ -123,7 +134,7 @@ int RunMethod(Worker worker, const ImageView& source, const Window& window,
   if (copy.bytes == nullptr) return 0;
   part.first_row = copy.bytes.get();
   part.stride = copy.stride;
-  return worker(part, lookup, destination);
+  return CallWorker(worker, part, palette, destination);
 }
 
 }  // namespace
@@ -164,10 +175,7 @@ int PxtBytesRectToBytes(PxtConversionMethod method, const uint8_t* source, RECT*
   // whatever the source's stride and depth.
   const std::uint32_t offset =
       static_cast<std::uint32_t>(rect->left) + static_cast<std::uint32_t>(rect->top) * rect_width;
-  std::optional<GrayLookup> lookup;
-  if (source_bits_per_pixel == 8 && palette != nullptr) lookup = MakeGrayLookup(*palette);
-  return RunMethod(chosen.worker, image, {offset, rect_width, rect_height},
-                   lookup ? &*lookup : nullptr,
+  return RunMethod(chosen.worker, image, {offset, rect_width, rect_height}, palette,
                    {destination, rect_width, rect_height, *destination_stride,
                     BitsPerPixel(chosen.output_format)});
 }

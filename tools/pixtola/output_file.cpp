@@ -46,13 +46,12 @@ OutputFile::OutputFile(const std::string& path) : path_(path), target_path_(Foll
     throw Failure("Cannot write " + Quoted(path) + ": it is not a regular file.");
   }
   if (exists && ::access(target_path_.c_str(), W_OK) != 0) FailToWrite(path, errno);
+  if (exists) permissions_ = target.st_mode & 0777;
   CreateTemporary(exists);
 }
 
 void OutputFile::CreateTemporary(bool replaces_file) {
   const std::filesystem::path folder = std::filesystem::path(target_path_).parent_path();
-  // The system applies the umask. A file that replaces another is private until it has that file's
-  // permissions.
   const mode_t permissions = replaces_file ? 0600 : 0666;
   std::random_device random;
   const SignalsHeldBack held_back;  // until a signal would find the file
@@ -68,6 +67,12 @@ void OutputFile::CreateTemporary(bool replaces_file) {
     temporary_path_ = path;
     wide_temporary_path_ = *wide;
     removal_.Begin(temporary_path_.c_str());
+    // The system has taken off what the umask says. Until it is whole, the file is nobody else's.
+    struct stat created {};
+    if (!replaces_file && ::fstat(descriptor, &created) == 0) {
+      permissions_ = created.st_mode & 0777;
+    }
+    (void)!::fchmod(descriptor, 0600);
     return;
   }
   FailToWrite(path_, EEXIST);
@@ -99,6 +104,8 @@ void OutputFile::Commit() {
         permissions &= ~mode_t{070};
     }
     (void)!::fchmod(descriptor_, permissions);
+  } else {
+    (void)!::fchmod(descriptor_, permissions_);
   }
   if (::rename(temporary_path_.c_str(), target_path_.c_str()) != 0) FailToWrite(path_, errno);
   removal_.End();

@@ -3,6 +3,8 @@
 #ifndef PIXTOLA_TOOL_OUTPUT_FILE_H_
 #define PIXTOLA_TOOL_OUTPUT_FILE_H_
 
+#include <sys/types.h>
+
 #include <string>
 
 #include "removal_on_signal.h"
@@ -36,7 +38,8 @@ class OutputFile {
   std::string temporary_path_;
   RemovalOnSignal removal_;
   std::wstring wide_temporary_path_;
-  int descriptor_ = -1;  ///< of the temporary file, wherever its name leads meanwhile
+  mode_t permissions_ = 0600;  ///< for the file when nothing is in its place
+  int descriptor_ = -1;        ///< of the temporary file, wherever its name leads meanwhile
 };
 
 }  // namespace pixtola::tool

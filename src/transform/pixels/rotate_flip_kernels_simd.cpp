@@ -112,23 +112,26 @@ HWY_INLINE hn::Vec<D> ReverseFivePixels(D d, hn::Vec<D> v) {
 
 /// Five pixels a step. The vector has room for one more byte; what lands there is overwritten by
 /// the next step, so at least one pixel must be left. The next row is `next_row` bytes away.
-HWY_INLINE void MirrorRow24(const std::uint8_t* from, std::uint32_t count, std::uint8_t* to,
+HWY_INLINE void MirrorRow24(const std::uint8_t* from, std::size_t count, std::uint8_t* to,
                             std::ptrdiff_t next_row) {
   const SixteenBytes d;
   for (; count > 5; count -= 5, to += 15) {
-    const std::uint8_t* const pixels = from + (std::size_t{count} * 3 - 16);
+    const std::uint8_t* const pixels = from + (count * 3 - 16);
     hwy::Prefetch(pixels + next_row);
     hn::StoreU(ReverseFivePixels(d, hn::LoadU(d, pixels)), d, to);
   }
-  kPlainRotateFlipKernels.mirror[2]({from, count, 1, 0, 24}, {to, count, 1, 0, 24});
+  for (; count != 0; --count, to += 3) hwy::CopyBytes<3>(from + (count - 1) * 3, to);
 }
 
 void Mirror24(const ImageView& source, const MutableImageView& destination) {
-  for (std::uint32_t y = 0; y < source.height; ++y) {
+  const std::size_t width = source.width;
+  const std::uint32_t height = source.height;
+  const std::ptrdiff_t stride = source.stride;
+  for (std::uint32_t y = 0; y < height; ++y) {
     // Processors expect a row that is read backwards to continue at the addresses below its start.
     // That is right when the rows run upwards in memory, and wrong when they run downwards.
-    const bool is_foreseen = source.stride < 0 || y + 1 == source.height;
-    MirrorRow24(source.Row(y), source.width, destination.Row(y), is_foreseen ? 0 : source.stride);
+    const bool is_foreseen = stride < 0 || y + 1 == height;
+    MirrorRow24(source.Row(y), width, destination.Row(y), is_foreseen ? 0 : stride);
   }
 }
 
@@ -307,20 +310,25 @@ template <std::size_t kBytes, std::size_t kBlocks, class D>
 void TransposeTiles(D d, const ImageView& source, const MutableImageView& destination) {
   constexpr std::size_t kColumns = kBlockPixels<kBytes> * kBlocks;
   constexpr std::size_t kRows = kVectorPixels<kBytes, D>;
+  // Copies, since the bytes that are written could otherwise be those of the views.
   const std::size_t width = source.width;
   const std::size_t height = source.height;
+  const std::ptrdiff_t source_stride = source.stride;
+  const std::ptrdiff_t destination_stride = destination.stride;
+  const std::uint8_t* const source_row = source.first_row;
+  std::uint8_t* const destination_row = destination.first_row;
   for (std::size_t top = 0; top < height; top += kBandRows) {
     const std::size_t bottom = HWY_MIN(top + kBandRows, height);
     for (std::size_t left = 0; left < width; left += kColumns) {
       const std::size_t x = HWY_MIN(left, width - kColumns);
-      const std::uint8_t* const from = source.first_row + x * kBytes;
-      std::uint8_t* const to = destination.Row(static_cast<std::uint32_t>(x));
+      const std::uint8_t* const from = source_row + x * kBytes;
+      std::uint8_t* const to = RowAt(destination_row, destination_stride, x);
       const std::size_t next_columns = left + kColumns < width ? kColumns * kBytes : 0;
       for (std::size_t row = top; row < bottom; row += kRows) {
         const std::size_t y = HWY_MIN(row, height - kRows);
-        PrefetchRows(from, source.stride, y, kRows, top, bottom, next_columns);
-        TransposeTile<kBytes, kBlocks>(d, RowAt(from, source.stride, y), source.stride,
-                                       to + y * kBytes, destination.stride);
+        PrefetchRows(from, source_stride, y, kRows, top, bottom, next_columns);
+        TransposeTile<kBytes, kBlocks>(d, RowAt(from, source_stride, y), source_stride,
+                                       to + y * kBytes, destination_stride);
       }
     }
   }

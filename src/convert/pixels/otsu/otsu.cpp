@@ -78,12 +78,16 @@ int PackByThreshold(std::uint8_t threshold, const ImageView& gray,
 }
 
 void CopyBilevelRows(const ImageView& source, const MutableImageView& destination) {
+  const auto source_stride = static_cast<std::size_t>(source.stride);
   const auto stride = static_cast<std::size_t>(destination.stride);
-  const std::size_t copied = std::min(static_cast<std::size_t>(source.stride), stride);
-  for (std::uint32_t y = 0; y < destination.height; ++y) {
-    std::uint8_t* row = destination.Row(y);
-    std::memcpy(row, source.Row(y), copied);
-    std::memset(row + copied, 0, stride - copied);
+  const std::size_t copied = std::min(source_stride, stride);
+  const std::uint8_t* from = source.first_row;
+  std::uint8_t* to = destination.first_row;
+  for (std::uint32_t left = destination.height; left != 0; --left) {
+    std::memcpy(to, from, copied);
+    std::memset(to + copied, 0, stride - copied);
+    from += source_stride;
+    to += stride;
   }
 }
 
