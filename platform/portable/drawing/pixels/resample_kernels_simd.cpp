@@ -83,7 +83,14 @@ class BlockFilter {
   void AddChunk(std::size_t count) {
     const std::size_t end = HWY_MIN(end_ + count + kOverlap, samples_);
     std::int16_t* const chunk = chunk_ + kResampleSlack;
+    const std::size_t next_end = HWY_MIN(end + kResampleChunk, samples_);
+    std::uint32_t tap = rows_[0].first;
     for (std::uint32_t y = 0; y < row_count_; ++y) {
+      // The taps that the row above does not have.
+      tap = HWY_MAX(tap, rows_[y].first);
+      const std::uint32_t behind = rows_[y].first + rows_[y].count;
+      PrefetchRows(block_.source + tap, behind - tap, end, next_end);
+      tap = behind;
       FilterVertically<Columns>(block_.source + rows_[y].first, rows_[y], end_, end, samples_,
                                 chunk + y * kChunkStride);
     }

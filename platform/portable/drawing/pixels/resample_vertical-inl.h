@@ -7,6 +7,7 @@
 #define PIXTOLA_PORTABLE_RESAMPLE_VERTICAL_INL_H_
 #endif
 
+#include <hwy/cache_control.h>
 #include <hwy/highway.h>
 
 #include <cstddef>
@@ -105,6 +106,17 @@ void FilterVertically(const typename Columns::Sample* const* rows, const Resampl
     // Up to a vector left of out[0] there is room.
     x = limit - Columns::kColumns;
     Columns::Filter(rows, taps, x, out + x - begin);
+  }
+}
+
+/// Asks for samples `begin` to `end` of the rows, which are needed soon: the rows of a block are too
+/// many for the processor to see by itself where it goes on.
+template <typename Sample>
+HWY_INLINE void PrefetchRows(const Sample* const* rows, std::uint32_t count, std::size_t begin,
+                             std::size_t end) {
+  constexpr std::size_t kLine = 64 / sizeof(Sample);
+  for (std::uint32_t y = 0; y < count; ++y) {
+    for (std::size_t x = begin; x < end; x += kLine) hwy::Prefetch(rows[y] + x);
   }
 }
 
