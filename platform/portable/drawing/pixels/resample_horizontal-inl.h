@@ -86,48 +86,25 @@ HWY_INLINE void StoreBatch(const std::int32_t* levels, std::uint8_t* rows, std::
   }
 }
 
-/// Collects levels, and writes them as bytes when there are enough.
-class ByteRows {
- public:
-  ByteRows(std::uint8_t* rows, std::size_t stride, std::uint32_t row_count)
-      : rows_(rows), stride_(stride), row_count_(row_count) {}
+/// Pixels whose levels are kept until they become bytes: whole batches for any number of channels.
+constexpr std::uint32_t kPixels = kBatch;
 
-  /// Where the levels of the next pixel go.
-  HWY_INLINE std::int32_t* Next() { return levels_ + count_ * kRows; }
-
-  HWY_INLINE void Added(std::size_t samples) {
-    count_ += samples;
-    if (count_ < kBatch) return;
-    if (row_count_ == kRows) {
-      StoreBatch(levels_, rows_, stride_);
-    } else {
-      StorePart(kBatch);
+/// Writes what the levels of `samples` samples of each row are as bytes.
+HWY_INLINE void StoreRows(const std::int32_t* levels, std::size_t samples, std::uint8_t* rows,
+                          std::size_t stride, std::uint32_t row_count) {
+  for (std::size_t x = 0; x < samples; x += kBatch, levels += kBatch * kRows, rows += kBatch) {
+    if (row_count == kRows && samples - x >= kBatch) {
+      StoreBatch(levels, rows, stride);
+      continue;
     }
-    rows_ += kBatch;
-    count_ -= kBatch;
-    // Of the last pixel up to 3 levels may be left.
-    for (std::size_t i = 0; i < count_; ++i) {
-      hn::StoreU(hn::LoadU(Sums(), levels_ + (kBatch + i) * kRows), Sums(), levels_ + i * kRows);
-    }
-  }
-
-  void Finish() { StorePart(count_); }
-
- private:
-  void StorePart(std::size_t count) {
     alignas(32) std::uint8_t bytes[kRows * kBatch];
-    StoreBatch(levels_, bytes, kBatch);
-    for (std::uint32_t y = 0; y < row_count_; ++y) {
-      std::memcpy(rows_ + y * stride_, bytes + y * kBatch, count);
+    StoreBatch(levels, bytes, kBatch);
+    const std::size_t count = HWY_MIN(samples - x, kBatch);
+    for (std::uint32_t y = 0; y < row_count; ++y) {
+      std::memcpy(rows + y * stride, bytes + y * kBatch, count);
     }
   }
-
-  std::uint8_t* rows_;
-  std::size_t stride_;
-  std::uint32_t row_count_;
-  std::size_t count_ = 0;
-  alignas(32) std::int32_t levels_[(kBatch + 4) * kRows] = {};
-};
+}
 
 #endif
 

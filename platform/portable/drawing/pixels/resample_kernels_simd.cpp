@@ -14,6 +14,7 @@
 #include <cstddef>
 #include <cstring>
 
+#include "drawing/pixels/resample_alpha-inl.h"
 #include "drawing/pixels/resample_horizontal-inl.h"
 #include "drawing/pixels/resample_kernels.h"
 #include "drawing/pixels/resample_vertical-inl.h"
@@ -41,7 +42,7 @@ class BlockFilter {
         row_count_(row_count),
         samples_(std::size_t{block.source_width} * kChannels),
         capacity_(std::size_t{block.longest_run} * kChannels + kResampleChunk),
-        bytes_(block.destination + first_row * block.stride, block.stride, row_count) {
+        destination_(block.destination + first_row * block.stride) {
     const auto address = reinterpret_cast<std::uintptr_t>(block.work);
     std::uint8_t* const work = block.work + (64 - address % 64) % 64;
     chunk_ = reinterpret_cast<std::int16_t*>(work);
@@ -52,19 +53,40 @@ class BlockFilter {
   }
 
   void Run() {
-    std::size_t first = std::size_t{block_.columns[0].first} * kChannels;
-    begin_ = end_ = first;
-    for (std::uint32_t x = 0; x < block_.column_count; ++x) {
-      const ResampleTaps& taps = block_.columns[x];
-      first = std::size_t{taps.first} * kChannels;
-      if (end_ < first + std::size_t{taps.count} * kChannels) MoveTo(first);
-      FilterPixel<kChannels>(pairs_ + (first - begin_) * kRows, taps, bytes_.Next());
-      bytes_.Added(kChannels);
+    alignas(32) std::int32_t levels[kPixels * kChannels * kRows] = {};
+    begin_ = end_ = FirstOf(0);
+    std::uint8_t* rows = destination_;
+    for (std::uint32_t x = 0; x < block_.column_count; x += kPixels) {
+      const std::uint32_t count = HWY_MIN(block_.column_count - x, kPixels);
+      for (std::uint32_t i = 0; i < count;)
+        i += FilterPixels(x + i, count - i, levels + i * kChannels * kRows);
+      StoreRows(levels, std::size_t{count} * kChannels, rows, block_.stride, row_count_);
+      rows += kPixels * kChannels;
     }
-    bytes_.Finish();
   }
 
  private:
+  std::size_t FirstOf(std::uint32_t x) const {
+    return std::size_t{block_.columns[x].first} * kChannels;
+  }
+  std::size_t EndOf(std::uint32_t x) const {
+    return FirstOf(x) + std::size_t{block_.columns[x].count} * kChannels;
+  }
+
+  /// The levels of up to `count` pixels, as many as there are pairs for; at least of one.
+  std::uint32_t FilterPixels(std::uint32_t x, std::uint32_t count, std::int32_t* levels) {
+    if (end_ < EndOf(x)) MoveTo(FirstOf(x));
+    while (end_ < EndOf(x + count - 1)) --count;
+    const ResampleTaps* taps = block_.columns + x;
+    const std::int32_t* const pairs = pairs_;
+    const std::size_t begin = begin_;
+    for (std::uint32_t i = 0; i < count; ++i, ++taps, levels += kChannels * kRows) {
+      const std::size_t first = std::size_t{taps->first} * kChannels;
+      FilterPixel<kChannels>(pairs + (first - begin) * kRows, *taps, levels);
+    }
+    return count;
+  }
+
   /// Makes the pairs of all columns from `first` on that there is room for.
   void MoveTo(std::size_t first) {
     if (first < end_) {
@@ -103,11 +125,11 @@ class BlockFilter {
   std::uint32_t row_count_;
   std::size_t samples_;   ///< of a source row
   std::size_t capacity_;  ///< columns that pairs_ has room for, but for the slack
-  std::int16_t* chunk_;   ///< intermediates, row by row
-  std::int32_t* pairs_;   ///< of columns begin_ to end_
+  std::uint8_t* destination_;
+  std::int16_t* chunk_;  ///< intermediates, row by row
+  std::int32_t* pairs_;  ///< of columns begin_ to end_
   std::size_t begin_ = 0;
   std::size_t end_ = 0;
-  ByteRows bytes_;
 };
 
 template <class Columns, std::uint32_t kChannels>
@@ -144,9 +166,9 @@ const ResampleKernels& Kernels() {
       .target = hwy::TargetName(HWY_TARGET),
       .block = Block,
       .fine_block = FineBlock,
-      .is_opaque = kPlainResampleKernels.is_opaque,
-      .premultiply = kPlainResampleKernels.premultiply,
-      .limit_to_alpha = kPlainResampleKernels.limit_to_alpha,
+      .is_opaque = IsOpaque,
+      .premultiply = Premultiply,
+      .limit_to_alpha = LimitToAlpha,
   };
   return kernels;
 }

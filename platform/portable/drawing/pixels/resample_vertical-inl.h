@@ -21,42 +21,35 @@ namespace {
 
 #if HWY_TARGET != HWY_SCALAR
 
-/// Intermediates of one destination row: kColumns of them from sample x on.
+/// A vector of sums of bytes has as many columns as four vectors of sums, one of words half of
+/// them.
 struct ByteColumns {
   using Sample = std::uint8_t;
   static constexpr std::size_t kColumns = kRows * 4;
+  static constexpr std::uint32_t kFractionBits = kResampleFractionBits;
+  static constexpr std::size_t kVectors = 4;
 
-  static HWY_INLINE void Filter(const Sample* const* rows, const ResampleTaps& taps, std::size_t x,
-                                std::int16_t* out) {
+  static HWY_INLINE void Add(const Sample* upper_row, const Sample* lower_row,
+                             WordVector coefficients, PairSums (&sums)[kVectors]) {
     const Bytes bytes;
     const Words words;
-    const std::uint32_t shift = taps.shift - kResampleFractionBits;
-    PairSums sums[4];
-    for (PairSums& sum : sums) sum.Start(HalfOf(shift));
-    for (std::uint32_t tap = 0; tap < taps.count; tap += 2) {
-      // Behind the last tap of an odd number is a coefficient of 0, and no row.
-      const auto upper = hn::LoadU(bytes, rows[tap] + x);
-      const auto lower = tap + 1 < taps.count ? hn::LoadU(bytes, rows[tap + 1] + x) : upper;
-      const auto coefficients = PairOfCoefficients(taps.coefficients + tap);
-      const auto zero = hn::Zero(bytes);
-      const auto low = hn::InterleaveLower(bytes, upper, lower);
-      const auto high = hn::InterleaveUpper(bytes, upper, lower);
-      const auto widen_lower = [&](hn::Vec<Bytes> pairs) HWY_ATTR {
-        return hn::BitCast(words, hn::InterleaveLower(bytes, pairs, zero));
-      };
-      const auto widen_upper = [&](hn::Vec<Bytes> pairs) HWY_ATTR {
-        return hn::BitCast(words, hn::InterleaveUpper(bytes, pairs, zero));
-      };
-      sums[0].Add(widen_lower(low), coefficients);
-      sums[1].Add(widen_upper(low), coefficients);
-      sums[2].Add(widen_lower(high), coefficients);
-      sums[3].Add(widen_upper(high), coefficients);
-    }
-    const auto bits = static_cast<int>(shift);
-    const auto first = hn::ReorderDemote2To(words, hn::ShiftRightSame(sums[0].Total(), bits),
-                                            hn::ShiftRightSame(sums[1].Total(), bits));
-    const auto second = hn::ReorderDemote2To(words, hn::ShiftRightSame(sums[2].Total(), bits),
-                                             hn::ShiftRightSame(sums[3].Total(), bits));
+    const auto upper = hn::LoadU(bytes, upper_row);
+    const auto lower = hn::LoadU(bytes, lower_row);
+    const auto zero = hn::Zero(bytes);
+    const auto low = hn::InterleaveLower(bytes, upper, lower);
+    const auto high = hn::InterleaveUpper(bytes, upper, lower);
+    sums[0].Add(hn::BitCast(words, hn::InterleaveLower(bytes, low, zero)), coefficients);
+    sums[1].Add(hn::BitCast(words, hn::InterleaveUpper(bytes, low, zero)), coefficients);
+    sums[2].Add(hn::BitCast(words, hn::InterleaveLower(bytes, high, zero)), coefficients);
+    sums[3].Add(hn::BitCast(words, hn::InterleaveUpper(bytes, high, zero)), coefficients);
+  }
+
+  static HWY_INLINE void Store(const PairSums (&sums)[kVectors], int shift, std::int16_t* out) {
+    const Words words;
+    const auto first = hn::ReorderDemote2To(words, hn::ShiftRightSame(sums[0].Total(), shift),
+                                            hn::ShiftRightSame(sums[1].Total(), shift));
+    const auto second = hn::ReorderDemote2To(words, hn::ShiftRightSame(sums[2].Total(), shift),
+                                             hn::ShiftRightSame(sums[3].Total(), shift));
     // Interleaving and narrowing stay within 16 bytes.
     if constexpr (kRows == 8) {
       hn::StoreU(hn::ConcatLowerLower(words, second, first), words, out);
@@ -71,46 +64,113 @@ struct ByteColumns {
 struct FineColumns {
   using Sample = std::int16_t;
   static constexpr std::size_t kColumns = kRows * 2;
+  static constexpr std::uint32_t kFractionBits = 0;
+  static constexpr std::size_t kVectors = 2;
 
-  static HWY_INLINE void Filter(const Sample* const* rows, const ResampleTaps& taps, std::size_t x,
-                                std::int16_t* out) {
+  static HWY_INLINE void Add(const Sample* upper_row, const Sample* lower_row,
+                             WordVector coefficients, PairSums (&sums)[kVectors]) {
     const Words words;
-    PairSums low, high;
-    low.Start(HalfOf(taps.shift));
-    high.Start(HalfOf(taps.shift));
-    for (std::uint32_t tap = 0; tap < taps.count; tap += 2) {
-      const auto upper = hn::LoadU(words, rows[tap] + x);
-      const auto lower = tap + 1 < taps.count ? hn::LoadU(words, rows[tap + 1] + x) : upper;
-      const auto coefficients = PairOfCoefficients(taps.coefficients + tap);
-      low.Add(hn::InterleaveLower(words, upper, lower), coefficients);
-      high.Add(hn::InterleaveUpper(words, upper, lower), coefficients);
-    }
-    const auto bits = static_cast<int>(taps.shift);
-    hn::StoreU(hn::ReorderDemote2To(words, hn::ShiftRightSame(low.Total(), bits),
-                                    hn::ShiftRightSame(high.Total(), bits)),
+    const auto upper = hn::LoadU(words, upper_row);
+    const auto lower = hn::LoadU(words, lower_row);
+    sums[0].Add(hn::InterleaveLower(words, upper, lower), coefficients);
+    sums[1].Add(hn::InterleaveUpper(words, upper, lower), coefficients);
+  }
+
+  static HWY_INLINE void Store(const PairSums (&sums)[kVectors], int shift, std::int16_t* out) {
+    const Words words;
+    hn::StoreU(hn::ReorderDemote2To(words, hn::ShiftRightSame(sums[0].Total(), shift),
+                                    hn::ShiftRightSame(sums[1].Total(), shift)),
                words, out);
   }
 };
 
+/// Any number of taps.
+template <class Columns>
+struct AnyTaps {
+  using Sample = typename Columns::Sample;
+
+  AnyTaps(const Sample* const* source, const ResampleTaps& taps)
+      : rows(source), coefficients(taps.coefficients), count(taps.count) {}
+
+  HWY_INLINE void Add(std::size_t x, PairSums (&sums)[Columns::kVectors]) const {
+    std::uint32_t tap = 0;
+    for (; tap + 1 < count; tap += 2) {
+      Columns::Add(rows[tap] + x, rows[tap + 1] + x, PairOfCoefficients(coefficients + tap), sums);
+    }
+    if (tap == count) return;
+    // Behind the last tap of an odd number is a coefficient of 0, and no row.
+    Columns::Add(rows[tap] + x, rows[tap] + x, PairOfCoefficients(coefficients + tap), sums);
+  }
+
+  const Sample* const* rows;
+  const std::int16_t* coefficients;
+  std::uint32_t count;
+};
+
+/// A few pairs of them, kept in registers.
+template <class Columns, std::uint32_t kPairs>
+struct FewTaps {
+  using Sample = typename Columns::Sample;
+
+  FewTaps(const Sample* const* source, const ResampleTaps& taps) {
+    for (std::uint32_t i = 0; i < 2 * kPairs; ++i) rows[i] = source[HWY_MIN(i, taps.count - 1)];
+    for (std::uint32_t i = 0; i < kPairs; ++i) {
+      coefficients[i] = PairOfCoefficients(taps.coefficients + std::size_t{2} * i);
+    }
+  }
+
+  HWY_INLINE void Add(std::size_t x, PairSums (&sums)[Columns::kVectors]) const {
+    for (std::uint32_t i = 0; i < kPairs; ++i) {
+      Columns::Add(rows[2 * i] + x, rows[2 * i + 1] + x, coefficients[i], sums);
+    }
+  }
+
+  const Sample* rows[2 * kPairs];
+  WordVector coefficients[kPairs];
+};
+
 /// Samples `begin` to `end` of a row to out[0] and so on. Where the last vector does not fit before
-/// `limit`, which is at least a vector from the start of the row, it is moved left, and what is
-/// left of out[0] may be written once more.
+/// `limit`, which is at least a vector from the start of the row, it is moved left: up to a vector
+/// left of out[0] there is room.
+template <class Columns, class Taps>
+void FilterVertically(const Taps& taps, std::uint32_t shift, std::size_t begin, std::size_t end,
+                      std::size_t limit, std::int16_t* out) {
+  const auto start = HalfOf(shift);
+  const auto filter = [&](std::size_t x) HWY_ATTR {
+    PairSums sums[Columns::kVectors];
+    for (PairSums& sum : sums) sum.Start(start);
+    taps.Add(x, sums);
+    Columns::Store(sums, static_cast<int>(shift), out + x - begin);
+  };
+  std::size_t x = begin;
+  for (; x < end && limit - x >= Columns::kColumns; x += Columns::kColumns) filter(x);
+  if (x < end) filter(limit - Columns::kColumns);
+}
+
 template <class Columns>
 void FilterVertically(const typename Columns::Sample* const* rows, const ResampleTaps& taps,
                       std::size_t begin, std::size_t end, std::size_t limit, std::int16_t* out) {
-  std::size_t x = begin;
-  for (; x < end && limit - x >= Columns::kColumns; x += Columns::kColumns) {
-    Columns::Filter(rows, taps, x, out + (x - begin));
-  }
-  if (x < end) {
-    // Up to a vector left of out[0] there is room.
-    x = limit - Columns::kColumns;
-    Columns::Filter(rows, taps, x, out + x - begin);
+  const std::uint32_t shift = taps.shift - Columns::kFractionBits;
+  switch ((taps.count + 1) / 2) {
+    case 1:
+      return FilterVertically<Columns>(FewTaps<Columns, 1>(rows, taps), shift, begin, end, limit,
+                                       out);
+    case 2:
+      return FilterVertically<Columns>(FewTaps<Columns, 2>(rows, taps), shift, begin, end, limit,
+                                       out);
+    case 3:
+      return FilterVertically<Columns>(FewTaps<Columns, 3>(rows, taps), shift, begin, end, limit,
+                                       out);
+    case 4:
+      return FilterVertically<Columns>(FewTaps<Columns, 4>(rows, taps), shift, begin, end, limit,
+                                       out);
+    default:
+      return FilterVertically<Columns>(AnyTaps<Columns>(rows, taps), shift, begin, end, limit, out);
   }
 }
 
-/// Asks for samples `begin` to `end` of the rows, which are needed soon: the rows of a block are too
-/// many for the processor to see by itself where it goes on.
+/// Asks for samples `begin` to `end` of the rows, which are needed soon: the rows of a block are
+/// too many for the processor to see by itself where it goes on.
 template <typename Sample>
 HWY_INLINE void PrefetchRows(const Sample* const* rows, std::uint32_t count, std::size_t begin,
                              std::size_t end) {
