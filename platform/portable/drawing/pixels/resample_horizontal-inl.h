@@ -21,23 +21,37 @@ namespace {
 
 #if HWY_TARGET != HWY_SCALAR
 
+/// Adds what `pair_count` pairs of taps give, one vector for each channel.
+template <std::uint32_t kChannels>
+HWY_INLINE void AddPairs(const std::int32_t* pairs, const std::int16_t* coefficients,
+                         std::uint32_t pair_count, PairSums (&sums)[kChannels]) {
+  for (std::uint32_t i = 0; i < pair_count; ++i) {
+    const auto both = PairOfCoefficients(coefficients + std::size_t{2} * i);
+    for (std::uint32_t channel = 0; channel < kChannels; ++channel) {
+      sums[channel].Add(hn::BitCast(Words(), hn::LoadU(Sums(), pairs + channel * kRows)), both);
+    }
+    pairs += std::size_t{2} * kChannels * kRows;
+  }
+}
+
 /// The levels of one pixel, not yet clamped, a vector of all rows for each channel.
 template <std::uint32_t kChannels>
 HWY_INLINE void FilterPixel(const std::int32_t* pairs, const ResampleTaps& taps,
                             std::int32_t* levels) {
-  const Sums d;
   const std::uint32_t shift = taps.shift + kResampleFractionBits;
+  const std::uint32_t pair_count = (taps.count + 1) / 2;
   PairSums sums[kChannels];
   for (PairSums& sum : sums) sum.Start(HalfOf(shift));
-  for (std::uint32_t tap = 0; tap < taps.count; tap += 2) {
-    const auto coefficients = PairOfCoefficients(taps.coefficients + tap);
-    for (std::uint32_t channel = 0; channel < kChannels; ++channel) {
-      sums[channel].Add(hn::BitCast(Words(), hn::LoadU(d, pairs + channel * kRows)), coefficients);
-    }
-    pairs += std::size_t{2} * kChannels * kRows;
+  // The usual numbers where images grow and where they become half as large, without a loop.
+  if (pair_count == 2) {
+    AddPairs<kChannels>(pairs, taps.coefficients, 2, sums);
+  } else if (pair_count == 4) {
+    AddPairs<kChannels>(pairs, taps.coefficients, 4, sums);
+  } else {
+    AddPairs<kChannels>(pairs, taps.coefficients, pair_count, sums);
   }
   for (std::uint32_t channel = 0; channel < kChannels; ++channel) {
-    hn::StoreU(hn::ShiftRightSame(sums[channel].Total(), static_cast<int>(shift)), d,
+    hn::StoreU(hn::ShiftRightSame(sums[channel].Total(), static_cast<int>(shift)), Sums(),
                levels + channel * kRows);
   }
 }
