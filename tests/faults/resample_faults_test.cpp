@@ -56,7 +56,7 @@ TEST(Resampler, TellsOfEveryAllocationThatFails) {
       }
       EXPECT_LT(rows, kDestination) << nth;
     }
-    // The tables of the columns and of each block of rows, the rows and the work memory.
+    // The tables of the columns and of each band of rows, the rows and the work memory.
     EXPECT_GT(nth, 15U);
   }
 }

@@ -85,8 +85,8 @@ class SourceRows {
   std::vector<const Sample*> rows_;
 };
 
-void Run(const ResampleKernels& table, const ResampleBlock& block) { table.block(block); }
-void Run(const ResampleKernels& table, const FineResampleBlock& block) { table.fine_block(block); }
+void Run(const ResampleKernels& table, const ResampleBand& band) { table.band(band); }
+void Run(const ResampleKernels& table, const FineResampleBand& band) { table.fine_band(band); }
 
 template <typename Sample>
 void CheckAllTables(const Case& shape) {
@@ -102,17 +102,17 @@ void CheckAllTables(const Case& shape) {
   for (const ResampleKernels* table : Tables()) {
     GuardedBuffer destination(stride * shape.row_count, shape.misalignment, shape.side);
     GuardedBuffer work(work_bytes, 0, shape.side);
-    Run(*table, BasicResampleBlock<Sample>{.source = source.rows(),
-                                           .source_width = width,
-                                           .channels = shape.channels,
-                                           .rows = rows.taps().data(),
-                                           .row_count = shape.row_count,
-                                           .columns = columns.taps().data(),
-                                           .column_count = destination_width,
-                                           .longest_run = columns.longest_run(),
-                                           .destination = destination.data(),
-                                           .stride = stride,
-                                           .work = work.data()});
+    Run(*table, BasicResampleBand<Sample>{.source = source.rows(),
+                                          .source_width = width,
+                                          .channels = shape.channels,
+                                          .rows = rows.taps().data(),
+                                          .row_count = shape.row_count,
+                                          .columns = columns.taps().data(),
+                                          .column_count = destination_width,
+                                          .longest_run = columns.longest_run(),
+                                          .destination = destination.data(),
+                                          .stride = stride,
+                                          .work = work.data()});
     if (expected.empty())
       expected.assign(destination.data(), destination.data() + stride * shape.row_count);
     const auto difference = std::mismatch(expected.begin(), expected.end(), destination.data());
@@ -140,8 +140,8 @@ TEST(ResampleKernels, EveryTableHasATargetAndFunctionsOfItsOwn) {
   std::set<const void*> functions;
   for (const ResampleKernels* table : Tables()) {
     targets.insert(table->target);
-    functions.insert(reinterpret_cast<const void*>(table->block));
-    functions.insert(reinterpret_cast<const void*>(table->fine_block));
+    functions.insert(reinterpret_cast<const void*>(table->band));
+    functions.insert(reinterpret_cast<const void*>(table->fine_band));
   }
   EXPECT_EQ(targets.size(), Tables().size());
   EXPECT_EQ(functions.size(), 2 * Tables().size());
@@ -167,7 +167,7 @@ TEST(ResampleKernels, SmallWidthsEqualThePlainOnesAndStayInTheirMemory) {
 
 TEST(ResampleKernels, AllRatiosEqualThePlainOnes) {
   for (const std::uint32_t channels : {1U, 3U, 4U}) {
-    // Runs within a chunk, as long as chunks, and longer ones.
+    // Runs within a piece, as long as pieces, and longer ones.
     for (const std::int32_t width : {40, 513, 1300}) {
       for (const std::int32_t destination : {1, 2, 7, 33, 100, 650, 1299, 1950}) {
         ASSERT_NO_FATAL_FAILURE(CheckBothSamples({channels, width, destination, 30, 10, 8, 0,
@@ -199,8 +199,8 @@ TEST(ResampleKernels, RunsOfColumnsThatLeaveGapsEqualThePlainOnes) {
   std::vector<std::uint8_t> work(ResampleWorkBytes(5000, 1, 1));
   for (const ResampleKernels* table : Tables()) {
     std::vector<std::uint8_t> result(3);
-    table->block({&row, 5000, 1, rows.taps().data(), 1, columns.taps().data(), 3, 1, result.data(),
-                  3, work.data()});
+    table->band({&row, 5000, 1, rows.taps().data(), 1, columns.taps().data(), 3, 1, result.data(),
+                 3, work.data()});
     // The centres are at 833.3, 2500 and 4166.7.
     EXPECT_EQ(result, (std::vector<std::uint8_t>{833 / 20, 2500 / 20, 4166 / 20})) << table->target;
   }
@@ -245,7 +245,8 @@ TEST(ResampleKernels, RowsWithAlphaEqualThePlainOnesAndStayInTheirMemory) {
       for (const ResampleKernels* table : Tables()) {
         GuardedBuffer samples(count * 8, count % 5 * 2, side);
         table->premultiply(pixels.data(), count, reinterpret_cast<std::int16_t*>(samples.data()));
-        ASSERT_EQ(std::memcmp(samples.data(), expected_samples.data(), count * 8), 0)
+        const auto* const actual = reinterpret_cast<const std::int16_t*>(samples.data());
+        ASSERT_TRUE(std::equal(expected_samples.begin(), expected_samples.end(), actual))
             << table->target << " " << count;
         GuardedBuffer limited(count * 4, count % 5, side);
         std::copy(pixels.span().begin(), pixels.span().end(), limited.data());

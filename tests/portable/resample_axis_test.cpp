@@ -31,7 +31,7 @@ double CentreOf(const ResampleGeometry& geometry, std::uint32_t sample) {
          (sample + 0.5) * geometry.source_length / geometry.destination_length;
 }
 
-/// Keys' kernel with a = -0.5, as it is printed.
+/// Keys' filter with a = -0.5, as it is printed.
 double Keys(double x) {
   const double a = -0.5;
   x = std::abs(x);
@@ -134,6 +134,27 @@ TEST(ResampleAxis, TapsNeverGoBack) {
     ASSERT_EQ(axis.longest_run(), longest);
     ASSERT_EQ(axis.source_begin(), axis.taps().front().first);
     ASSERT_EQ(axis.source_end(), axis.taps().back().first + axis.taps().back().count);
+  }
+}
+
+TEST(ResampleAxis, TapsNeverGoBackOnLongAxes) {
+  std::mt19937_64 random(4);
+  for (int i = 0; i < 200; ++i) {
+    const auto destination = static_cast<std::int32_t>(1000 + random() % 2000000000);
+    const std::int64_t ratio_in_64ths = 1 + static_cast<std::int64_t>(random() % 1000);
+    const auto length = static_cast<std::int32_t>(
+        std::clamp<std::int64_t>(destination * ratio_in_64ths / 64, 1, kLargest));
+    const auto first =
+        static_cast<std::uint32_t>(random() % static_cast<std::uint64_t>(destination - 500));
+    ResampleAxis axis;
+    ASSERT_TRUE(axis.Compute({-length / 3, length, kLargest, destination}, kBicubic, {first, 500}));
+    for (std::size_t k = 1; k < 500; ++k) {
+      const ResampleTaps& before = axis.taps()[k - 1];
+      const ResampleTaps& taps = axis.taps()[k];
+      ASSERT_EQ(Sum(taps), std::ldexp(1.0, static_cast<int>(taps.shift)));
+      ASSERT_GE(taps.first, before.first);
+      ASSERT_GE(taps.first + taps.count, before.first + before.count);
+    }
   }
 }
 

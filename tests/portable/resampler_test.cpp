@@ -110,7 +110,7 @@ TEST(Resampler, MakesNoColorAboveItsAlpha) {
 
 TEST(Resampler, MakesOpaquePartsTheSameBesideOthers) {
   const Picture opaque = WithAlpha(RandomPicture(60, 60, 4), 255);
-  // The last row is within the blocks of few rows only.
+  // The last row is within the bands of few rows only.
   Picture mixed = opaque;
   mixed.At(59, 59, 3) = 100;
   for (const std::int32_t size : {9, 30, 90}) {

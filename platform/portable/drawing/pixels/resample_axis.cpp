@@ -47,7 +47,7 @@ class TapFinder {
     reach_fraction_ = reach - static_cast<double>(reach_whole_);
   }
 
-  /// Of those whose centres are nearer than the kernel's support. A kernel of width 1 that stands
+  /// Of those whose centres are nearer than the filter's support. A filter of width 1 that stands
   /// on a sample's centre is 0 at all others: where that is so for the whole axis there is one tap.
   TapRange TapsAt(const Centre& centre) const {
     if (is_point_) return {centre.whole, centre.whole + 1};
@@ -81,7 +81,7 @@ class TapFinder {
   }
 
  private:
-  /// Of the tap's centre, in units of the kernel.
+  /// Of the tap's centre, in units of the filter.
   double PlaceOf(std::int64_t tap, const Centre& centre) const {
     return (static_cast<double>(tap - centre.whole) + 0.5 - centre.fraction) / width_;
   }
@@ -102,7 +102,7 @@ class TapFinder {
 
   ResampleGeometry geometry_;
   bool is_point_;
-  double width_;  ///< of the kernel: a unit of it in source samples
+  double width_;  ///< of the filter: a unit of it in source samples
   std::int64_t reach_whole_;
   double reach_fraction_;
 };

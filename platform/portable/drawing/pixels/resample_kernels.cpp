@@ -16,12 +16,12 @@ std::int32_t Rounded(std::int32_t sum, std::uint32_t shift) {
 ///
 /// Sums fit: of fine samples they are below 1.5 * 2^16 * 255 * 2^6.
 template <typename Sample>
-void FilterVertically(const BasicResampleBlock<Sample>& block, const ResampleTaps& taps,
+void FilterVertically(const BasicResampleBand<Sample>& band, const ResampleTaps& taps,
                       std::int16_t* intermediates) {
   constexpr std::uint32_t kFractionBits =
       std::is_same_v<Sample, std::uint8_t> ? kResampleFractionBits : 0;
-  const Sample* const* source = block.source + taps.first;
-  const std::size_t samples = std::size_t{block.source_width} * block.channels;
+  const Sample* const* source = band.source + taps.first;
+  const std::size_t samples = std::size_t{band.source_width} * band.channels;
   for (std::size_t x = 0; x < samples; ++x) {
     std::int32_t sum = 0;
     for (std::uint32_t tap = 0; tap < taps.count; ++tap) {
@@ -45,13 +45,13 @@ void FilterHorizontally(const std::int16_t* intermediates, std::uint32_t channel
 }
 
 template <typename Sample>
-void ResampleRows(const BasicResampleBlock<Sample>& block) {
-  auto* const intermediates = reinterpret_cast<std::int16_t*>(block.work);
-  for (std::uint32_t y = 0; y < block.row_count; ++y) {
-    FilterVertically(block, block.rows[y], intermediates);
-    std::uint8_t* pixel = block.destination + y * block.stride;
-    for (std::uint32_t x = 0; x < block.column_count; ++x, pixel += block.channels) {
-      FilterHorizontally(intermediates, block.channels, block.columns[x], pixel);
+void ResampleRows(const BasicResampleBand<Sample>& band) {
+  auto* const intermediates = reinterpret_cast<std::int16_t*>(band.work);
+  for (std::uint32_t y = 0; y < band.row_count; ++y) {
+    FilterVertically(band, band.rows[y], intermediates);
+    std::uint8_t* pixel = band.destination + y * band.stride;
+    for (std::uint32_t x = 0; x < band.column_count; ++x, pixel += band.channels) {
+      FilterHorizontally(intermediates, band.channels, band.columns[x], pixel);
     }
   }
 }
@@ -86,20 +86,20 @@ std::uint64_t ResampleWorkBytes(std::uint32_t source_width, std::uint32_t channe
                                 std::uint32_t longest_run) {
   const std::uint64_t samples = std::uint64_t{source_width} * channels;
   // The definition has one row of intermediates. In vectors there is a row of them for each row of
-  // the block, as long as a chunk, and pairs of them for as many columns and the longest run.
+  // the band, as long as a piece, and pairs of them for as many columns and the longest run.
   const std::uint64_t plain = samples * sizeof(std::int16_t);
   const std::uint64_t rows =
-      std::uint64_t{kResampleRows} * (kResampleChunk + 2 * kResampleSlack) * sizeof(std::int16_t);
+      std::uint64_t{kResampleRows} * (kResamplePiece + 2 * kResampleSlack) * sizeof(std::int16_t);
   const std::uint64_t columns =
-      std::uint64_t{longest_run} * channels + kResampleChunk + kResampleSlack;
+      std::uint64_t{longest_run} * channels + kResamplePiece + kResampleSlack;
   const std::uint64_t pairs = columns * kResampleRows * 2 * sizeof(std::int16_t);
   return std::max(plain, rows + pairs) + 64;  // to start at a whole cache line
 }
 
 constexpr ResampleKernels kPlainResampleKernels{
     .target = "plain",
-    .block = ResampleRows<std::uint8_t>,
-    .fine_block = ResampleRows<std::int16_t>,
+    .band = ResampleRows<std::uint8_t>,
+    .fine_band = ResampleRows<std::int16_t>,
     .is_opaque = IsOpaque,
     .premultiply = Premultiply,
     .limit_to_alpha = LimitToAlpha,

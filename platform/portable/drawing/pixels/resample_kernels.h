@@ -1,4 +1,4 @@
-// The inner steps of resampling: blocks of destination rows, and the rows of images with alpha.
+// The inner steps of resampling: bands of destination rows, and the rows of images with alpha.
 //
 // The vertical pass comes first: each sample column of the source becomes an intermediate of 16
 // bits with kResampleFractionBits fraction bits, which may be below 0 or above 255. The horizontal
@@ -15,12 +15,12 @@ namespace pixtola::portable {
 
 inline constexpr std::uint32_t kResampleFractionBits = 6;
 
-/// The most destination rows of a block.
+/// The most destination rows of a band.
 inline constexpr std::uint32_t kResampleRows = 8;
 
 /// Some destination rows. A sample is a channel of a pixel.
 template <typename Sample>
-struct BasicResampleBlock {
+struct BasicResampleBand {
   const Sample* const* source;  ///< the rows that the taps of `rows` count from
   std::uint32_t source_width;   ///< pixels, at least 1; the taps of `columns` count from the first
   std::uint32_t channels;       ///< 1, 3 or 4
@@ -34,11 +34,11 @@ struct BasicResampleBlock {
   std::uint8_t* work;           ///< of ResampleWorkBytes
 };
 
-using ResampleBlock = BasicResampleBlock<std::uint8_t>;
+using ResampleBand = BasicResampleBand<std::uint8_t>;
 /// Samples with kResampleFractionBits fraction bits, 0 to 255 times their unit.
-using FineResampleBlock = BasicResampleBlock<std::int16_t>;
+using FineResampleBand = BasicResampleBand<std::int16_t>;
 
-/// What any table's kernels need as work memory for a block.
+/// What any table's kernels need as work memory for a band.
 std::uint64_t ResampleWorkBytes(std::uint32_t source_width, std::uint32_t channels,
                                 std::uint32_t longest_run);
 
@@ -46,8 +46,8 @@ struct ResampleKernels {
   const char* target;  ///< the instruction set; "plain" for the definition
 
   // Both make the same of the same values.
-  void (*block)(const ResampleBlock& block);
-  void (*fine_block)(const FineResampleBlock& block);
+  void (*band)(const ResampleBand& band);
+  void (*fine_band)(const FineResampleBand& band);
 
   // Rows of `count` pixels of blue, green, red and alpha.
 
@@ -56,7 +56,7 @@ struct ResampleKernels {
   /// Colours times alpha and the alpha, as fine samples: at most one unit from the exact product,
   /// and without any error where alpha is 255.
   void (*premultiply)(const std::uint8_t* pixels, std::size_t count, std::int16_t* samples);
-  /// Colours above their alpha, where the kernel overshoots, become equal to it.
+  /// Colours above their alpha, where the filter overshoots, become equal to it.
   void (*limit_to_alpha)(std::uint8_t* pixels, std::size_t count);
 };
 
@@ -72,7 +72,7 @@ inline constexpr std::uint32_t kPremultiplyFactor = 16449;
 
 /// In the work memory of the vector kernels: samples that are worked on at once, and what they may
 /// write beyond.
-inline constexpr std::uint32_t kResampleChunk = 512;
+inline constexpr std::uint32_t kResamplePiece = 512;
 inline constexpr std::uint32_t kResampleSlack = 64;
 
 }  // namespace pixtola::portable

@@ -1,4 +1,4 @@
-// The source rows that a block of destination rows is made of, each read once.
+// The source rows that a band of destination rows is made of, each read once.
 #ifndef PIXTOLA_PORTABLE_RESAMPLE_ROWS_H_
 #define PIXTOLA_PORTABLE_RESAMPLE_ROWS_H_
 
@@ -24,7 +24,7 @@ class ResampleSource {
   ~ResampleSource() = default;
 };
 
-/// Keeps as many rows as a block takes. Rows with alpha are premultiplied when a block needs it:
+/// Keeps as many rows as a band takes. Rows with alpha are premultiplied when a band needs it:
 /// where all of its rows are opaque the bytes themselves do.
 class ResampleRows {
  public:

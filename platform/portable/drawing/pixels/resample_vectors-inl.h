@@ -31,11 +31,11 @@ using SumVector = hn::Vec<Sums>;
 using WordVector = hn::Vec<Words>;
 
 constexpr std::uint32_t kRows = static_cast<std::uint32_t>(hn::MaxLanes(Sums()));
-/// A chunk's row of intermediates, which start kResampleSlack from its start.
-constexpr std::size_t kChunkStride = kResampleChunk + 2 * kResampleSlack;
+/// A piece's row of intermediates, which start kResampleSlack from its start.
+constexpr std::size_t kPieceStride = kResamplePiece + 2 * kResampleSlack;
 /// How far intermediates must reach beyond the columns that are transposed: more than a pixel.
 constexpr std::size_t kOverlap = kRows * 4;
-static_assert(kResampleChunk % kOverlap == 0 && kOverlap <= kResampleSlack);
+static_assert(kResamplePiece % kOverlap == 0 && kOverlap <= kResampleSlack);
 
 HWY_INLINE WordVector PairOfCoefficients(const std::int16_t* coefficients) {
   std::int32_t pair;

@@ -169,7 +169,7 @@ void FilterVertically(const typename Columns::Sample* const* rows, const Resampl
   }
 }
 
-/// Asks for samples `begin` to `end` of the rows, which are needed soon: the rows of a block are
+/// Asks for samples `begin` to `end` of the rows, which are needed soon: the rows of a band are
 /// too many for the processor to see by itself where it goes on.
 template <typename Sample>
 HWY_INLINE void PrefetchRows(const Sample* const* rows, std::uint32_t count, std::size_t begin,
@@ -185,7 +185,7 @@ HWY_INLINE void PrefetchRows(const Sample* const* rows, std::uint32_t count, std
 template <bool kUpper>
 HWY_INLINE void LoadPairs(const std::int16_t* row, std::uint32_t channels, SumVector (&v)[4]) {
   const Words words;
-  for (int i = 0; i < 4; ++i, row += kChunkStride) {
+  for (int i = 0; i < 4; ++i, row += kPieceStride) {
     const auto own = hn::LoadU(words, row);
     const auto next = hn::LoadU(words, row + channels);
     v[i] = hn::BitCast(Sums(), kUpper ? hn::InterleaveUpper(words, own, next)
@@ -203,7 +203,7 @@ HWY_INLINE void TransposePairs(const std::int16_t* rows, std::uint32_t channels,
   LoadPairs<kUpper>(rows, channels, upper_rows);
   if constexpr (kRows == 8) {
     SumVector lower_rows[4];
-    LoadPairs<kUpper>(rows + 4 * kChunkStride, channels, lower_rows);
+    LoadPairs<kUpper>(rows + 4 * kPieceStride, channels, lower_rows);
     for (std::size_t i = 0; i < 4; ++i) {
       hn::StoreU(hn::ConcatLowerLower(sums, lower_rows[i], upper_rows[i]), sums, pairs + i * kRows);
       hn::StoreU(hn::ConcatUpperUpper(sums, lower_rows[i], upper_rows[i]), sums,

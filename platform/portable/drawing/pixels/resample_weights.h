@@ -1,4 +1,4 @@
-// The weights of the resampling kernel, and their rounding to integers.
+// The weights of the resampling filter, and their rounding to integers.
 #ifndef PIXTOLA_PORTABLE_RESAMPLE_WEIGHTS_H_
 #define PIXTOLA_PORTABLE_RESAMPLE_WEIGHTS_H_
 
@@ -7,10 +7,10 @@
 
 namespace pixtola::portable {
 
-/// The kernel is 0 from this distance on.
+/// The filter is 0 from this distance on.
 constexpr double kKeysSupport = 2;
 
-/// Keys' cubic convolution kernel with a = -0.5 at x.
+/// Keys' cubic convolution with a = -0.5 at x.
 double KeysWeight(double x);
 
 /// Its integral from 0 to x.

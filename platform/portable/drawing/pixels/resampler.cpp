@@ -6,9 +6,9 @@ namespace pixtola::portable {
 
 namespace {
 
-/// The most source rows that the taps of a block's rows lie in.
-std::uint32_t RowsOfBlock(const ResampleGeometry& vertical, std::uint32_t row_count) {
-  // From the first centre to the last, and the kernel to both sides, each rounded up.
+/// The most source rows that the taps of a band's rows lie in.
+std::uint32_t RowsOfBand(const ResampleGeometry& vertical, std::uint32_t row_count) {
+  // From the first centre to the last, and the filter to both sides, each rounded up.
   const std::int64_t ratio = (vertical.source_length - 1) / vertical.destination_length + 1;
   const std::int64_t rows = (row_count - 1) * ratio + 4 * ratio + 2;
   return static_cast<std::uint32_t>(std::min<std::int64_t>(rows, vertical.image_size));
@@ -32,15 +32,15 @@ bool Resampler::Start(const ResampleRequest& request, ResampleSource& source) {
   columns_.CountFrom(first);
   const std::uint32_t row_count = std::min(request.rows.count, kResampleRows);
   const std::uint64_t row_bytes = std::uint64_t{request.columns.count} * request.channels;
-  block_ = AllocateBytes(row_count * row_bytes);
+  band_ = AllocateBytes(row_count * row_bytes);
   work_ = AllocateBytes(ResampleWorkBytes(width, request.channels, columns_.longest_run()));
-  return block_ != nullptr && work_ != nullptr &&
+  return band_ != nullptr && work_ != nullptr &&
          source_rows_.Allocate(first, width, request.channels,
-                               RowsOfBlock(request.vertical, row_count));
+                               RowsOfBand(request.vertical, row_count));
 }
 
 template <typename Sample>
-BasicResampleBlock<Sample> Resampler::BlockOf(const Sample* const* source) {
+BasicResampleBand<Sample> Resampler::BandOf(const Sample* const* source) {
   return {.source = source,
           .source_width = columns_.source_end(),
           .channels = request_.channels,
@@ -49,12 +49,12 @@ BasicResampleBlock<Sample> Resampler::BlockOf(const Sample* const* source) {
           .columns = columns_.taps().data(),
           .column_count = request_.columns.count,
           .longest_run = columns_.longest_run(),
-          .destination = block_.get(),
+          .destination = band_.get(),
           .stride = std::size_t{request_.columns.count} * request_.channels,
           .work = work_.get()};
 }
 
-bool Resampler::MakeBlock() {
+bool Resampler::MakeBand() {
   const std::uint32_t row_count = std::min(request_.rows.count - rows_made_, kResampleRows);
   const ResampleRange range = {request_.rows.first + rows_made_, row_count};
   if (!rows_.Compute(request_.vertical, request_.filter, range)) return false;
@@ -62,10 +62,10 @@ bool Resampler::MakeBlock() {
   source_rows_.Fetch(first, rows_.source_end(), *source_, *kernels_);
   rows_.CountFrom(first);
   if (source_rows_.are_opaque()) {
-    kernels_->block(BlockOf(source_rows_.bytes()));
+    kernels_->band(BandOf(source_rows_.bytes()));
   } else {
-    kernels_->fine_block(BlockOf(source_rows_.fine()));
-    kernels_->limit_to_alpha(block_.get(), std::size_t{row_count} * request_.columns.count);
+    kernels_->fine_band(BandOf(source_rows_.fine()));
+    kernels_->limit_to_alpha(band_.get(), std::size_t{row_count} * request_.columns.count);
   }
   rows_made_ += row_count;
   return true;
@@ -73,9 +73,9 @@ bool Resampler::MakeBlock() {
 
 const std::uint8_t* Resampler::NextRow() {
   if (rows_taken_ == request_.rows.count) return nullptr;
-  if (rows_taken_ == rows_made_ && !MakeBlock()) return nullptr;
+  if (rows_taken_ == rows_made_ && !MakeBand()) return nullptr;
   const std::size_t row_bytes = std::size_t{request_.columns.count} * request_.channels;
-  return block_.get() + rows_taken_++ % kResampleRows * row_bytes;
+  return band_.get() + rows_taken_++ % kResampleRows * row_bytes;
 }
 
 }  // namespace pixtola::portable

@@ -26,7 +26,7 @@ struct ResampleRequest {
 /// would lose what the next multiplication needs. No colour is above its alpha. Rows of opaque
 /// images are the same either way, and the same as if alpha were any fourth channel.
 ///
-/// Memory: the tables of the columns, and the source and destination rows of a block of
+/// Memory: the tables of the columns, and the source and destination rows of a band of
 /// kResampleRows rows.
 class Resampler {
  public:
@@ -38,19 +38,19 @@ class Resampler {
   const std::uint8_t* NextRow();
 
  private:
-  bool MakeBlock();
+  bool MakeBand();
   template <typename Sample>
-  BasicResampleBlock<Sample> BlockOf(const Sample* const* source);
+  BasicResampleBand<Sample> BandOf(const Sample* const* source);
 
   ResampleRequest request_{};
   ResampleSource* source_ = nullptr;
   const ResampleKernels* kernels_ = nullptr;
   ResampleAxis columns_;
-  ResampleAxis rows_;  ///< of the block
+  ResampleAxis rows_;  ///< of the band
   ResampleRows source_rows_;
   HeapBytes work_;
-  HeapBytes block_;
-  std::uint32_t rows_made_ = 0;   ///< with all blocks until now
+  HeapBytes band_;
+  std::uint32_t rows_made_ = 0;   ///< with all bands until now
   std::uint32_t rows_taken_ = 0;  ///< of these
 };
 
