@@ -20,6 +20,7 @@
 #include "job.h"
 #include "pages.h"
 #include "peers.h"
+#include "resample_jobs.h"
 #include "support/kernel_targets.h"
 
 namespace pixtola::bench {
@@ -66,8 +67,8 @@ std::string BestTarget() { return "none, plain definitions only"; }
 
 std::vector<Job> AllJobs() {
   std::vector<Job> all;
-  for (const auto& jobs :
-       {ConvertJobs(), TransformJobs(), ProcessJobs(), LockJobs(), CodecJobs(), PcxJobs()}) {
+  for (const auto& jobs : {ConvertJobs(), TransformJobs(), ProcessJobs(), LockJobs(),
+                           ResampleJobs(), CodecJobs(), PcxJobs()}) {
     all.insert(all.end(), jobs.begin(), jobs.end());
   }
   return all;

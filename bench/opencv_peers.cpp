@@ -7,6 +7,7 @@
 #include <opencv2/imgproc.hpp>
 
 #include "recolor_colors.h"
+#include "resample_jobs.h"
 
 namespace pixtola::bench {
 
@@ -144,13 +145,38 @@ std::vector<Peer> TransformPeers() {
   return peers;
 }
 
+/// Areas where it shrinks, the same filter where it grows. Alpha is a channel like others to it.
+MakeWork ResizingTo(const Resizing& resizing) {
+  return [resizing](const Image& source) {
+    const Image size = ResizedImage(resizing, source);
+    const bool shrinks = size.width < source.width;
+    return Making([=](const cv::Mat& from, cv::Mat& to) {
+      cv::resize(from, to, cv::Size(static_cast<int>(size.width), static_cast<int>(size.height)), 0,
+                 0, shrinks ? cv::INTER_AREA : cv::INTER_CUBIC);
+    })(source);
+  };
+}
+
+std::vector<Peer> ResamplePeers() {
+  std::vector<Peer> peers;
+  for (const Resizing& resizing : Resizings()) {
+    for (const char* bits : {"8", "24", "32"}) {
+      const bool grows = std::string(resizing.name) == "larger";
+      peers.push_back({std::string("resample-") + resizing.name + "-" + bits, "OpenCV",
+                       grows ? "a = -0.75, coefficients of 11 bits" : "means of areas",
+                       Agreement::kCloseValues, ResizingTo(resizing)});
+    }
+  }
+  return peers;
+}
+
 }  // namespace
 
 std::vector<Peer> OpenCvPeers() {
   cv::setNumThreads(1);
   cv::ocl::setUseOpenCL(false);
   std::vector<Peer> peers = ConversionPeers();
-  for (const auto& more : {ProcessPeers(), TransformPeers()}) {
+  for (const auto& more : {ProcessPeers(), TransformPeers(), ResamplePeers()}) {
     peers.insert(peers.end(), more.begin(), more.end());
   }
   return peers;

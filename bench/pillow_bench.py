@@ -20,6 +20,7 @@ from PIL import Image, ImageOps, ImageStat
 
 Image.MAX_IMAGE_PIXELS = None  # the pages are our own
 FOUR_BYTES = "4 bytes a pixel inside"
+TRANSLUCENT = "RGBA with the red channel as alpha"
 MODES = {"8": "L", "16": "I;16", "24": "RGB", "32": "RGBA"}
 
 
@@ -159,10 +160,50 @@ def peers():
             found[f"{name}-{bits}"] = Peer(mode, FOUR_BYTES if bits == "24" else "",
                                            lambda page, method=method: page.transpose(method),
                                            moves_to(position))
-    return found | codec_peers() | PCX_PEERS
+    return found | resample_peers() | codec_peers() | PCX_PEERS
+
+
+RESIZINGS = {
+    "half": lambda size, _width: size // 2,
+    "thumbnail": lambda size, width: size * 200 // width,
+    "larger": lambda size, _width: size // 2 * 3,
+}
+# Modes and what differs; Pillow's filter is the library's.
+RESAMPLED = {
+    "8": ("L", "coefficients of 22 bits"),
+    "24": ("RGB", FOUR_BYTES),
+    "32": ("RGBA", "premultiplies and divides again"),
+    "32-alpha": (TRANSLUCENT, "other alpha, premultiplies and divides again"),
+}
+
+
+def resizing_to(size):
+    def size_of(page):
+        return size(page.width, page.width), size(page.height, page.width)
+
+    def run(page):
+        return page.resize(size_of(page), Image.Resampling.BICUBIC)
+
+    def is_right(page, result):
+        # Without alpha, which would weigh the colours in the result only.
+        opaque = page.mode != "RGBA" or page.getextrema()[3] == (255, 255)
+        return result.size == size_of(page) and (not opaque or is_as_bright(page, result))
+    return run, is_right
+
+
+def resample_peers():
+    found = {}
+    for name, size in RESIZINGS.items():
+        for bits, (mode, difference) in RESAMPLED.items():
+            found[f"resample-{name}-{bits}"] = Peer(mode, difference, *resizing_to(size))
+    return found
 
 
 def open_page(folder, dpi, mode):
+    if mode == TRANSLUCENT:
+        page = open_page(folder, dpi, "RGBA")
+        page.putalpha(page.getchannel("R"))
+        return page
     if mode in FORMATS:
         return (folder / f"{mode}-{dpi}").read_bytes()
     if mode == "pcx-24":

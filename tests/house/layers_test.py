@@ -19,7 +19,9 @@ PORTABLE_LAYERS = [
     {"pixtola"},  # the public headers
     {"shared"},  # with the Windows build
     {"base"},
+    {"pixels"},
     {"imaging"},
+    {"drawing"},
     {"codecs"},
     {"system"},
     {"door"},  # the stand-in's part of platform.h
