@@ -115,7 +115,7 @@ ResampleRange SamplesInside(const ResampleGeometry& geometry) {
   const std::int64_t start = geometry.source_start;
   const std::int64_t length = geometry.source_length;
   const std::int64_t destination = geometry.destination_length;
-  // Samples whose centre is at or behind `edge`, which is counted from the start of the range, come
+  // Samples whose centre is at or after `edge`, which is counted from the start of the range, come
   // from index Index(edge) on: (2 i + 1) * length >= 2 * edge * destination, below 2^63 since an
   // edge beyond the range is not asked for.
   const auto index = [=](std::int64_t edge) -> std::int64_t {

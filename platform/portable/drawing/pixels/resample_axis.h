@@ -51,7 +51,7 @@ class ResampleAxis {
   /// One for each sample of the range. `first` never decreases, nor does `first + count`.
   std::span<const ResampleTaps> taps() const { return {taps_.get(), count_}; }
 
-  /// The image's samples that are used: from the first tap of all to behind the last.
+  /// The image's samples that are used: from the first tap of all to past the last.
   std::uint32_t source_begin() const { return count_ == 0 ? 0 : taps_[0].first; }
   std::uint32_t source_end() const {
     return count_ == 0 ? 0 : taps_[count_ - 1].first + taps_[count_ - 1].count;

@@ -110,9 +110,9 @@ class BandFilter {
     for (std::uint32_t y = 0; y < row_count_; ++y) {
       // The taps that the row above does not have.
       tap = HWY_MAX(tap, rows_[y].first);
-      const std::uint32_t behind = rows_[y].first + rows_[y].count;
-      PrefetchRows(band_.source + tap, behind - tap, end, next_end);
-      tap = behind;
+      const std::uint32_t tap_end = rows_[y].first + rows_[y].count;
+      PrefetchRows(band_.source + tap, tap_end - tap, end, next_end);
+      tap = tap_end;
       FilterVertically<Columns>(band_.source + rows_[y].first, rows_[y], end_, end, samples_,
                                 piece + y * kPieceStride);
     }

@@ -21,8 +21,8 @@ struct ResampleRequest {
   ResampleRange rows;
 };
 
-/// Rows with alpha are premultiplied before they are filtered, so that clear pixels lend their
-/// colour to none, and are handed out premultiplied: that is what blending takes, and a division
+/// Rows with alpha are premultiplied before they are filtered, so that transparent pixels give no
+/// colour to others, and are handed out premultiplied: that is what blending takes, and a division
 /// would lose what the next multiplication needs. No colour is above its alpha. Rows of opaque
 /// images are the same either way, and the same as if alpha were any fourth channel.
 ///
