@@ -231,15 +231,21 @@ void CopyOuterPixels(const std::uint8_t* source, std::uint8_t* destination, std:
 }
 
 template <std::uint32_t kBytesPerPixel, class D>
-void SharpenInBands(D d, const ImageView& source, const MutableImageView& destination,
+void SharpenInBands(D d, const ImageView& image, const MutableImageView& result,
                     std::size_t row_bytes) {
-  const auto stride = static_cast<std::uint32_t>(source.stride);
+  // Copies, since the bytes that are written could otherwise be those of the views.
+  const std::uint8_t* source = image.first_row;
+  std::uint8_t* destination = result.first_row;
+  const auto stride = static_cast<std::uint32_t>(image.stride);
+  std::uint32_t count = image.height;
   const std::uint32_t rows_of_band = RowsOfBand(stride);
-  for (std::uint32_t y = 0; y < source.height;) {
-    const std::uint32_t rows = HWY_MIN(source.height - y, rows_of_band);
-    SharpenBand<kBytesPerPixel>(d, source.Row(y), destination.Row(y), stride, rows, row_bytes);
-    CopyOuterPixels<kBytesPerPixel>(source.Row(y), destination.Row(y), stride, rows, row_bytes);
-    y += rows;
+  while (count > 0) {
+    const std::uint32_t rows = HWY_MIN(count, rows_of_band);
+    SharpenBand<kBytesPerPixel>(d, source, destination, stride, rows, row_bytes);
+    CopyOuterPixels<kBytesPerPixel>(source, destination, stride, rows, row_bytes);
+    source += std::size_t{rows} * stride;
+    destination += std::size_t{rows} * stride;
+    count -= rows;
   }
 }
 
