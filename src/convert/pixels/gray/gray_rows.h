@@ -24,9 +24,6 @@ class GrayRows final : public GrayReader {
   /// be called.
   bool IsValid() const { return is_valid_; }
 
-  std::uint32_t width() const { return source_.width; }
-  std::uint32_t height() const { return source_.height; }
-
   /// The gray of the first `count` pixels of row `y`, which may be more than the row's width where
   /// the source has bytes of padding for them.
   void ConvertRow(std::uint32_t y, std::uint32_t count, std::uint8_t* gray) const;
@@ -42,6 +39,8 @@ class GrayRows final : public GrayReader {
   std::optional<Histogram> CountLevels() const;
 
  private:
+  std::uint32_t width() const { return source_.width; }
+  std::uint32_t height() const { return source_.height; }
   std::uint64_t size() const { return std::uint64_t{width()} * height(); }
   Histogram CountIndexedLevels() const;
   /// Converts a row and counts its levels. Meanwhile the next row is prefetched.
